@@ -1,0 +1,16 @@
+# Shared compile settings. nlohmann/json is the heaviest header we use and almost every
+# file needs it, so it is precompiled once per target instead of parsed in every file.
+function(vorna_target_defaults target)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wno-unused-parameter)
+  target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
+  target_precompile_headers(${target} PRIVATE <nlohmann/json.hpp> <string> <vector> <memory>)
+endfunction()
+
+# One line per test executable: vorna_add_unit_test(name sources... LIBS libs...)
+function(vorna_add_unit_test name)
+  cmake_parse_arguments(T "" "" "LIBS" ${ARGN})
+  add_executable(${name} ${T_UNPARSED_ARGUMENTS})
+  vorna_target_defaults(${name})
+  target_link_libraries(${name} PRIVATE ${T_LIBS} GTest::gtest GTest::gtest_main GTest::gmock)
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 30)
+endfunction()

@@ -1,0 +1,278 @@
+#include "marlet/utils/gui/web/web_base.h"
+
+#include <chrono>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <iomanip>
+#include <sstream>
+
+#include "marlet/exception/exceptions.h"
+#include "marlet/utils/pytext.h"
+#include "webdriver/errors.h"
+#include "webdriver/keys.h"
+#include "webdriver/support/expected_conditions.h"
+#include "webdriver/support/wait.h"
+
+namespace marlet {
+namespace fs = std::filesystem;
+namespace ec = webdriver::expected_conditions;
+using webdriver::By;
+
+namespace {
+
+// Presence is polled this often within one lookup attempt.
+constexpr double kLookupPoll = 0.5;
+
+class LaunchingFactory final : public BrowserFactory {
+ public:
+  std::shared_ptr<webdriver::Session> open(const webdriver::LaunchOptions& options, Clock& clock) override {
+    return webdriver::launch(options, &clock);
+  }
+};
+
+By by_kind(const std::string& kind, const std::string& locator) {
+  if (kind == "id") return By::id(locator);
+  if (kind == "xpath") return By::xpath(locator);
+  if (kind == "class") return By::class_name(locator);
+  throw ValueError("unknown locator kind " + py::repr_text(kind) + ": use 'id', 'xpath' or 'class'");
+}
+
+std::string describe(const std::string& kind, const std::string& locator) { return kind + "=" + locator; }
+
+// Puts the style attribute back exactly as it was, after a moment in which the element
+// is outlined; an absent attribute is removed again rather than left empty.
+constexpr const char* kHighlightScript = R"JS(
+var e = arguments[0], had = e.hasAttribute('style'), old = e.getAttribute('style');
+e.style.outline = '2px solid red';
+setTimeout(function () {
+  if (had) { e.setAttribute('style', old); } else { e.removeAttribute('style'); }
+}, 200);
+)JS";
+
+std::string timestamp() {
+  auto now = std::chrono::system_clock::now();
+  std::time_t t = std::chrono::system_clock::to_time_t(now);
+  auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() % 1000;
+  std::tm tm{};
+  localtime_r(&t, &tm);
+  std::ostringstream out;
+  out << std::put_time(&tm, "%Y%m%d-%H%M%S") << '-' << std::setw(3) << std::setfill('0') << ms;
+  return out.str();
+}
+
+std::string safe_name(const std::string& s) {
+  std::string out;
+  for (char c : s) out += (std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '-') ? c : '_';
+  return out;
+}
+
+}  // namespace
+
+WebBase::WebBase(BrowserConfig config, std::shared_ptr<Logger> logger, Clock* clock,
+                 std::shared_ptr<BrowserFactory> factory)
+    : config_(std::move(config)),
+      logger_(logger ? std::move(logger) : make_stderr_logger("marlet.utils.gui.web.web_base")),
+      clock_(clock ? clock : &process_clock()),
+      factory_(factory ? std::move(factory) : std::make_shared<LaunchingFactory>()) {
+  download_dir = config_.launch.download_dir.empty()
+                     ? (fs::temp_directory_path() / "vorna_downloads").string()
+                     : config_.launch.download_dir;
+}
+
+WebBase::~WebBase() {
+  try {
+    if (browser) browser->quit();
+  } catch (...) {
+  }
+}
+
+bool WebBase::isClosed() const { return !browser || browser->is_quit(); }
+
+std::shared_ptr<webdriver::Session> WebBase::openFirefox() {
+  webdriver::LaunchOptions options = config_.launch;
+  options.download_dir = download_dir;
+  std::error_code ignored;
+  if (!download_dir.empty()) fs::create_directories(download_dir, ignored);
+  browser = factory_->open(options, *clock_);
+  return browser;
+}
+
+void WebBase::close() {
+  if (browser) browser->quit();
+  browser.reset();
+}
+
+void WebBase::killFirefox() {
+  if (browser) browser->kill();
+  browser.reset();
+}
+
+webdriver::Session& WebBase::session() const {
+  if (isClosed()) throw MarletException("The browser is not open: log in or open it first");
+  return *browser;
+}
+
+Element WebBase::find_once(const By& by, const std::string& what) {
+  auto& s = session();
+  auto deadline = clock_->now() + Clock::Duration(timeout);
+  while (true) {
+    try {
+      return s.find_element(by);
+    } catch (const webdriver::NoSuchElementException&) {
+      if (clock_->now() >= deadline)
+        throw webdriver::NoSuchElementException(
+            py::format("Unable to locate element %s within %s seconds", what, timeout), "no such element",
+            std::current_exception());
+    }
+    clock_->sleep_seconds(kLookupPoll);
+  }
+}
+
+Element WebBase::locate(const By& by, const std::string& what, const LocateOptions& o) {
+  int attempts = o.retry < 1 ? 1 : o.retry;
+  for (int attempt = 1;; ++attempt) {
+    try {
+      Element element = find_once(by, what);
+      if (o.highlight) highlight(element);
+      if (o.click) element.click();
+      return element;
+    } catch (const MarletException&) {
+      if (attempt >= attempts) throw;
+    }
+    clock_->sleep_seconds(o.delay);
+  }
+}
+
+Element WebBase::locateElementById(const std::string& id, LocateOptions o) {
+  return locate(By::id(id), describe("id", id), o);
+}
+
+Element WebBase::locateElementByXpath(const std::string& xpath, LocateOptions o) {
+  return locate(By::xpath(xpath), describe("xpath", xpath), o);
+}
+
+std::vector<Element> WebBase::locateElementsByXpath(const std::string& xpath, QuietOptions o) {
+  auto elements = session().find_elements(By::xpath(xpath));
+  for (auto& e : elements) {
+    if (o.highlight) highlight(e);
+    if (o.click) e.click();
+  }
+  return elements;
+}
+
+void WebBase::highlight(const Element& element) {
+  // Nobody watches a headless browser: skip the round trip.
+  if (config_.launch.headless) return;
+  try {
+    session().execute_script(kHighlightScript, Json::array({element.to_json()}));
+  } catch (const webdriver::StaleElementReferenceException&) {
+  }
+}
+
+void WebBase::fill(Element element, const std::string& value, bool do_highlight) {
+  if (do_highlight) highlight(element);
+  auto type = element.get_attribute("type");
+  bool file_input = element.tag_name() == "input" && type && *type == "file";
+  if (!file_input) element.clear();
+  element.send_keys(value);
+}
+
+void WebBase::fillElementById(const std::string& id, const std::string& value, bool do_highlight) {
+  fill(find_once(By::id(id), describe("id", id)), value, do_highlight);
+}
+
+void WebBase::fillElementByXpath(const std::string& xpath, const std::string& value, bool do_highlight) {
+  fill(find_once(By::xpath(xpath), describe("xpath", xpath)), value, do_highlight);
+}
+
+std::string WebBase::text_with_retry(const By& by, const std::string& what, const TextOptions& o) {
+  int attempts = o.retry < 1 ? 1 : o.retry;
+  for (int attempt = 1;; ++attempt) {
+    try {
+      Element element = find_once(by, what);
+      if (o.highlight) highlight(element);
+      return element.text();
+    } catch (const MarletException&) {
+      if (attempt >= attempts) throw;
+    }
+    clock_->sleep_seconds(1);
+  }
+}
+
+std::string WebBase::getTextById(const std::string& id, TextOptions o) {
+  return text_with_retry(By::id(id), describe("id", id), o);
+}
+
+std::string WebBase::getTextByXpath(const std::string& xpath, TextOptions o) {
+  return text_with_retry(By::xpath(xpath), describe("xpath", xpath), o);
+}
+
+std::optional<std::string> WebBase::getAttributeById(const std::string& id, const std::string& name) {
+  return find_once(By::id(id), describe("id", id)).get_attribute(name);
+}
+
+std::optional<std::string> WebBase::getAttributeByXpath(const std::string& xpath, const std::string& name) {
+  return find_once(By::xpath(xpath), describe("xpath", xpath)).get_attribute(name);
+}
+
+void WebBase::setAttributeByXpath(const std::string& xpath, const std::string& name, const std::string& value) {
+  Element element = find_once(By::xpath(xpath), describe("xpath", xpath));
+  session().execute_script("arguments[0].setAttribute(arguments[1], arguments[2]);",
+                           Json::array({element.to_json(), name, value}));
+}
+
+std::optional<Element> WebBase::waitElement(const std::string& kind, const std::string& locator, double wait,
+                                            double poll, bool visibility) {
+  By by = by_kind(kind, locator);
+  session();  // a closed browser fails here, not as a time-out
+  webdriver::WebDriverWait waiter(browser, wait, poll);
+  std::string message = py::format("%s not %s after %s seconds", describe(kind, locator),
+                                   visibility ? "visible" : "hidden", wait);
+  if (visibility) return waiter.until(ec::visibility_of_element_located(by), message).element;
+  waiter.until_not(ec::visibility_of_element_located(by), message);
+  return std::nullopt;
+}
+
+void WebBase::scrollScreen(const std::string& kind, const std::string& locator, int times) {
+  Element element = find_once(by_kind(kind, locator), describe(kind, locator));
+  // Scrolling can move other content (lazy tables); repeat until the element's box is in
+  // the viewport, at most `times` times.
+  constexpr const char* kScroll = R"JS(
+var e = arguments[0]; e.scrollIntoView({block: 'center'});
+var r = e.getBoundingClientRect();
+return r.top >= 0 && r.bottom <= (window.innerHeight || document.documentElement.clientHeight);
+)JS";
+  for (int i = 0; i < (times < 1 ? 1 : times); ++i) {
+    Json in_view = session().execute_script(kScroll, Json::array({element.to_json()}));
+    if (in_view.is_boolean() && in_view.get<bool>()) break;
+  }
+}
+
+std::string WebBase::_screenshot(const std::string& operation) {
+  try {
+    if (isClosed()) {
+      logger_->warn("[screenshot] no browser open, no picture taken");
+      return "";
+    }
+    fs::path dir = config_.screenshot_dir.empty() ? fs::temp_directory_path() / "vorna_screenshots"
+                                                  : fs::path(config_.screenshot_dir);
+    fs::create_directories(dir);
+    fs::path file = dir / (timestamp() + "_" + safe_name(!operation.empty() ? operation : !current_operation.empty() ? current_operation : "screenshot") + ".png");
+    auto png = browser->get_screenshot_as_png();
+    std::ofstream out(file, std::ios::binary);
+    out.write(reinterpret_cast<const char*>(png.data()), static_cast<std::streamsize>(png.size()));
+    out.close();
+    if (!out) throw std::runtime_error("cannot write " + file.string());
+    logger_->info("[screenshot] " + file.string());
+    return file.string();
+  } catch (const std::exception& e) {
+    try {
+      logger_->warn(std::string("[screenshot] no picture taken: ") + e.what());
+    } catch (...) {
+    }
+    return "";
+  }
+}
+
+}  // namespace marlet

@@ -1,0 +1,132 @@
+// WebBase: the element layer the console operations stand on. It holds the browser
+// session and offers lookups, fills, reads and waits by id and XPath, each with the
+// keywords and defaults the operations use (click and highlight on by default, `retry`
+// attempts `delay` seconds apart).
+//
+// A failed lookup raises a MarletException subclass (NoSuchElementException of the
+// browser client) whose message names the locator; every lookup is bounded by
+// `timeout`. Highlighting never changes the DOM for good: the `style` attribute is put
+// back exactly as it was (absent stays absent).
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "marlet/log/logger.h"
+#include "marlet/utils/time.h"
+#include "webdriver/element.h"
+#include "webdriver/launcher.h"
+#include "webdriver/session.h"
+
+namespace marlet {
+
+using webdriver::Element;
+
+// How the browser is chosen and where pictures go. With nothing set: headless Firefox
+// through its built-in remote protocol.
+struct BrowserConfig {
+  webdriver::LaunchOptions launch;
+  std::string screenshot_dir;  // empty: a "screenshots" folder under the temp directory
+};
+
+struct LocateOptions {
+  bool click = true;
+  bool highlight = true;
+  int retry = 1;       // attempts
+  double delay = 3;    // seconds between attempts
+};
+
+struct QuietOptions {  // locateElementsByXpath's defaults
+  bool highlight = false;
+  bool click = false;
+};
+
+struct TextOptions {
+  int retry = 3;
+  bool highlight = false;
+};
+
+// Creates the browser session; replaced in unit tests by one that returns a session on
+// a scripted fake transport.
+class BrowserFactory {
+ public:
+  virtual ~BrowserFactory() = default;
+  virtual std::shared_ptr<webdriver::Session> open(const webdriver::LaunchOptions& options, Clock& clock) = 0;
+};
+
+class WebBase {
+ public:
+  WebBase(BrowserConfig config = {}, std::shared_ptr<Logger> logger = nullptr, Clock* clock = nullptr,
+          std::shared_ptr<BrowserFactory> factory = nullptr);
+  virtual ~WebBase();  // closes the browser; never throws
+  WebBase(const WebBase&) = delete;
+  WebBase& operator=(const WebBase&) = delete;
+
+  // Browser lifecycle.
+  bool isClosed() const;
+  std::shared_ptr<webdriver::Session> openFirefox();
+  void close();        // ends the session gracefully (bounded), removes what it made
+  void killFirefox();  // ends our browser process at once, by pid
+
+  // Lookups. Each attempt waits up to `timeout` seconds for the element to be present.
+  Element locateElementById(const std::string& id, LocateOptions o = {});
+  Element locateElementByXpath(const std::string& xpath, LocateOptions o = {});
+  std::vector<Element> locateElementsByXpath(const std::string& xpath, QuietOptions o = {});
+
+  // The field holds `value` alone afterwards; a file input takes a path.
+  void fillElementById(const std::string& id, const std::string& value, bool highlight = true);
+  void fillElementByXpath(const std::string& xpath, const std::string& value, bool highlight = true);
+
+  std::string getTextById(const std::string& id, TextOptions o = {});
+  std::string getTextByXpath(const std::string& xpath, TextOptions o = {});
+  std::optional<std::string> getAttributeById(const std::string& id, const std::string& name);
+  std::optional<std::string> getAttributeByXpath(const std::string& xpath, const std::string& name);
+  void setAttributeByXpath(const std::string& xpath, const std::string& name, const std::string& value);
+
+  // Waits up to `wait` seconds, checking every `poll`, until the element is visible
+  // (or, with visibility=false, until it is not). kind: "id", "xpath" or "class".
+  // Raises the wait's TimeoutException at the deadline.
+  std::optional<Element> waitElement(const std::string& kind, const std::string& locator, double wait,
+                                     double poll, bool visibility = true);
+
+  // Brings the element into view, scrolling `times` page steps after it.
+  void scrollScreen(const std::string& kind, const std::string& locator, int times = 2);
+
+  // Writes a PNG named by time and `operation` into the screenshot folder and logs its
+  // path. Best effort: returns the path, or "" when no picture could be taken.
+  std::string _screenshot(const std::string& operation = "");
+
+  // Attributes.
+  std::shared_ptr<webdriver::Session> browser;
+  double timeout = 10;
+  std::string download_dir;
+  // The operation under way, if the caller says; names pictures taken without a name.
+  std::string current_operation;
+
+  // Seams.
+  Logger& logger() const { return *logger_; }
+  void set_logger(std::shared_ptr<Logger> logger) { logger_ = std::move(logger); }
+  Clock& clock() const { return *clock_; }
+  const BrowserConfig& config() const { return config_; }
+  // The session, or a MarletException "browser is not open" when there is none.
+  webdriver::Session& session() const;
+
+ protected:
+  void sleep(double seconds) { clock_->sleep_seconds(seconds); }
+
+ private:
+  Element find_once(const webdriver::By& by, const std::string& what);
+  Element locate(const webdriver::By& by, const std::string& what, const LocateOptions& o);
+  void highlight(const Element& element);
+  void fill(Element element, const std::string& value, bool highlight);
+  std::string text_with_retry(const webdriver::By& by, const std::string& what, const TextOptions& o);
+
+  BrowserConfig config_;
+  std::shared_ptr<Logger> logger_;
+  Clock* clock_;
+  std::shared_ptr<BrowserFactory> factory_;
+};
+
+}  // namespace marlet

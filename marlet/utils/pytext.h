@@ -1,0 +1,62 @@
+// Python's meaning of text and values, for records and messages.
+//
+// Records and params are ordered_json; wherever a message or a log line embeds a value it
+// reads as Python's str() would print it, and wherever an operation reads a number,
+// splits or strips a text, it follows Python's int(), float(), str.split() and
+// str.strip(). Every operation uses these helpers instead of C's looser parsers.
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+namespace marlet {
+
+using Json = nlohmann::ordered_json;
+
+namespace py {
+
+// Python truth: null, false, 0, 0.0, "", [] and {} are false.
+bool truthy(const Json& value);
+
+// str() and repr() of a value: None, True, False, 1.0, 'text', ['a', 'b'], {'k': 'v'}.
+std::string str(const Json& value);
+std::string repr(const Json& value);
+std::string repr_text(std::string_view text);  // repr() of a str
+std::string float_repr(double value);           // repr() of a float: 1.0, 0.1, 1e+16, inf
+
+// int(text) and float(text); ValueError with Python's message when the text is no number.
+long long to_int(std::string_view text);
+double to_float(std::string_view text);
+
+// str.split() on runs of white space (Unicode white space included), str.split(sep),
+// str.strip(), str.replace(), `needle in haystack`.
+std::vector<std::string> split(std::string_view text);
+std::vector<std::string> split(std::string_view text, std::string_view sep);
+std::string strip(std::string_view text);
+std::string replace(std::string_view text, std::string_view old_part, std::string_view new_part);
+bool contains(std::string_view haystack, std::string_view needle);
+
+// The text an argument of format() stands for: str() of it.
+inline std::string format_arg(const Json& v) { return str(v); }
+inline std::string format_arg(const std::string& v) { return v; }
+inline std::string format_arg(std::string_view v) { return std::string(v); }
+inline std::string format_arg(const char* v) { return v; }
+inline std::string format_arg(bool v) { return v ? "True" : "False"; }
+inline std::string format_arg(double v) { return float_repr(v); }
+template <class T, std::enable_if_t<std::is_integral_v<T> && !std::is_same_v<T, bool>, int> = 0>
+std::string format_arg(T v) { return std::to_string(v); }
+
+std::string format_list(std::string_view fmt, const std::vector<std::string>& args);
+
+// Python's "%s" formatting: each %s (or %d) takes the next argument's str(); "%%" is "%".
+template <class... A>
+std::string format(std::string_view fmt, const A&... args) {
+  return format_list(fmt, std::vector<std::string>{format_arg(args)...});
+}
+
+}  // namespace py
+}  // namespace marlet

@@ -1,0 +1,78 @@
+#include "marlet/utils/time.h"
+
+#include <atomic>
+#include <thread>
+
+#include "marlet/exception/exceptions.h"
+
+namespace marlet {
+namespace {
+
+std::atomic<double> g_scale{1.0};
+
+// Virtual time accumulates real elapsed time divided by the factor in force while it
+// passed, so a change of factor never makes now() jump backwards.
+struct VirtualTime {
+  std::mutex mutex;
+  std::chrono::steady_clock::time_point last_real = std::chrono::steady_clock::now();
+  Clock::TimePoint virtual_now{};
+
+  Clock::TimePoint advance() {
+    std::lock_guard<std::mutex> lock(mutex);
+    auto real = std::chrono::steady_clock::now();
+    Clock::Duration elapsed = real - last_real;
+    last_real = real;
+    virtual_now += elapsed / g_scale.load();
+    return virtual_now;
+  }
+};
+
+VirtualTime& virtual_time() {
+  static VirtualTime vt;
+  return vt;
+}
+
+}  // namespace
+
+Clock::TimePoint ScaledClock::now() { return virtual_time().advance(); }
+
+void ScaledClock::sleep(Duration d) {
+  if (d.count() <= 0) return;
+  std::this_thread::sleep_for(d * g_scale.load());
+}
+
+Clock::TimePoint FakeClock::now() {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return now_;
+}
+
+void FakeClock::sleep(Duration d) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  sleeps_.push_back(d.count());
+  if (d.count() > 0) now_ += d;
+}
+
+std::vector<double> FakeClock::sleeps() const {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return sleeps_;
+}
+
+void FakeClock::clear() {
+  std::lock_guard<std::mutex> lock(mutex_);
+  sleeps_.clear();
+}
+
+Clock& process_clock() {
+  static ScaledClock clock;
+  return clock;
+}
+
+void set_time_scale(double factor) {
+  if (!(factor > 0)) throw ValueError("time scale must be a positive number");
+  virtual_time().advance();  // close the interval at the old factor
+  g_scale.store(factor);
+}
+
+double time_scale() { return g_scale.load(); }
+
+}  // namespace marlet

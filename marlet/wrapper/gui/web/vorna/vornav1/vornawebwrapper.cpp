@@ -1,0 +1,73 @@
+#include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
+
+#include "marlet/exception/exceptions.h"
+
+namespace vorna {
+namespace py = marlet::py;
+using marlet::TypeError;
+using marlet::ValueError;
+
+namespace {
+
+std::string text_entry(const Json& map, const char* key) {
+  if (!map.contains(key) || map[key].is_null()) return "";
+  if (!map[key].is_string())
+    throw ValueError(py::format("browser[%s] must be a text, not %s", py::repr_text(key), py::repr(map[key])));
+  return map[key].get<std::string>();
+}
+
+// The optional "browser" map of the constructor: which browser, through what, and where
+// pictures go. Checked here so a typo fails at construction, not at the first login.
+marlet::BrowserConfig browser_config(const Json& params) {
+  if (!params.is_object()) throw TypeError("VornaWebWrapper() takes a map of parameters, not " + py::repr(params));
+  marlet::BrowserConfig config;
+  if (!params.contains("browser") || params["browser"].is_null()) return config;
+  const Json& b = params["browser"];
+  if (!b.is_object()) throw TypeError("params['browser'] must be a map, not " + py::repr(b));
+  auto& launch = config.launch;
+  if (auto name = text_entry(b, "name"); !name.empty()) launch.browser = name;
+  if (auto driver = text_entry(b, "driver"); !driver.empty()) launch.driver = driver;
+  launch.remote_url = text_entry(b, "remote_url");
+  launch.binary = text_entry(b, "binary");
+  launch.driver_path = text_entry(b, "driver_path");
+  launch.download_dir = text_entry(b, "download_dir");
+  config.screenshot_dir = text_entry(b, "screenshot_dir");
+  if (b.contains("headless") && !b["headless"].is_null()) {
+    if (!b["headless"].is_boolean()) throw ValueError("browser['headless'] must be True or False");
+    launch.headless = b["headless"].get<bool>();
+  }
+  if (launch.browser != "firefox" && launch.browser != "chromium")
+    throw ValueError("browser['name'] must be 'firefox' or 'chromium', not " + py::repr_text(launch.browser));
+  if (launch.driver != "marionette" && launch.driver != "geckodriver" && launch.driver != "chromedriver" &&
+      launch.driver != "remote")
+    throw ValueError("browser['driver'] must be 'marionette', 'geckodriver', 'chromedriver' or 'remote', not " +
+                     py::repr_text(launch.driver));
+  if (launch.browser == "chromium" && (launch.driver == "marionette" || launch.driver == "geckodriver"))
+    throw ValueError("chromium is driven through 'chromedriver' or 'remote', not " + py::repr_text(launch.driver));
+  if (launch.browser == "firefox" && launch.driver == "chromedriver")
+    throw ValueError("firefox is not driven through 'chromedriver'");
+  if (launch.driver == "remote" && launch.remote_url.empty())
+    throw ValueError("browser['remote_url'] is required with the 'remote' driver");
+  return config;
+}
+
+}  // namespace
+
+const std::vector<std::string>& VornaWebWrapper::modules() {
+  static const std::vector<std::string> kModules = {"marlet.wrapper.gui.web.vorna.vornav1.function.home"};
+  return kModules;
+}
+
+VornaWebWrapper::VornaWebWrapper(const Json& params, std::shared_ptr<marlet::Logger> logger, marlet::Clock* clock,
+                                 std::shared_ptr<marlet::BrowserFactory> factory)
+    : marlet::WebBase(browser_config(params), logger ? std::move(logger) : marlet::make_stderr_logger(kModuleName),
+                      clock, std::move(factory)) {}
+
+void VornaWebWrapper::screenshot_after_failure(const std::string& operation) noexcept {
+  try {
+    if (!isClosed()) _screenshot(operation + "_failed");
+  } catch (...) {
+  }
+}
+
+}  // namespace vorna

@@ -1,0 +1,134 @@
+// VornaWebWrapper: the automation driver of one controller's web console. A harness
+// builds one object per controller, logs it in, and calls its operations; each drives
+// the browser through the element layer (WebBase) with the console idioms below.
+//
+// The operations of each subsystem are defined in that subsystem's folder (power/,
+// network/, comparison/, ...); this header declares them all, grouped the same way.
+// Records and params are ordered_json with Python's meaning (see marlet/utils/pytext.h).
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "marlet/utils/gui/web/web_base.h"
+#include "marlet/utils/pytext.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_pages.h"
+
+namespace vorna {
+
+using marlet::Json;
+using webdriver::Element;
+
+// Functions of the sibling module that were injected into the object; the Python
+// binding supplies them, C++ tests script them.
+class SiblingFunctions {
+ public:
+  virtual ~SiblingFunctions() = default;
+  // Calls the injected function `name` with `args`; KeyError when there is none.
+  virtual Json call(const std::string& name, const Json& args) = 0;
+};
+
+class VornaWebWrapper : public marlet::WebBase {
+ public:
+  // The name of the module the class lives in; its logger carries this name.
+  static constexpr const char* kModuleName = "marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper";
+  // The sibling modules whose functions are injected into every object.
+  static const std::vector<std::string>& modules();
+
+  // `params` is a map: "host" and "device" are the harness's objects and stay on the
+  // Python side; what is read here is the optional "browser" map (name, driver,
+  // remote_url, binary, driver_path, headless, screenshot_dir). TypeError for a
+  // non-map, ValueError for a bad "browser" entry.
+  explicit VornaWebWrapper(const Json& params = Json::object(), std::shared_ptr<marlet::Logger> logger = nullptr,
+                           marlet::Clock* clock = nullptr, std::shared_ptr<marlet::BrowserFactory> factory = nullptr);
+
+  // ---- instance attributes, in the order the constructor sets them ----
+  bool isLogin = false;
+  Json bmc_ip;        // text or null
+  Json username;      // text or null
+  Json password;      // text or null
+  Json current_user;  // text or null
+  Json bmc;           // stays null in this class
+  Json page;          // stays null in this class
+  Json UniWebDrivers = Json::array();
+
+  void set_sibling_functions(std::shared_ptr<SiblingFunctions> f) { sibling_ = std::move(f); }
+
+  // ---- logins (login.cpp) ----
+  // params: "bmc" (required: {local_ip, username, password, extra_port}), "username",
+  // "password", "web_protocol", "web_port", "ip_address".
+  bool web_login(const Json& params);
+  void web_logout();
+  void web_close();
+  void web_kill_firefox();
+  void web_switch_page_logout();
+
+  // ---- bench comparison (comparison/) ----
+  void compare_power(const Json& webPowerInfo, const Json& powerInfo);
+  void compare_pcie(const Json& webpcieInfo, const Json& pcieInfo);
+  void compare_back_board(const Json& webBackBoardInfo, const Json& backBoardInfo);
+  void compare_riser(const Json& webRaiserInfo, const Json& riserInfo);
+  void compare_raid(const Json& webRaidInfo, const Json& raidInfo);
+  void compare_memory(const Json& webMemoryInfo, const Json& osMemoryInfo);
+  void compare_storage(const Json& webRaidInfo, const Json& raidInfo, const Json& webDiskInfo, const Json& diskInfo);
+
+  // ---- identity and versions (network/) ----
+  // ---- power (power/) ----
+
+  // ---- console idioms (console_idioms.cpp) ----
+  // Clicks each menu id in order (locateElementById's default click).
+  void follow_menu(const MenuPath& path);
+  // The same menu id clicked `times` times in a row, no pause between the clicks.
+  void repeated_click(const std::string& id, int times);
+  void enter_content_frame();
+  void leave_content_frame();
+  void settle(double seconds) { sleep(seconds); }
+  void page_settle() { sleep(timeout); }
+  // Follows the menu path, settles `settle_seconds` (none when 0), enters the frame.
+  void open_page(const MenuPath& path, double settle_seconds = 0);
+  // Leaves the content frame, then clicks btnDialogOK.
+  void confirm_dialog();
+  // WebDriverWait(browser, wait, poll).until(visibility_of_element_located((By.ID, id))).
+  Element wait_until_visible(const std::string& id, double wait = 20, double poll = 1);
+  Element wait_until_visible_class(const std::string& class_name, double wait = 20, double poll = 1);
+  // locateElementByXpath / locateElementsByXpath without highlight or click.
+  Element quiet_lookup(const std::string& xpath);
+  std::vector<Element> quiet_lookups(const std::string& xpath);
+  // Click the tab, settle, run the lookup, under a catch of MarletException; on that
+  // failure the same steps once more, uncaught.
+  template <class F>
+  auto tab_retry(const std::string& tab_id, double settle_seconds, F&& lookup) -> decltype(lookup()) {
+    try {
+      locateElementById(tab_id);
+      settle(settle_seconds);
+      return lookup();
+    } catch (const marlet::MarletException&) {
+    }
+    locateElementById(tab_id);
+    settle(settle_seconds);
+    return lookup();
+  }
+  // Runs `open_and_lookup` under a catch of MarletException; on that failure leaves the
+  // content frame and runs it once more, uncaught.
+  template <class F>
+  auto page_retry(F&& open_and_lookup) -> decltype(open_and_lookup()) {
+    try {
+      return open_and_lookup();
+    } catch (const marlet::MarletException&) {
+    }
+    leave_content_frame();
+    return open_and_lookup();
+  }
+  // The texts of "./td[1]" .. "./td[columns]" of one table row.
+  std::vector<std::string> row_read(Element& row, int columns);
+
+  // A picture after a failed operation, best effort: never throws.
+  void screenshot_after_failure(const std::string& operation) noexcept;
+
+ protected:
+  std::shared_ptr<SiblingFunctions> sibling_;
+};
+
+}  // namespace vorna

@@ -1,0 +1,59 @@
+// Raises C++ failures as the Python classes the harness knows: MarletException and its
+// subclasses from the `marlet.exception` modules (message kept, cause as __cause__),
+// and the Python-kind failures as the builtins of the same name.
+#include <pybind11/pybind11.h>
+
+#include "marlet/exception/exceptions.h"
+#include "python/bindings.h"
+
+namespace vorna_py {
+namespace {
+
+py::object builtin_class(const char* name) { return py::module_::import("builtins").attr(name); }
+
+py::object marlet_class(const char* path) {
+  std::string p(path);
+  auto colon = p.find(':');
+  return py::module_::import(p.substr(0, colon).c_str()).attr(p.substr(colon + 1).c_str());
+}
+
+// The Python exception object that stands for a C++ failure, its cause chain included.
+py::object python_exception(const std::exception_ptr& p) {
+  try {
+    std::rethrow_exception(p);
+  } catch (py::error_already_set& e) {
+    return e.value();
+  } catch (const marlet::MarletException& e) {
+    py::object exc = marlet_class(e.python_class())(py::str(e.what()));
+    if (e.cause()) {
+      py::object cause = python_exception(e.cause());
+      PyException_SetCause(exc.ptr(), cause.release().ptr());
+    }
+    return exc;
+  } catch (const marlet::PythonError& e) {
+    return builtin_class(e.python_builtin())(py::str(e.what()));
+  } catch (const std::exception& e) {
+    return builtin_class("RuntimeError")(py::str(e.what()));
+  } catch (...) {
+    return builtin_class("RuntimeError")(py::str("unknown C++ failure"));
+  }
+}
+
+}  // namespace
+
+void init_errors(py::module_&) {
+  py::register_exception_translator([](std::exception_ptr p) {
+    if (!p) return;
+    try {
+      std::rethrow_exception(p);
+    } catch (const marlet::MarletException&) {
+    } catch (const marlet::PythonError&) {
+    } catch (...) {
+      throw;  // pybind11's own translators take the rest
+    }
+    py::object exc = python_exception(p);
+    PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(exc.ptr())), exc.ptr());
+  });
+}
+
+}  // namespace vorna_py

@@ -1,0 +1,18 @@
+// Time and units for the `marlet.utils` modules.
+#include "marlet/utils/time.h"
+#include "marlet/utils/units.h"
+#include "python/bindings.h"
+
+namespace vorna_py {
+
+void init_platform(py::module_& m) {
+  m.def("_sleep", [](double seconds) { marlet::process_clock().sleep_seconds(seconds); },
+        py::call_guard<py::gil_scoped_release>());
+  m.def("_set_time_scale", &marlet::set_time_scale);
+  m.def("_time_scale", &marlet::time_scale);
+  m.def("_units_convert", [](const std::string& text, const std::string& unit) {
+    return marlet::Units::convert(text, unit);
+  });
+}
+
+}  // namespace vorna_py

@@ -1,0 +1,274 @@
+// WebBase and VornaWebWrapper for Python: construction with the sibling module's
+// injection, log lines routed to the class attribute `logger`, the GIL released for the
+// whole of every operation, and a picture when an operation fails.
+#include <pybind11/stl.h>
+
+#include <mutex>
+
+#include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
+#include "python/bindings.h"
+#include "python/json_caster.h"
+#include "webdriver/launcher.h"
+
+namespace vorna_py {
+using vorna::VornaWebWrapper;
+using marlet::WebBase;
+using release = py::call_guard<py::gil_scoped_release>;
+
+namespace {
+
+// Every line goes to `self.logger`, looked up at each call, so a harness that swaps the
+// class attribute (or sets one on the object) gets the lines.
+class PythonLogger final : public marlet::Logger {
+ public:
+  explicit PythonLogger(VornaWebWrapper* owner) : owner_(owner) {}
+  void log(marlet::LogLevel level, const std::string& line) override {
+    py::gil_scoped_acquire gil;
+    py::object self = py::cast(owner_, py::return_value_policy::reference);
+    const char* method = level == marlet::LogLevel::Info ? "info" : level == marlet::LogLevel::Warn ? "warn" : "error";
+    self.attr("logger").attr(method)(line);
+  }
+
+ private:
+  VornaWebWrapper* owner_;
+};
+
+// Opens browsers as usual and remembers them, so that an interpreter that exits with a
+// wrapper still alive (a reference cycle, a module global) leaves no browser behind.
+class TrackingFactory final : public marlet::BrowserFactory {
+ public:
+  std::shared_ptr<webdriver::Session> open(const webdriver::LaunchOptions& options, marlet::Clock& clock) override {
+    auto session = webdriver::launch(options, &clock);
+    std::lock_guard<std::mutex> lock(mutex());
+    auto& all = sessions();
+    std::erase_if(all, [](const auto& w) { return w.expired(); });
+    all.push_back(session);
+    return session;
+  }
+  static void quit_all() {
+    std::vector<std::shared_ptr<webdriver::Session>> alive;
+    {
+      std::lock_guard<std::mutex> lock(mutex());
+      for (auto& w : sessions())
+        if (auto s = w.lock()) alive.push_back(s);
+      sessions().clear();
+    }
+    for (auto& s : alive) s->quit();
+  }
+
+ private:
+  static std::mutex& mutex() {
+    static std::mutex m;
+    return m;
+  }
+  static std::vector<std::weak_ptr<webdriver::Session>>& sessions() {
+    static std::vector<std::weak_ptr<webdriver::Session>> s;
+    return s;
+  }
+};
+
+// Functions injected from the sibling module, called back from C++ operations.
+class InjectedFunctions final : public vorna::SiblingFunctions {
+ public:
+  explicit InjectedFunctions(VornaWebWrapper* owner) : owner_(owner) {}
+  Json call(const std::string& name, const Json& args) override {
+    py::gil_scoped_acquire gil;
+    py::object self = py::cast(owner_, py::return_value_policy::reference);
+    if (!py::hasattr(self, name.c_str())) throw marlet::KeyError(name);
+    py::object fn = self.attr(name.c_str());
+    py::tuple a(args.is_array() ? args.size() : 0);
+    for (size_t i = 0; i < a.size(); ++i) a[i] = from_json(args[i]);
+    return to_json(fn(*a));
+  }
+
+ private:
+  VornaWebWrapper* owner_;
+};
+
+// The sibling module's names, sorted; a name with "__" anywhere is skipped; an attribute
+// whose type's name matches "function" becomes a method of this object, any other value
+// is copied as it is.
+void inject(py::object self) {
+  py::module_ builtins = py::module_::import("builtins");
+  py::module_ re = py::module_::import("re");
+  py::module_ types = py::module_::import("types");
+  for (auto name : self.attr("modules")) {
+    py::module_ mod = py::module_::import(py::str(name).cast<std::string>().c_str());
+    py::list names = builtins.attr("sorted")(builtins.attr("dir")(mod));
+    for (auto n : names) {
+      std::string attr_name = n.cast<std::string>();
+      if (attr_name.find("__") != std::string::npos) continue;
+      py::object value = mod.attr(n);
+      py::object type_text = builtins.attr("str")(builtins.attr("type")(value));
+      if (!re.attr("search")("function", type_text).is_none())
+        py::setattr(self, n, types.attr("MethodType")(value, self));
+      else
+        py::setattr(self, n, value);
+    }
+  }
+}
+
+// Runs an operation with the GIL released, naming it for pictures, and leaves a picture
+// when it fails (best effort, never hiding the failure).
+template <class R, class... A>
+auto operation(R (VornaWebWrapper::*fn)(A...), const char* name) {
+  return [fn, name](VornaWebWrapper& w, A... args) -> R {
+    py::gil_scoped_release unlocked;
+    w.current_operation = name;
+    try {
+      return (w.*fn)(std::forward<A>(args)...);
+    } catch (...) {
+      w.screenshot_after_failure(name);
+      throw;
+    }
+  };
+}
+
+Json controller_record(py::handle bmc) {
+  if (bmc.is_none()) return nullptr;
+  static py::object mapping = py::module_::import("collections.abc").attr("Mapping");
+  if (py::isinstance(bmc, mapping)) return to_json(bmc);
+  Json record = Json::object();
+  for (const char* attr : {"local_ip", "username", "password", "extra_port"})
+    if (py::hasattr(bmc, attr)) record[attr] = to_json(bmc.attr(attr));
+  return record;
+}
+
+}  // namespace
+
+void init_wrapper(py::module_& m) {
+  py::class_<WebBase>(m, "_WebBase", py::dynamic_attr())
+      .def(py::init([](py::object) { return std::make_unique<WebBase>(); }), py::arg("host") = py::none())
+      .def("isClosed", &WebBase::isClosed)
+      .def("openFirefox", &WebBase::openFirefox, release())
+      .def("close", &WebBase::close, release())
+      .def("killFirefox", &WebBase::killFirefox, release())
+      .def("locateElementById",
+           [](WebBase& w, const std::string& id, bool click, bool highlight, int retry, double delay) {
+             return w.locateElementById(id, {.click = click, .highlight = highlight, .retry = retry, .delay = delay});
+           },
+           release(), py::arg("_id"), py::arg("click") = true, py::arg("highlight") = true, py::arg("retry") = 1,
+           py::arg("delay") = 3)
+      .def("locateElementByXpath",
+           [](WebBase& w, const std::string& xpath, bool highlight, bool click) {
+             return w.locateElementByXpath(xpath, {.click = click, .highlight = highlight});
+           },
+           release(), py::arg("xpath"), py::arg("highlight") = true, py::arg("click") = true)
+      .def("locateElementsByXpath",
+           [](WebBase& w, const std::string& xpath, bool highlight, bool click) {
+             return w.locateElementsByXpath(xpath, {.highlight = highlight, .click = click});
+           },
+           release(), py::arg("xpath"), py::arg("highlight") = false, py::arg("click") = false)
+      .def("fillElementById", &WebBase::fillElementById, release(), py::arg("_id"), py::arg("value"),
+           py::arg("highlight") = true)
+      .def("fillElementByXpath", &WebBase::fillElementByXpath, release(), py::arg("xpath"), py::arg("value"),
+           py::arg("highlight") = true)
+      .def("getTextById",
+           [](WebBase& w, const std::string& id, int retry, bool highlight) {
+             return w.getTextById(id, {.retry = retry, .highlight = highlight});
+           },
+           release(), py::arg("_id"), py::arg("retry") = 3, py::arg("highlight") = false)
+      .def("getTextByXpath",
+           [](WebBase& w, const std::string& xpath, int retry, bool highlight) {
+             return w.getTextByXpath(xpath, {.retry = retry, .highlight = highlight});
+           },
+           release(), py::arg("xpath"), py::arg("retry") = 3, py::arg("highlight") = false)
+      .def("getAttributeById",
+           [](WebBase& w, const std::string& id, std::optional<std::string> name, std::optional<std::string> key) {
+             return w.getAttributeById(id, name ? *name : key.value_or(""));
+           },
+           release(), py::arg("_id"), py::arg("name") = py::none(), py::arg("key") = py::none())
+      .def("getAttributeByXpath",
+           [](WebBase& w, const std::string& xpath, std::optional<std::string> name, std::optional<std::string> key) {
+             return w.getAttributeByXpath(xpath, name ? *name : key.value_or(""));
+           },
+           release(), py::arg("xpath"), py::arg("name") = py::none(), py::arg("key") = py::none())
+      .def("setAttributeByXpath", &WebBase::setAttributeByXpath, release())
+      .def("waitElement", &WebBase::waitElement, release(), py::arg("kind"), py::arg("locator"), py::arg("wait"),
+           py::arg("poll"), py::arg("visibility") = true)
+      .def("scrollScreen", &WebBase::scrollScreen, release(), py::arg("kind"), py::arg("locator"),
+           py::arg("times") = 2)
+      .def("_screenshot", &WebBase::_screenshot, release(), py::arg("operation") = "")
+      .def_readwrite("browser", &WebBase::browser)
+      .def_readwrite("timeout", &WebBase::timeout)
+      .def_readwrite("download_dir", &WebBase::download_dir);
+
+  auto cls = py::class_<VornaWebWrapper, WebBase>(m, "VornaWebWrapper", py::dynamic_attr());
+  cls.def(py::init([](py::object params) {
+       static py::object mapping = py::module_::import("collections.abc").attr("Mapping");
+       if (!py::isinstance(params, mapping))
+         throw py::type_error("VornaWebWrapper() takes a map of parameters, not " +
+                              py::str(py::type::of(params).attr("__name__")).cast<std::string>());
+       Json p = Json::object();
+       if (py::dict d(params); d.contains("browser")) p["browser"] = to_json(d["browser"]);
+       return std::make_unique<VornaWebWrapper>(p, nullptr, nullptr, std::make_shared<TrackingFactory>());
+     }),
+     py::arg("params"));
+  // The construction steps that need the Python object: the logger, the harness's
+  // objects, and the injection, which must come after every attribute is set.
+  py::object cpp_init = cls.attr("__init__");
+  cls.attr("__init__") = py::cpp_function(
+      [cpp_init](py::object self, py::object params) {
+        cpp_init(self, params);
+        auto& w = self.cast<VornaWebWrapper&>();
+        w.set_logger(std::make_shared<PythonLogger>(&w));
+        w.set_sibling_functions(std::make_shared<InjectedFunctions>(&w));
+        py::object get = params.attr("get");
+        self.attr("host") = get("host");
+        self.attr("device") = get("device");
+        inject(self);
+      },
+      py::is_method(cls), py::arg("params"));
+
+  cls.def_readwrite("isLogin", &VornaWebWrapper::isLogin)
+      .def_readwrite("bmc_ip", &VornaWebWrapper::bmc_ip)
+      .def_readwrite("username", &VornaWebWrapper::username)
+      .def_readwrite("password", &VornaWebWrapper::password)
+      .def_readwrite("current_user", &VornaWebWrapper::current_user)
+      .def_readwrite("bmc", &VornaWebWrapper::bmc)
+      .def_readwrite("page", &VornaWebWrapper::page)
+      .def_readwrite("UniWebDrivers", &VornaWebWrapper::UniWebDrivers);
+
+  cls.def("web_login", [](VornaWebWrapper& w, py::object params) {
+    static py::object mapping = py::module_::import("collections.abc").attr("Mapping");
+    if (!py::isinstance(params, mapping)) throw py::type_error("web_login() takes a map of parameters");
+    py::object bmc = params["bmc"];  // KeyError('bmc') before anything else happens
+    Json p = Json::object();
+    for (auto item : py::dict(params)) {
+      std::string key = py::str(item.first).cast<std::string>();
+      p[key] = key == "bmc" ? controller_record(item.second) : to_json(item.second);
+    }
+    return operation(&VornaWebWrapper::web_login, "web_login")(w, p);
+  }, py::arg("params"));
+  cls.def("web_logout", operation(&VornaWebWrapper::web_logout, "web_logout"));
+  cls.def("web_close", operation(&VornaWebWrapper::web_close, "web_close"));
+  cls.def("web_kill_firefox", operation(&VornaWebWrapper::web_kill_firefox, "web_kill_firefox"));
+  cls.def("web_switch_page_logout", operation(&VornaWebWrapper::web_switch_page_logout, "web_switch_page_logout"));
+
+  cls.def("compare_power", operation(&VornaWebWrapper::compare_power, "compare_power"),
+          py::arg("webPowerInfo"), py::arg("powerInfo"));
+  cls.def("compare_pcie", operation(&VornaWebWrapper::compare_pcie, "compare_pcie"),
+          py::arg("webpcieInfo"), py::arg("pcieInfo"));
+  cls.def("compare_back_board", operation(&VornaWebWrapper::compare_back_board, "compare_back_board"),
+          py::arg("webBackBoardInfo"), py::arg("backBoardInfo"));
+  cls.def("compare_riser", operation(&VornaWebWrapper::compare_riser, "compare_riser"),
+          py::arg("webRaiserInfo"), py::arg("riserInfo"));
+  cls.def("compare_raid", operation(&VornaWebWrapper::compare_raid, "compare_raid"),
+          py::arg("webRaidInfo"), py::arg("raidInfo"));
+  cls.def("compare_memory", operation(&VornaWebWrapper::compare_memory, "compare_memory"),
+          py::arg("webMemoryInfo"), py::arg("osMemoryInfo"));
+  cls.def("compare_storage", operation(&VornaWebWrapper::compare_storage, "compare_storage"),
+          py::arg("webRaidInfo"), py::arg("raidInfo"), py::arg("webDiskInfo"), py::arg("diskInfo"));
+
+  cls.attr("logger") = py::module_::import("marlet.log").attr("get_logger")(VornaWebWrapper::kModuleName);
+  py::list modules;
+  for (const auto& name : VornaWebWrapper::modules()) modules.append(name);
+  cls.attr("modules") = modules;
+
+  py::module_::import("atexit").attr("register")(py::cpp_function([] {
+    py::gil_scoped_release unlocked;
+    TrackingFactory::quit_all();
+  }));
+}
+
+}  // namespace vorna_py

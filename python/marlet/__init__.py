@@ -1,0 +1,1 @@
+"""Stand-ins for the test library the console driver is written against."""

@@ -1,0 +1,18 @@
+"""Waiting, in seconds, on the process clock shared with the console driver.
+
+``set_time_scale(f)`` scales every settle, wait and poll of the process, ours and the
+driver's (default 1.0): 0.01 makes a 30-second settle last 0.3 s.
+"""
+from marlet.wrapper.gui.web.vorna.vornav1 import vornawebwrapper as _native
+
+
+def sleep(seconds):
+    _native._sleep(float(seconds))
+
+
+def set_time_scale(factor):
+    _native._set_time_scale(float(factor))
+
+
+def get_time_scale():
+    return _native._time_scale()

@@ -1,0 +1,106 @@
+// A browser session: adds nothing to the transport but the session's bookkeeping, and
+// turns results into values (Element, strings, lists). Method names follow Selenium 3's
+// Python bindings, since the console operations are written in those terms.
+//
+// Sessions are shared (std::shared_ptr): every Element keeps its session alive, and
+// commands on a session that has quit raise InvalidSessionIdException.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "marlet/utils/time.h"
+#include "webdriver/by.h"
+#include "webdriver/element.h"
+#include "webdriver/json.h"
+#include "webdriver/transport.h"
+
+namespace webdriver {
+
+// Something the session owns besides the connection: a browser or driver process, a
+// temporary profile. shutdown() runs once, after the session is deleted, and must end
+// it within a bounded time; it never throws.
+class OwnedResource {
+ public:
+  virtual ~OwnedResource() = default;
+  virtual void shutdown() noexcept = 0;
+};
+
+class Session : public std::enable_shared_from_this<Session> {
+ public:
+  // Starts a new session on the transport with these capabilities (the flat W3C
+  // "alwaysMatch" contents, e.g. {"acceptInsecureCerts": true}). `resources` are shut
+  // down in reverse order by quit().
+  static std::shared_ptr<Session> create(std::unique_ptr<Transport> transport, const Json& capabilities,
+                                         std::vector<std::unique_ptr<OwnedResource>> resources = {},
+                                         marlet::Clock* clock = nullptr);
+  ~Session();  // quit(), never throws
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  // Navigation and windows.
+  void get(const std::string& url);
+  std::string title();
+  std::string current_url();
+  std::string page_source();
+  std::vector<std::string> window_handles();
+  std::string current_window_handle();
+  void switch_to_window(const std::string& handle);
+  // A name or id: the frame element is found by id, else by name, then switched to
+  // (NoSuchFrameException when neither exists).
+  void switch_to_frame(const std::string& name_or_id);
+  void switch_to_frame(int index);
+  void switch_to_frame(const Element& frame);
+  void switch_to_default_content();
+  void switch_to_parent_frame();
+
+  // Scripts: arguments and results carry elements as W3C references (Element::to_json);
+  // element_from() turns such a reference back into an Element.
+  Json execute_script(const std::string& script, const Json& args = Json::array());
+  Element element_from(const Json& reference);
+
+  // Lookups. find_element raises NoSuchElementException; find_elements may be empty.
+  Element find_element(const By& by);
+  std::vector<Element> find_elements(const By& by);
+  Element find_element_by_id(const std::string& id) { return find_element(By::id(id)); }
+  Element find_element_by_xpath(const std::string& x) { return find_element(By::xpath(x)); }
+  std::vector<Element> find_elements_by_xpath(const std::string& x) { return find_elements(By::xpath(x)); }
+  Element find_element_by_css_selector(const std::string& s) { return find_element(By::css_selector(s)); }
+  Element find_element_by_class_name(const std::string& n) { return find_element(By::class_name(n)); }
+  Element find_element_by_name(const std::string& n) { return find_element(By::name(n)); }
+
+  // Screenshots of the viewport.
+  std::vector<std::uint8_t> get_screenshot_as_png();
+  std::string get_screenshot_as_base64();
+  bool save_screenshot(const std::string& path);  // false if it could not be written
+
+  // Ends the session, asks the browser to quit, shuts down the owned resources. Safe to
+  // call twice; never throws.
+  void quit() noexcept;
+  // Ends the owned resources at once (kill by pid) without talking to the browser, for a
+  // browser that no longer answers. Safe to call twice; never throws.
+  void kill() noexcept;
+  bool is_quit() const noexcept;
+
+  // The raw command path, for elements and support helpers.
+  Json execute(std::string_view command, const Json& params = Json::object());
+  marlet::Clock& clock() const noexcept { return *clock_; }
+  const Json& capabilities() const noexcept { return capabilities_; }
+
+ private:
+  Session(std::unique_ptr<Transport> transport, std::vector<std::unique_ptr<OwnedResource>> resources,
+          marlet::Clock* clock);
+
+  mutable std::mutex mutex_;  // one command at a time on the wire
+  std::unique_ptr<Transport> transport_;
+  std::vector<std::unique_ptr<OwnedResource>> resources_;
+  marlet::Clock* clock_;
+  Json capabilities_;
+  bool quit_ = false;
+};
+
+}  // namespace webdriver
