@@ -8,6 +8,7 @@
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 #include "python/bindings.h"
 #include "python/json_caster.h"
+#include "python/operation.h"
 #include "webdriver/launcher.h"
 
 namespace vorna_py {
@@ -106,22 +107,6 @@ void inject(py::object self) {
         py::setattr(self, n, value);
     }
   }
-}
-
-// Runs an operation with the GIL released, naming it for pictures, and leaves a picture
-// when it fails (best effort, never hiding the failure).
-template <class R, class... A>
-auto operation(R (VornaWebWrapper::*fn)(A...), const char* name) {
-  return [fn, name](VornaWebWrapper& w, A... args) -> R {
-    py::gil_scoped_release unlocked;
-    w.current_operation = name;
-    try {
-      return (w.*fn)(std::forward<A>(args)...);
-    } catch (...) {
-      w.screenshot_after_failure(name);
-      throw;
-    }
-  };
 }
 
 Json controller_record(py::handle bmc) {
@@ -245,20 +230,9 @@ void init_wrapper(py::module_& m) {
   cls.def("web_kill_firefox", operation(&VornaWebWrapper::web_kill_firefox, "web_kill_firefox"));
   cls.def("web_switch_page_logout", operation(&VornaWebWrapper::web_switch_page_logout, "web_switch_page_logout"));
 
-  cls.def("compare_power", operation(&VornaWebWrapper::compare_power, "compare_power"),
-          py::arg("webPowerInfo"), py::arg("powerInfo"));
-  cls.def("compare_pcie", operation(&VornaWebWrapper::compare_pcie, "compare_pcie"),
-          py::arg("webpcieInfo"), py::arg("pcieInfo"));
-  cls.def("compare_back_board", operation(&VornaWebWrapper::compare_back_board, "compare_back_board"),
-          py::arg("webBackBoardInfo"), py::arg("backBoardInfo"));
-  cls.def("compare_riser", operation(&VornaWebWrapper::compare_riser, "compare_riser"),
-          py::arg("webRaiserInfo"), py::arg("riserInfo"));
-  cls.def("compare_raid", operation(&VornaWebWrapper::compare_raid, "compare_raid"),
-          py::arg("webRaidInfo"), py::arg("raidInfo"));
-  cls.def("compare_memory", operation(&VornaWebWrapper::compare_memory, "compare_memory"),
-          py::arg("webMemoryInfo"), py::arg("osMemoryInfo"));
-  cls.def("compare_storage", operation(&VornaWebWrapper::compare_storage, "compare_storage"),
-          py::arg("webRaidInfo"), py::arg("raidInfo"), py::arg("webDiskInfo"), py::arg("diskInfo"));
+  init_comparison(cls);
+  init_power(cls);
+  init_identity(cls);
 
   cls.attr("logger") = py::module_::import("marlet.log").attr("get_logger")(VornaWebWrapper::kModuleName);
   py::list modules;

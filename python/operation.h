@@ -1,0 +1,37 @@
+// Binding of the wrapper's operations: every operation runs with the GIL released,
+// names itself for pictures, and leaves a picture when it fails.
+#pragma once
+
+#include <pybind11/pybind11.h>
+
+#include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
+#include "python/json_caster.h"
+
+namespace vorna_py {
+
+namespace py = pybind11;
+using WrapperClass = py::class_<vorna::VornaWebWrapper, marlet::WebBase>;
+
+// Runs an operation with the GIL released, naming it for pictures, and leaves a picture
+// when it fails (best effort, never hiding the failure).
+template <class R, class... A>
+auto operation(R (vorna::VornaWebWrapper::*fn)(A...), const char* name) {
+  return [fn, name](vorna::VornaWebWrapper& w, A... args) -> R {
+    py::gil_scoped_release unlocked;
+    w.current_operation = name;
+    try {
+      return (w.*fn)(std::forward<A>(args)...);
+    } catch (...) {
+      w.screenshot_after_failure(name);
+      throw;
+    }
+  };
+}
+
+
+// One per subsystem, each in its own file.
+void init_comparison(WrapperClass& cls);
+void init_power(WrapperClass& cls);
+void init_identity(WrapperClass& cls);
+
+}  // namespace vorna_py

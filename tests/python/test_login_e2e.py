@@ -1,0 +1,117 @@
+"""Logins through the whole stack: the module, headless Firefox, the console simulator."""
+import os
+import threading
+import time
+
+import pytest
+
+from marlet.exception.marlet_exception import MarletException
+from marlet.exception.webdriverexception import TimeoutException
+from marlet.exception.webloginexception import WebLoginException
+from tests.python.browsers import descendant_browsers
+
+
+def test_login_and_logout_over_https(sim, wrapper, log_lines):
+    assert wrapper.web_login({"bmc": sim.controller()}) is True
+    assert wrapper.isLogin and wrapper.current_user == "admin"
+    assert wrapper.bmc_ip == sim.address and wrapper.username == "admin"
+    assert wrapper.browser.current_url.startswith("https://%s:%d/" % (sim.address, sim.port))
+    texts = log_lines.texts()
+    assert texts[:7] == [
+        "[login] Login BMC Web ...",
+        "[login] ipv4_address: %s" % sim.address,
+        "[login] username: admin",
+        "[login] password: Admin@9000",
+        "[login] protocol: https",
+        "[login] port: %d" % sim.port,
+        "[login] url: https://%s:%d/login.html" % (sim.address, sim.port),
+    ]
+    assert texts[-1].startswith("[login] Login success, title: ")
+    assert "No need to update password." in log_lines.texts("warn")
+
+    wrapper.web_logout()
+    assert wrapper.isLogin is False and not wrapper.isClosed()
+    assert wrapper.browser.find_element_by_id("iptUserName").is_displayed()
+    assert log_lines.texts()[-1].startswith("[logout] Logout success, title: ")
+
+
+def test_wrong_credentials_raise_a_login_failure_and_close_the_browser(sim, wrapper):
+    with pytest.raises(WebLoginException) as info:
+        wrapper.web_login({"bmc": sim.controller(password="wrong")})
+    assert str(info.value).startswith("Login Bmc Web Fail!")
+    assert isinstance(info.value.__cause__, TimeoutException)
+    assert isinstance(info.value, MarletException)
+    assert wrapper.isClosed() and wrapper.isLogin is False and wrapper.current_user is None
+    assert descendant_browsers() == []
+
+
+def test_the_password_tips_dialog_is_dismissed(sim, wrapper, log_lines):
+    sim.load({"name": "password_tips"})
+    assert wrapper.web_login({"bmc": sim.controller()})
+    assert "No need to update password." not in log_lines.texts("warn")
+    assert not wrapper.browser.find_element_by_id("loginAutherP").is_displayed()
+    assert wrapper.browser.find_element_by_id("menu_INFO").is_displayed()
+
+
+def test_a_second_login_on_a_logged_in_browser_fails_at_the_user_field(sim, wrapper):
+    wrapper.web_login({"bmc": sim.controller()})
+    with pytest.raises(TimeoutException):
+        wrapper.web_login({"bmc": sim.controller()})
+    assert not wrapper.isClosed()  # the failure leaves the browser as it was
+
+
+def test_close_and_kill_leave_no_browser_behind(sim, wrapper):
+    wrapper.web_login({"bmc": sim.controller()})
+    assert descendant_browsers() != []
+    wrapper.web_close()
+    assert wrapper.isClosed() and descendant_browsers() == []
+    assert wrapper.isLogin is True  # closing does not touch the login flag
+
+    wrapper.web_login({"bmc": sim.controller()})
+    wrapper.web_kill_firefox()
+    assert wrapper.isClosed()
+    deadline = time.time() + 10
+    while descendant_browsers() and time.time() < deadline:
+        time.sleep(0.1)
+    assert descendant_browsers() == []
+
+
+def test_other_threads_run_while_an_operation_settles(sim, wrapper):
+    counter = {"n": 0}
+    stop = threading.Event()
+
+    def count():
+        while not stop.is_set():
+            counter["n"] += 1
+            time.sleep(0.001)
+
+    t = threading.Thread(target=count)
+    t.start()
+    started = time.time()
+    wrapper.web_login({"bmc": sim.controller()})
+    elapsed = time.time() - started
+    stop.set()
+    t.join()
+    # At the test pace the login settles about a second; the counter must have moved
+    # all along, not only before and after.
+    assert counter["n"] > 100 * elapsed * 0.2
+
+
+def test_a_screenshot_is_a_png_in_the_screenshot_folder(sim, wrapper, log_lines, tmp_path):
+    wrapper.web_login({"bmc": sim.controller()})
+    path = wrapper._screenshot()
+    assert os.path.dirname(path) == str(tmp_path / "pictures")
+    with open(path, "rb") as f:
+        assert f.read(8) == b"\x89PNG\r\n\x1a\n"
+    assert log_lines.texts()[-1] == "[screenshot] " + path
+
+
+def test_a_failed_operation_leaves_a_picture(sim, wrapper, tmp_path):
+    wrapper.web_login({"bmc": sim.controller()})
+    wrapper.browser.execute_script(
+        "var s = document.evaluate('//span[text()=\"Log Out\"]', document, null, 9, null)"
+        ".singleNodeValue; s.parentNode.removeChild(s);")
+    with pytest.raises(IndexError):
+        wrapper.web_logout()
+    pictures = os.listdir(str(tmp_path / "pictures"))
+    assert any(p.endswith("_web_logout_failed.png") for p in pictures)

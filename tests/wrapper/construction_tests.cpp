@@ -1,0 +1,28 @@
+#include "tests/wrapper/wrapper_fixture.h"
+
+using marlet::Json;
+
+TEST(ConstructionTests, StartsWithTheInitialAttributesAndNoBrowser) {
+  vorna::VornaWebWrapper w(Json{{"host", "h"}, {"device", "d"}}, std::make_shared<marlet::RecordingLogger>());
+  EXPECT_FALSE(w.isLogin);
+  for (const Json* v : {&w.bmc_ip, &w.username, &w.password, &w.current_user, &w.bmc, &w.page})
+    EXPECT_TRUE(v->is_null());
+  EXPECT_EQ(w.UniWebDrivers, Json::array());
+  EXPECT_TRUE(w.isClosed());
+  EXPECT_EQ(w.timeout, 10);
+  EXPECT_EQ(vorna::VornaWebWrapper::modules(),
+            std::vector<std::string>{"marlet.wrapper.gui.web.vorna.vornav1.function.home"});
+}
+
+TEST(ConstructionTests, RefusesParamsThatAreNoMapAndBrowserChoicesThatCannotWork) {
+  EXPECT_THROW(vorna::VornaWebWrapper(Json::array()), marlet::TypeError);
+  EXPECT_THROW(vorna::VornaWebWrapper(Json{{"browser", "firefox"}}), marlet::TypeError);
+  for (const char* bad : {R"({"name": "opera"})", R"({"driver": "selenium"})",
+                          R"({"name": "chromium"})",  // chromium is not driven through marionette
+                          R"({"name": "firefox", "driver": "chromedriver"})", R"({"driver": "remote"})",
+                          R"({"headless": "yes"})"})
+    EXPECT_THROW(vorna::VornaWebWrapper(Json{{"browser", Json::parse(bad)}}), marlet::ValueError) << bad;
+  vorna::VornaWebWrapper ok(Json{{"browser", {{"name", "chromium"}, {"driver", "chromedriver"}, {"headless", false}}}});
+  EXPECT_EQ(ok.config().launch.driver, "chromedriver");
+  EXPECT_FALSE(ok.config().launch.headless);
+}

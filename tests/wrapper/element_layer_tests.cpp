@@ -1,0 +1,128 @@
+#include "marlet/exception/exceptions.h"
+#include "tests/wrapper/wrapper_fixture.h"
+#include "webdriver/errors.h"
+
+using marlet::Json;
+
+class ElementLayerTests : public WrapperTest {
+ protected:
+  void SetUp() override {
+    w.openFirefox();
+    fb->events.clear();
+  }
+};
+
+TEST_F(ElementLayerTests, AMissingElementIsRetriedThenRaisesNamingTheLocator) {
+  try {
+    w.locateElementById("nowhere", {.retry = 3, .delay = 2});
+    FAIL();
+  } catch (const webdriver::NoSuchElementException& e) {
+    EXPECT_NE(std::string(e.what()).find("id=nowhere"), std::string::npos) << e.what();
+  }
+  // Each attempt polls for presence up to `timeout`; attempts are `delay` apart.
+  auto sleeps = clock.sleeps();
+  EXPECT_EQ(std::count(sleeps.begin(), sleeps.end(), 2.0), 2);
+  EXPECT_NEAR(slept(), 3 * w.timeout + 2 * 2, 3 * 0.5 + 1e-9);
+}
+
+TEST_F(ElementLayerTests, LocateClicksByDefaultAndNotWhenAsked) {
+  fb->add("id:menu_INFO");
+  w.locateElementById("menu_INFO");
+  w.locateElementById("menu_INFO", {.click = false});
+  EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:menu_INFO"}));
+  EXPECT_THROW(w.quiet_lookup("//td"), webdriver::NoSuchElementException);  // quiet, yet it raises
+}
+
+TEST_F(ElementLayerTests, QuietListLookupsMayBeEmptyAndNeverWait) {
+  EXPECT_TRUE(w.locateElementsByXpath("//tr").empty());
+  fb->add("xpath://tr");
+  fb->add("xpath://tr", true);
+  EXPECT_EQ(w.quiet_lookups("//tr").size(), 2u);
+  EXPECT_TRUE(clock.sleeps().empty());
+  EXPECT_TRUE(fb->events.empty()) << "no highlight, no click";
+}
+
+TEST_F(ElementLayerTests, FillLeavesTheValueAloneButNeverClearsAFileInput) {
+  auto& field = fb->add("id:name");
+  field.tag = "input";
+  field.value = "old";
+  w.fillElementById("name", "new");
+  EXPECT_EQ(field.value, "new");
+  auto& file = fb->add("xpath://input[@type='file']");
+  file.tag = "input";
+  file.attributes["type"] = "file";
+  w.fillElementByXpath("//input[@type='file']", "/tmp/image.bin", false);
+  EXPECT_EQ(fb->events.back(), "keys xpath://input[@type='file'] /tmp/image.bin");
+  EXPECT_EQ(std::count(fb->events.begin(), fb->events.end(), "clear xpath://input[@type='file']"), 0);
+}
+
+TEST_F(ElementLayerTests, ReadsTextAndAttributesAndSetsAttributes) {
+  auto& cell = fb->add("id:txtSequence");
+  cell.text = "SN0001";
+  cell.attributes["class"] = "switch on";
+  EXPECT_EQ(w.getTextById("txtSequence"), "SN0001");
+  EXPECT_EQ(w.getAttributeById("txtSequence", "class"), "switch on");
+  EXPECT_EQ(w.getAttributeById("txtSequence", "title"), std::nullopt);
+  fb->add("xpath://input");
+  w.setAttributeByXpath("//input", "value", "5");
+  EXPECT_EQ(fb->find("xpath://input")->attributes["value"], "5");
+  EXPECT_THROW(w.getTextById("gone", {.retry = 2}), webdriver::NoSuchElementException);
+}
+
+TEST_F(ElementLayerTests, WaitElementByKindVisibleOrHidden) {
+  auto& dialog = fb->add("class:dialog");
+  EXPECT_TRUE(w.waitElement("class", "dialog", 5, 1).has_value());
+  dialog.displayed = false;
+  EXPECT_FALSE(w.waitElement("class", "dialog", 5, 1, /*visibility=*/false).has_value());
+  EXPECT_THROW(w.waitElement("class", "dialog", 5, 1), webdriver::TimeoutException);
+  EXPECT_THROW(w.waitElement("name", "dialog", 5, 1), marlet::ValueError);
+}
+
+TEST_F(ElementLayerTests, TabRetryRunsTheStepsOnceMoreAndPageRetryLeavesTheFrameFirst) {
+  fb->add("id:tabFan");
+  int calls = 0;
+  auto lookup = [&] {
+    if (++calls == 1) throw marlet::MarletException("table not there yet");
+    return calls;
+  };
+  EXPECT_EQ(w.tab_retry("tabFan", 2, lookup), 2);
+  EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:tabFan", "click id:tabFan"}));
+  EXPECT_EQ(clock.sleeps(), (std::vector<double>{2, 2}));
+
+  fb->events.clear();
+  calls = 0;
+  EXPECT_EQ(w.page_retry([&] {
+    w.enter_content_frame();
+    return lookup();
+  }),
+            2);
+  EXPECT_EQ(fb->events, (std::vector<std::string>{"frame id:rightMid", "default content", "frame id:rightMid"}));
+
+  // A failure that is no MarletException is not retried.
+  calls = 0;
+  EXPECT_THROW(w.page_retry([&]() -> int {
+    ++calls;
+    throw marlet::KeyError("x");
+  }),
+               marlet::KeyError);
+  EXPECT_EQ(calls, 1);
+}
+
+TEST_F(ElementLayerTests, RowReadTakesTheCellsInOrder) {
+  auto& row = fb->add("xpath://tr");
+  fb->add(row.key + " xpath:./td[1]").text = "Fan1";
+  fb->add(row.key + " xpath:./td[2]").text = "3600 RPM";
+  auto rows = w.quiet_lookups("//tr");
+  EXPECT_EQ(w.row_read(rows[0], 2), (std::vector<std::string>{"Fan1", "3600 RPM"}));
+}
+
+TEST_F(ElementLayerTests, ScreenshotsAreBestEffort) {
+  std::string path = w._screenshot("probe");
+  ASSERT_FALSE(path.empty());
+  EXPECT_NE(path.find("_probe.png"), std::string::npos);
+  EXPECT_EQ(log->texts().back(), "[screenshot] " + path);
+  std::filesystem::remove(path);
+  fb->fail_everything = true;
+  EXPECT_EQ(w._screenshot("broken"), "");
+  EXPECT_EQ(log->lines.back().level, marlet::LogLevel::Warn);
+}
