@@ -28,12 +28,12 @@ py::object script_result(wd::Session& s, const Json& v) {
   if (v.is_array()) {
     py::list out;
     for (const auto& e : v) out.append(script_result(s, e));
-    return std::move(out);
+    return out;
   }
   if (v.is_object()) {
     py::dict out;
     for (const auto& [k, e] : v.items()) out[py::str(k)] = script_result(s, e);
-    return std::move(out);
+    return out;
   }
   return from_json(v);
 }

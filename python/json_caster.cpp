@@ -43,12 +43,12 @@ py::object from_json(const Json& v) {
     case Json::value_t::array: {
       py::list out;
       for (const auto& e : v) out.append(from_json(e));
-      return std::move(out);
+      return out;
     }
     case Json::value_t::object: {
       py::dict out;
       for (const auto& [k, e] : v.items()) out[py::str(k)] = from_json(e);
-      return std::move(out);
+      return out;
     }
     default: return py::str(v.dump());
   }

@@ -28,6 +28,8 @@ class OwnedResource {
  public:
   virtual ~OwnedResource() = default;
   virtual void shutdown() noexcept = 0;
+  // Ends it at once (a browser that no longer answers); by default the same as shutdown.
+  virtual void kill() noexcept { shutdown(); }
 };
 
 class Session : public std::enable_shared_from_this<Session> {

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "marlet/exception/exceptions.h"
 #include "marlet/utils/gui/web/web_base.h"
 #include "marlet/utils/pytext.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/console_pages.h"

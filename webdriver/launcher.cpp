@@ -1,0 +1,262 @@
+#include "webdriver/launcher.h"
+
+#include <stdlib.h>
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include "webdriver/errors.h"
+#include "webdriver/http_transport.h"
+#include "webdriver/marionette_transport.h"
+#include "webdriver/process.h"
+
+namespace webdriver {
+namespace fs = std::filesystem;
+using std::chrono::milliseconds;
+
+namespace {
+
+// A temporary folder (mode 0700) removed when the session ends.
+class TempDir final : public OwnedResource {
+ public:
+  explicit TempDir(const std::string& prefix) {
+    std::string templ = (fs::temp_directory_path() / (prefix + "XXXXXX")).string();
+    if (!::mkdtemp(templ.data())) throw SessionNotCreatedException("cannot make a temporary profile folder");
+    path_ = templ;
+  }
+  ~TempDir() override { shutdown(); }
+  void shutdown() noexcept override {
+    if (path_.empty()) return;
+    std::error_code ignored;
+    fs::remove_all(path_, ignored);
+    path_.clear();
+  }
+  const std::string& path() const { return path_; }
+
+ private:
+  std::string path_;
+};
+
+// A browser or driver process owned by the session.
+class OwnedProcess final : public OwnedResource {
+ public:
+  OwnedProcess(ChildProcess process, milliseconds grace) : process_(std::move(process)), grace_(grace) {}
+  void shutdown() noexcept override { process_.stop(grace_); }
+  void kill() noexcept override { process_.kill_now(); }
+  ChildProcess& process() { return process_; }
+
+ private:
+  ChildProcess process_;
+  milliseconds grace_;
+};
+
+// Preferences of a profile that never phones home on a closed network, opens no
+// first-run pages, and saves downloads silently into the given folder.
+std::string firefox_prefs(const LaunchOptions& o) {
+  std::string p = R"(user_pref("marionette.port", 0);
+user_pref("app.update.disabledForTesting", true);
+user_pref("app.update.auto", false);
+user_pref("app.update.enabled", false);
+user_pref("app.normandy.enabled", false);
+user_pref("browser.shell.checkDefaultBrowser", false);
+user_pref("browser.startup.homepage_override.mstone", "ignore");
+user_pref("browser.startup.page", 0);
+user_pref("browser.startup.homepage", "about:blank");
+user_pref("startup.homepage_welcome_url", "about:blank");
+user_pref("startup.homepage_welcome_url.additional", "");
+user_pref("browser.aboutwelcome.enabled", false);
+user_pref("browser.newtabpage.enabled", false);
+user_pref("browser.newtab.preload", false);
+user_pref("browser.tabs.warnOnClose", false);
+user_pref("browser.sessionstore.resume_from_crash", false);
+user_pref("browser.safebrowsing.malware.enabled", false);
+user_pref("browser.safebrowsing.phishing.enabled", false);
+user_pref("browser.safebrowsing.downloads.enabled", false);
+user_pref("browser.safebrowsing.blockedURIs.enabled", false);
+user_pref("browser.search.update", false);
+user_pref("browser.ping-centre.telemetry", false);
+user_pref("datareporting.policy.dataSubmissionEnabled", false);
+user_pref("datareporting.healthreport.uploadEnabled", false);
+user_pref("toolkit.telemetry.enabled", false);
+user_pref("toolkit.telemetry.unified", false);
+user_pref("toolkit.telemetry.server", "");
+user_pref("extensions.update.enabled", false);
+user_pref("extensions.getAddons.cache.enabled", false);
+user_pref("extensions.blocklist.enabled", false);
+user_pref("network.captive-portal-service.enabled", false);
+user_pref("network.connectivity-service.enabled", false);
+user_pref("network.dns.disablePrefetch", true);
+user_pref("network.http.speculative-parallel-limit", 0);
+user_pref("network.prefetch-next", false);
+user_pref("services.settings.server", "");
+user_pref("media.gmp-manager.url", "");
+user_pref("security.certerrors.mitm.priming.enabled", false);
+user_pref("remote.prefs.recommended", true);
+user_pref("dom.disable_beforeunload", true);
+user_pref("pdfjs.disabled", true);
+user_pref("browser.download.folderList", 2);
+user_pref("browser.download.useDownloadDir", true);
+user_pref("browser.download.manager.showWhenStarting", false);
+user_pref("browser.download.always_ask_before_handling_new_types", false);
+user_pref("browser.helperApps.alwaysAsk.force", false);
+user_pref("browser.helperApps.neverAsk.saveToDisk", "application/gzip,application/x-gzip,application/x-tar,application/octet-stream,application/zip,text/plain,text/csv,application/json");
+)";
+  if (!o.download_dir.empty()) {
+    Json dir = o.download_dir;
+    p += "user_pref(\"browser.download.dir\", " + dir.dump() + ");\n";
+  }
+  return p;
+}
+
+std::shared_ptr<Session> launch_firefox_marionette(const LaunchOptions& o, marlet::Clock* clock) {
+  auto profile = std::make_unique<TempDir>("vorna-firefox-");
+  {
+    std::ofstream prefs(profile->path() + "/user.js");
+    prefs << firefox_prefs(o);
+  }
+  std::string binary = find_executable({o.binary.empty() ? "firefox-esr" : o.binary, o.binary.empty() ? "firefox" : ""});
+  if (binary.empty()) throw SessionNotCreatedException("Firefox was not found (install firefox-esr)");
+  std::vector<std::string> argv = {binary, "-marionette", "-no-remote", "-profile", profile->path()};
+  if (o.headless) argv.insert(argv.begin() + 2, "-headless");
+  std::map<std::string, std::string> env = {{"MOZ_CRASHREPORTER_DISABLE", "1"}, {"MOZ_NO_REMOTE", "1"}};
+  if (o.headless) env["MOZ_HEADLESS"] = "1";
+  auto process = std::make_unique<OwnedProcess>(ChildProcess(argv, env, profile->path() + "/browser.log"),
+                                                milliseconds(10000));
+
+  // The browser writes the port it chose into the profile once it listens.
+  std::string port_file = profile->path() + "/MarionetteActivePort";
+  auto deadline = std::chrono::steady_clock::now() + o.startup_timeout;
+  int port = 0;
+  while (true) {
+    std::ifstream in(port_file);
+    if (in >> port && port > 0) break;
+    if (!process->process().running())
+      throw SessionNotCreatedException("Firefox exited before it listened (see " + profile->path() + "/browser.log)");
+    if (std::chrono::steady_clock::now() >= deadline)
+      throw SessionNotCreatedException("Firefox did not open its remote port within " +
+                                       std::to_string(o.startup_timeout.count()) + " seconds");
+    std::this_thread::sleep_for(milliseconds(50));
+  }
+  std::vector<std::unique_ptr<OwnedResource>> resources;
+  resources.push_back(std::move(profile));   // shut down last: after the browser is gone
+  resources.push_back(std::move(process));
+  std::unique_ptr<Transport> transport;
+  try {
+    transport = std::make_unique<MarionetteTransport>(
+        std::make_unique<TcpStream>("127.0.0.1", port, milliseconds(10000)),
+        std::chrono::duration_cast<milliseconds>(o.command_timeout));
+  } catch (...) {
+    for (auto it = resources.rbegin(); it != resources.rend(); ++it) (*it)->kill();
+    throw;
+  }
+  Json caps = {{"acceptInsecureCerts", true}};
+  caps.update(o.extra_capabilities);
+  return Session::create(std::move(transport), caps, std::move(resources), clock);
+}
+
+int free_loopback_port() {
+  // Ask the kernel for a free port by binding to 0, then release it for the driver.
+  int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in addr{};
+  addr.sin_family = AF_INET;
+  addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t len = sizeof addr;
+  if (fd < 0 || ::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0 ||
+      ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len) != 0) {
+    if (fd >= 0) ::close(fd);
+    throw SessionNotCreatedException("no free loopback port for the driver");
+  }
+  int port = ntohs(addr.sin_port);
+  ::close(fd);
+  return port;
+}
+
+Json http_capabilities(const LaunchOptions& o, const std::string& user_data_dir) {
+  Json caps = {{"acceptInsecureCerts", true}};
+  if (o.browser == "chromium") {
+    Json args = Json::array({"--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage", "--no-first-run",
+                             "--disable-background-networking", "--disable-component-update", "--disable-sync",
+                             "--disable-default-apps", "--user-data-dir=" + user_data_dir});
+    if (o.headless) args.push_back("--headless=new");
+    Json chrome = {{"args", args}};
+    std::string binary = find_executable({o.binary.empty() ? "chromium" : o.binary});
+    if (!binary.empty()) chrome["binary"] = binary;
+    if (!o.download_dir.empty())
+      chrome["prefs"] = {{"download.default_directory", o.download_dir},
+                         {"download.prompt_for_download", false},
+                         {"safebrowsing.enabled", false}};
+    caps["browserName"] = "chrome";
+    caps["goog:chromeOptions"] = chrome;
+  } else {
+    Json args = Json::array();
+    if (o.headless) args.push_back("-headless");
+    Json moz = {{"args", args}, {"prefs", {{"browser.download.folderList", 2}}}};
+    if (!o.download_dir.empty()) moz["prefs"]["browser.download.dir"] = o.download_dir;
+    if (!o.binary.empty()) moz["binary"] = o.binary;
+    caps["browserName"] = "firefox";
+    caps["moz:firefoxOptions"] = moz;
+  }
+  caps.update(o.extra_capabilities);
+  return caps;
+}
+
+std::shared_ptr<Session> launch_driver(const LaunchOptions& o, marlet::Clock* clock) {
+  auto user_data = std::make_unique<TempDir>("vorna-browser-");
+  std::vector<std::unique_ptr<OwnedResource>> resources;
+  std::string url = o.remote_url;
+  if (o.driver != "remote") {
+    std::string driver = find_executable({o.driver_path.empty() ? o.driver : o.driver_path});
+    if (driver.empty()) throw SessionNotCreatedException("the driver " + o.driver + " was not found");
+    int port = free_loopback_port();
+    std::vector<std::string> argv = {driver, "--port=" + std::to_string(port)};
+    if (o.driver == "geckodriver") argv = {driver, "--port", std::to_string(port), "--host", "127.0.0.1"};
+    auto process = std::make_unique<OwnedProcess>(ChildProcess(argv, {}, user_data->path() + "/driver.log"),
+                                                  milliseconds(3000));
+    url = "http://127.0.0.1:" + std::to_string(port);
+    auto deadline = std::chrono::steady_clock::now() + o.startup_timeout;
+    while (true) {
+      try {
+        TcpStream probe("127.0.0.1", port, milliseconds(500));
+        break;
+      } catch (const ConnectionException&) {
+      }
+      if (!process->process().running() || std::chrono::steady_clock::now() >= deadline) {
+        process->kill();
+        throw SessionNotCreatedException("the driver " + o.driver + " did not start listening");
+      }
+      std::this_thread::sleep_for(milliseconds(50));
+    }
+    resources.push_back(std::move(user_data));
+    resources.push_back(std::move(process));
+  } else {
+    resources.push_back(std::move(user_data));
+  }
+  auto* dir = static_cast<TempDir*>(resources.front().get());
+  Json caps = http_capabilities(o, dir->path() + "/profile");
+  auto transport = std::make_unique<HttpTransport>(url, std::chrono::duration_cast<milliseconds>(o.command_timeout));
+  return Session::create(std::move(transport), caps, std::move(resources), clock);
+}
+
+}  // namespace
+
+std::shared_ptr<Session> launch(const LaunchOptions& o, marlet::Clock* clock) {
+  if (o.driver == "marionette") {
+    if (o.browser != "firefox")
+      throw InvalidArgumentException("only Firefox speaks its remote protocol directly", "invalid argument");
+    return launch_firefox_marionette(o, clock);
+  }
+  if (o.driver == "chromedriver" || o.driver == "geckodriver" || o.driver == "remote") {
+    if (o.driver == "remote" && o.remote_url.empty())
+      throw InvalidArgumentException("a remote driver needs remote_url", "invalid argument");
+    return launch_driver(o, clock);
+  }
+  throw InvalidArgumentException("unknown driver: " + o.driver, "invalid argument");
+}
+
+}  // namespace webdriver
