@@ -8,6 +8,7 @@ PACKAGES=(
   nlohmann-json3-dev libcurl4-openssl-dev libspdlog-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   pybind11-dev python3-dev python3-pytest python3-importlib-metadata python3-typing-extensions
+  python3-exceptiongroup python3-tomli
   firefox-esr chromium chromium-driver openssl
 )
 

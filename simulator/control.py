@@ -1,0 +1,42 @@
+"""The control API under /__sim/: tests load scenarios, read state and inject faults."""
+import json
+
+
+def handle(state, method, path, body):
+    """Returns (status, payload) for a control request."""
+    if method == "GET" and path == "/__sim/state":
+        return 200, state.snapshot()
+    if method == "GET" and path == "/__sim/oplog":
+        return 200, state.snapshot()["oplog"]
+    if method == "GET" and path == "/__sim/events":
+        return 200, state.snapshot()["events"]
+    if method == "POST" and path == "/__sim/reset":
+        state.load("default")
+        return 200, {"ok": True}
+    if method == "POST" and path == "/__sim/scenario":
+        data = body or {}
+        scenario = data.get("scenario", data.get("name", "default"))
+        try:
+            state.load(scenario)
+        except KeyError as e:
+            return 404, {"error": str(e)}
+        return 200, {"ok": True}
+    if method == "POST" and path == "/__sim/fault":
+        # {"slow": {"/pages/x.html": 2.5}} | {"missing": {"summary": ["txtSequence"]}}
+        # | {"refuse": ["power"]} | {"clear": true}
+        data = body or {}
+        with state.lock:
+            if data.get("clear"):
+                state.faults = {"slow": {}, "missing": {}, "refuse": []}
+            state.faults["slow"].update(data.get("slow", {}))
+            for page, ids in data.get("missing", {}).items():
+                state.faults["missing"].setdefault(page, []).extend(ids)
+            state.faults["refuse"].extend(data.get("refuse", []))
+            return 200, {"ok": True, "faults": json.loads(json.dumps(state.faults))}
+    if method == "POST" and path == "/__sim/machine":
+        # Patches the machine directly: {"power": {"state": "Off"}}
+        from simulator.state import _merge
+        with state.lock:
+            state.machine = _merge(state.machine, body or {})
+        return 200, {"ok": True}
+    return 404, {"error": "no control endpoint %s %s" % (method, path)}

@@ -1,0 +1,249 @@
+"""The console simulator's HTTP(S) server.
+
+    python3 -m simulator.server --address 127.0.0.1 --port 0 --https [--scenario default]
+
+prints "SIMULATOR READY <scheme>://<address>:<port>" once it listens. Pages are plain
+files under pages/ and static/; the console's actions are JSON endpoints under /api/;
+the control API for tests lives under /__sim/ (see control.py).
+"""
+import argparse
+import json
+import os
+import shutil
+import signal
+import ssl
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+import uuid
+
+try:
+    from http.server import BaseHTTPRequestHandler, ThreadingHTTPServer
+except ImportError:  # Python 3.6 has no ThreadingHTTPServer
+    from http.server import BaseHTTPRequestHandler, HTTPServer
+    from socketserver import ThreadingMixIn
+
+    class ThreadingHTTPServer(ThreadingMixIn, HTTPServer):
+        daemon_threads = True
+
+if __package__ in (None, ""):
+    sys.path.insert(0, os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+
+from simulator import actions, control  # noqa: E402
+from simulator.pages_table import PLACEHOLDERS, placeholder  # noqa: E402
+from simulator.state import State  # noqa: E402
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+CONTENT_TYPES = {".html": "text/html; charset=utf-8", ".js": "application/javascript; charset=utf-8",
+                 ".css": "text/css; charset=utf-8", ".json": "application/json"}
+
+
+def make_certificate(directory):
+    """A self-signed certificate for loopback, made with the openssl command line."""
+    cert, key = os.path.join(directory, "cert.pem"), os.path.join(directory, "key.pem")
+    subprocess.check_call(
+        ["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-keyout", key, "-out", cert,
+         "-days", "30", "-subj", "/CN=vorna-console-simulator",
+         "-addext", "subjectAltName=IP:127.0.0.1,DNS:localhost"],
+        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    return cert, key
+
+
+class Handler(BaseHTTPRequestHandler):
+    server_version = "VornaConsoleSimulator/1.0"
+    protocol_version = "HTTP/1.1"
+
+    def log_message(self, fmt, *args):  # quiet: tests read stdout for the ready line
+        pass
+
+    @property
+    def state(self):
+        return self.server.state
+
+    def _send(self, status, body, content_type="application/json", headers=None):
+        data = body if isinstance(body, bytes) else body.encode("utf-8")
+        self.send_response(status)
+        self.send_header("Content-Type", content_type)
+        self.send_header("Content-Length", str(len(data)))
+        self.send_header("Cache-Control", "no-store")
+        for k, v in (headers or {}).items():
+            self.send_header(k, v)
+        self.end_headers()
+        self.wfile.write(data)
+
+    def _json(self, status, payload, headers=None):
+        self._send(status, json.dumps(payload, ensure_ascii=False), headers=headers)
+
+    def _body(self):
+        length = int(self.headers.get("Content-Length") or 0)
+        if not length:
+            return None
+        raw = self.rfile.read(length)
+        try:
+            return json.loads(raw.decode("utf-8"))
+        except ValueError:
+            return None
+
+    def _session_user(self):
+        cookie = self.headers.get("Cookie") or ""
+        for part in cookie.split(";"):
+            name, _, value = part.strip().partition("=")
+            if name == "sid":
+                with self.state.lock:
+                    return self.state.sessions.get(value)
+        return None
+
+    def _delay(self, path):
+        with self.state.lock:
+            delay = self.state.faults["slow"].get(path, 0)
+        if delay:
+            time.sleep(float(delay))
+
+    def _page(self, path):
+        """(bytes, content type) of a page or static file, or None."""
+        if path in ("/login.html", "/index.html"):
+            rel = "pages" + path
+        elif path.startswith("/pages/") or path.startswith("/static/"):
+            rel = path.lstrip("/")
+        else:
+            return None
+        full = os.path.normpath(os.path.join(HERE, rel))
+        if not full.startswith(HERE + os.sep):
+            return None
+        page = os.path.splitext(os.path.basename(full))[0]
+        if os.path.isfile(full):
+            with open(full, "rb") as f:
+                data = f.read()
+        elif rel.startswith("pages/") and page in PLACEHOLDERS:
+            data = placeholder(page).encode("utf-8")
+        else:
+            return None
+        ext = os.path.splitext(full)[1]
+        if ext == ".html":
+            with self.state.lock:
+                missing = list(self.state.faults["missing"].get(page, []))
+            inject = "<script>window.SIM_MISSING = %s;</script>" % json.dumps(missing)
+            data = data.replace(b"</head>", inject.encode("utf-8") + b"</head>", 1)
+        return data, CONTENT_TYPES.get(ext, "application/octet-stream")
+
+    def do_GET(self):
+        path = self.path.split("?", 1)[0]
+        self._delay(path)
+        if path.startswith("/__sim/"):
+            status, payload = control.handle(self.state, "GET", path, None)
+            return self._json(status, payload)
+        if path.startswith("/api/"):
+            status, payload = actions.get(self.state, path, self._session_user())
+            return self._json(status, payload)
+        if path == "/":
+            return self._send(302, "", headers={"Location": "/login.html"})
+        found = self._page(path)
+        if found is None:
+            return self._send(404, "<h1>Not found</h1>", "text/html; charset=utf-8")
+        return self._send(200, found[0], found[1])
+
+    def do_POST(self):
+        path = self.path.split("?", 1)[0]
+        self._delay(path)
+        body = self._body()
+        if path.startswith("/__sim/"):
+            status, payload = control.handle(self.state, "POST", path, body)
+            return self._json(status, payload)
+        if path == "/api/login":
+            return self._login(body or {})
+        if path == "/api/logout":
+            cookie_user = self._session_user()
+            with self.state.lock:
+                for sid, user in list(self.state.sessions.items()):
+                    if user == cookie_user:
+                        del self.state.sessions[sid]
+            if cookie_user:
+                self.state.log_operation(cookie_user, "Log out successfully")
+            return self._json(200, {"ok": True}, {"Set-Cookie": "sid=; Path=/; Max-Age=0"})
+        if path.startswith("/api/"):
+            status, payload = actions.post(self.state, path, body or {}, self._session_user())
+            return self._json(status, payload)
+        return self._json(404, {"error": "no endpoint"})
+
+    def _login(self, body):
+        name, password = body.get("username", ""), body.get("password", "")
+        with self.state.lock:
+            ok = any(u["name"] == name and u["password"] == password for u in self.state.machine["users"])
+            tips = bool(self.state.machine.get("login", {}).get("password_tips"))
+            if ok:
+                sid = uuid.uuid4().hex
+                self.state.sessions[sid] = name
+        if not ok:
+            self.state.log_operation(name, "Log in failed")
+            return self._json(200, {"ok": False, "message": "Invalid user name or password."})
+        self.state.log_operation(name, "Log in successfully")
+        return self._json(200, {"ok": True, "password_tips": tips},
+                          {"Set-Cookie": "sid=%s; Path=/; HttpOnly; SameSite=Lax" % sid})
+
+
+class Simulator(object):
+    """A running simulator (in this process): .url, .port, .state, .shutdown()."""
+
+    def __init__(self, httpd, scheme, address, tmpdir):
+        self.httpd = httpd
+        self.state = httpd.state
+        self.port = httpd.server_address[1]
+        self.url = "%s://%s:%d" % (scheme, address, self.port)
+        self._tmpdir = tmpdir
+        self._thread = threading.Thread(target=httpd.serve_forever, name="console-simulator")
+        self._thread.daemon = True
+        self._thread.start()
+
+    def shutdown(self):
+        self.httpd.shutdown()
+        self.httpd.server_close()
+        self._thread.join(10)
+        if self._tmpdir:
+            shutil.rmtree(self._tmpdir, ignore_errors=True)
+
+
+def _make_server(address, port, https, scenario):
+    if not address.startswith("127."):
+        raise ValueError("the simulator serves loopback addresses only (127.0.0.0/8)")
+    httpd = ThreadingHTTPServer((address, port), Handler)
+    httpd.daemon_threads = True
+    httpd.state = State(scenario)
+    tmpdir = None
+    if https:
+        tmpdir = tempfile.mkdtemp(prefix="vorna-sim-")
+        cert, key = make_certificate(tmpdir)
+        ctx = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+        ctx.load_cert_chain(cert, key)
+        httpd.socket = ctx.wrap_socket(httpd.socket, server_side=True)
+    return httpd, tmpdir
+
+
+def start_server(address="127.0.0.1", port=0, https=True, scenario="default"):
+    httpd, tmpdir = _make_server(address, port, https, scenario)
+    return Simulator(httpd, "https" if https else "http", address, tmpdir)
+
+
+def main(argv=None):
+    parser = argparse.ArgumentParser(description="Console simulator")
+    parser.add_argument("--address", default="127.0.0.1")
+    parser.add_argument("--port", type=int, default=0)
+    group = parser.add_mutually_exclusive_group()
+    group.add_argument("--https", dest="https", action="store_true", default=True)
+    group.add_argument("--http", dest="https", action="store_false")
+    parser.add_argument("--scenario", default="default")
+    args = parser.parse_args(argv)
+    sim = start_server(args.address, args.port, args.https, args.scenario)
+    stop = threading.Event()
+    signal.signal(signal.SIGTERM, lambda *a: stop.set())
+    signal.signal(signal.SIGINT, lambda *a: stop.set())
+    print("SIMULATOR READY %s" % sim.url)
+    sys.stdout.flush()
+    while not stop.wait(0.5):
+        pass
+    sim.shutdown()
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,75 @@
+"""The machine the simulator plays: loaded from a scenario, changed by console actions.
+
+All state lives here, in the server, so it survives browser restarts. Every change goes
+through one lock; actions append to the operation log and the event log in the
+console's own sentences.
+"""
+import copy
+import json
+import os
+import threading
+import time
+
+SCENARIO_DIR = os.path.join(os.path.dirname(os.path.abspath(__file__)), "scenarios")
+
+
+def _merge(base, extra):
+    """Deep-merges `extra` into a copy of `base` (maps merge, anything else replaces)."""
+    out = copy.deepcopy(base)
+    for key, value in extra.items():
+        if isinstance(value, dict) and isinstance(out.get(key), dict):
+            out[key] = _merge(out[key], value)
+        else:
+            out[key] = copy.deepcopy(value)
+    return out
+
+
+def load_scenario(name_or_data):
+    """A scenario by file name (without .json) or as a map; "extends" names a base."""
+    if isinstance(name_or_data, dict):
+        data = name_or_data
+    else:
+        path = os.path.join(SCENARIO_DIR, os.path.basename(str(name_or_data)) + ".json")
+        if not os.path.isfile(path):
+            raise KeyError("no scenario named %r" % name_or_data)
+        with open(path, encoding="utf-8") as f:
+            data = json.load(f)
+    base = data.get("extends")
+    if base:
+        rest = dict(data)
+        rest.pop("extends")
+        return _merge(load_scenario(base), rest)
+    return copy.deepcopy(data)
+
+
+class State(object):
+    def __init__(self, scenario="default"):
+        self.lock = threading.RLock()
+        self.load(scenario)
+
+    def load(self, scenario):
+        with self.lock:
+            self.machine = load_scenario(scenario)
+            self.sessions = {}
+            self.oplog = []
+            self.events = []
+            self.faults = {"slow": {}, "missing": {}, "refuse": []}
+
+    def snapshot(self):
+        with self.lock:
+            return {"machine": copy.deepcopy(self.machine), "sessions": len(self.sessions),
+                    "oplog": list(self.oplog), "events": list(self.events),
+                    "faults": copy.deepcopy(self.faults)}
+
+    def log_operation(self, user, text):
+        with self.lock:
+            self.oplog.append({"time": time.strftime("%Y-%m-%d %H:%M:%S"), "user": user,
+                               "interface": "WEB", "text": text})
+
+    def log_event(self, text, level="Info"):
+        with self.lock:
+            self.events.append({"time": time.strftime("%Y-%m-%d %H:%M:%S"), "level": level, "text": text})
+
+    def refused(self, action):
+        with self.lock:
+            return action in self.faults["refuse"]
