@@ -1,0 +1,163 @@
+"""The browser client through the module, against real browsers: Firefox through its
+built-in remote protocol, and Chromium through chromedriver over HTTP."""
+import os
+import threading
+
+import pytest
+
+from marlet.exception.webdriverexception import (NoSuchElementException, NoSuchFrameException,
+                                                  TimeoutException)
+from marlet.utils.gui.web.web_base import By, Keys, Select, WebDriverWait
+from marlet.utils.gui.web.web_base import expected_conditions as EC
+from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
+from tests.python.browsers import descendant_browsers
+
+FIXTURES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "fixtures")
+BROWSERS = {
+    "firefox": {"name": "firefox", "driver": "marionette"},
+    "chromium": {"name": "chromium", "driver": "chromedriver"},
+}
+
+
+@pytest.fixture(autouse=True)
+def fast_clock():
+    """Waits here run at the real pace: the page's own timers do."""
+    from marlet.utils.time import set_time_scale
+    set_time_scale(1.0)
+    yield
+
+
+@pytest.fixture(scope="module")
+def fixture_server():
+    try:
+        from http.server import SimpleHTTPRequestHandler, ThreadingHTTPServer
+    except ImportError:  # Python 3.6
+        pytest.fail("needs Python 3.7 or later")
+    import functools
+
+    class Quiet(SimpleHTTPRequestHandler):
+        def log_message(self, *args):
+            pass
+
+    handler = functools.partial(Quiet, directory=FIXTURES)
+    httpd = ThreadingHTTPServer(("127.0.0.1", 0), handler)
+    t = threading.Thread(target=httpd.serve_forever)
+    t.daemon = True
+    t.start()
+    yield "http://127.0.0.1:%d" % httpd.server_address[1]
+    httpd.shutdown()
+    httpd.server_close()
+
+
+@pytest.fixture(scope="module", params=sorted(BROWSERS))
+def session(request, fixture_server, tmp_path_factory):
+    downloads = str(tmp_path_factory.mktemp("downloads"))
+    w = VornaWebWrapper({"browser": dict(BROWSERS[request.param], download_dir=downloads)})
+    w.download_dir = downloads
+    w.openFirefox()
+    yield w, fixture_server
+    w.web_close()
+    assert descendant_browsers() == []
+
+
+@pytest.fixture
+def page(session):
+    w, base = session
+    w.browser.get(base + "/page.html")
+    return w, w.browser
+
+
+def test_frames_by_name_and_by_id_and_back(page):
+    w, b = page
+    for name in ("byname", "byid"):
+        b.switch_to_frame(name)
+        assert b.find_element_by_id("inner").text == "inside"
+        b.switch_to_default_content()
+        assert b.find_element_by_id("plain")
+    with pytest.raises(NoSuchFrameException):
+        b.switch_to_frame("nowhere")
+
+
+def test_lookups_text_and_lists(page):
+    w, b = page
+    assert b.title == "Fixture"
+    rows = b.find_elements_by_xpath("//table[@id='t']//tr")
+    assert [[r.find_element_by_xpath("./td[%d]" % i).text for i in (1, 2)] for r in rows] == \
+        [["a1", "a2"], ["b1", "b2"]]
+    assert b.find_elements_by_xpath("//nothing") == []
+    assert b.find_element_by_id("plain").text == "hi there"       # non-breaking space
+    assert b.find_element_by_id("hidden").text == ""              # hidden text is not shown
+    assert b.find_element_by_id("nested").text == "first\nsecond part"
+    with pytest.raises(NoSuchElementException):
+        b.find_element_by_id("missing")
+
+
+def test_attributes_follow_selenium_rules(page):
+    w, b = page
+    get = lambda i, n: b.find_element_by_id(i).get_attribute(n)
+    assert get("plain", "class") == "c1 c2"
+    assert get("box", "checked") == "true" and get("off", "checked") is None
+    assert get("ro", "readonly") == "true" and get("text", "readonly") is None
+    assert get("hidden", "style") == "display: none;"
+    assert get("link", "href").endswith("/target.html")           # the property: resolved
+    assert get("plain", "nothing") is None
+    el = b.find_element_by_id("text")
+    el.clear()
+    el.send_keys("typed")
+    assert get("text", "value") == "typed"                        # the live value
+    assert b.find_element_by_id("text").get_property("value") == "typed"
+
+
+def test_clicks_keys_select_and_files(page, tmp_path):
+    w, b = page
+    b.execute_script("arguments[0].click();", b.find_element_by_id("btn"))
+    assert b.find_element_by_id("out").text == "clicked"
+    sel = b.find_element_by_id("sel")
+    sel.send_keys(Keys.DOWN)
+    assert sel.get_attribute("value") == "2"
+    Select(sel).select_by_visible_text("Three")
+    assert sel.get_attribute("value") == "3"
+    Select(sel).select_by_visible_text("Two words")               # blanks are normalised
+    assert sel.get_attribute("value") == "2"
+    with pytest.raises(NoSuchElementException) as info:
+        Select(sel).select_by_visible_text("Four")
+    assert "Could not locate element with visible text: Four" in str(info.value)
+    upload = tmp_path / "firmware.bin"
+    upload.write_bytes(b"\x00\x01")
+    w.fillElementById("file", str(upload), highlight=False)
+    assert b.execute_script("return arguments[0].files[0].name;", b.find_element_by_id("file")) == "firmware.bin"
+    b.find_element_by_id("keys").send_keys(Keys.PAGE_DOWN, Keys.DOWN, "x")
+    assert b.find_element_by_id("pressed").text == "PageDown ArrowDown x"
+
+
+def test_waits_visible_hidden_and_time_out(page):
+    w, b = page
+    late = WebDriverWait(b, 5, 0.1).until(EC.visibility_of_element_located((By.ID, "late")))
+    assert late.text == "late"
+    assert WebDriverWait(b, 2, 0.1).until_not(EC.visibility_of_element_located((By.ID, "hidden")))
+    with pytest.raises(TimeoutException):
+        WebDriverWait(b, 0.5, 0.1).until(EC.visibility_of_element_located((By.ID, "hidden")))
+    assert w.waitElement("id", "late", 5, 0.5).text == "late"
+
+
+def test_windows_and_screenshots(page):
+    w, b = page
+    assert len(b.window_handles) == 1
+    w.web_switch_page_logout()
+    assert b.get_screenshot_as_png()[:8] == b"\x89PNG\r\n\x1a\n"
+
+
+def test_a_download_lands_in_the_folder(session):
+    w, base = session
+    w.browser.get(base + "/page.html")
+    w.browser.execute_script(
+        "var a = document.createElement('a'); a.href = '/download.tar.gz'; a.download = 'dump.tar.gz';"
+        "document.body.appendChild(a); a.click();")
+    target = os.path.join(w.download_dir, "dump.tar.gz")
+    import time
+    deadline = time.time() + 20
+    while not os.path.exists(target) and time.time() < deadline:
+        time.sleep(0.2)
+    assert os.path.exists(target)
+    with open(target, "rb") as f:
+        assert f.read() == open(os.path.join(FIXTURES, "download.tar.gz"), "rb").read()
