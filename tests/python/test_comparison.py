@@ -1,0 +1,48 @@
+"""The comparisons through the module: dicts and lists in, Python's failure kinds out."""
+import pytest
+
+from marlet.exception.webdisplayexception import WebDisplayException
+from marlet.exception.webelementexception import WebElementException
+from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
+
+POWER = [{"Type": "PSU", "Manufacturer": "Vorna", "Rated Power": "800W", "Input Mode": "AC", "BOM Code": "P1"}]
+BENCH = {"P1": {"Model": "M", "Manufacturer": "Vorna", "PowerCapacityWatts": "800W", "PowerSupplyType": "AC"}}
+
+
+def test_agreement_returns_none_and_leaves_the_arguments_alone(log_lines):
+    w = VornaWebWrapper({})
+    before = (repr(POWER), repr(BENCH))
+    assert w.compare_power(POWER, BENCH) is None
+    assert (repr(POWER), repr(BENCH)) == before
+    assert log_lines.texts()[0].startswith("电源标准信息<类型>M <厂商>Vorna")
+
+
+def test_differences_and_misses_keep_their_kinds():
+    w = VornaWebWrapper({})
+    bench = {"P1": dict(BENCH["P1"], PowerSupplyType="DC")}
+    with pytest.raises(WebDisplayException) as info:
+        w.compare_power(POWER, bench)
+    assert str(info.value) == "电源输入模式不一致 标准:DC 实际:AC"
+    with pytest.raises(WebElementException):
+        w.compare_power([], BENCH)
+    with pytest.raises(KeyError):
+        w.compare_power(POWER, {})
+    with pytest.raises(TypeError):
+        w.compare_power("not a list", BENCH)
+    with pytest.raises(TypeError):
+        w.compare_riser([{"BoardID": "1", "Name": None}], {"1": {"BoardName": "R"}})
+    memory = [{"name": "D0", "manufacturer": "V", "capacity": "x"}]
+    with pytest.raises(ValueError):
+        w.compare_memory(memory, {"D0": {"Manufacturer": "V", "Size": "1"}})
+    with pytest.raises(IndexError):
+        w.compare_memory([dict(memory[0], capacity=" ")], {"D0": {"Manufacturer": "V", "Size": "1"}})
+
+
+def test_a_zero_console_capacity_divides_by_zero():
+    w = VornaWebWrapper({})
+    disk = {"Interface Type": "SAS", "Model": "M", "Serial Number": "S", "Firmware Version": "F",
+            "Firmware State": "ONLINE", "Capacity": "0 GB", "Capable Speed": "12 Gbps", "Negotiated Speed": "12 Gbps"}
+    os_disk = {"PD Type": "SAS", "Model": "M", "Serial Number": "S", "Device Firmware Level": "F",
+               "Firmware state": "Online", "Raw Size": "1 GB", "Device Speed": "12Gb/s", "Link Speed": "12Gb/s"}
+    with pytest.raises(ZeroDivisionError):
+        w.compare_storage({}, {}, {"c0": {"d": disk}}, {"c0": {"d": os_disk}})
