@@ -108,9 +108,14 @@ Json FakeBrowser::execute(std::string_view command, const Json& params) {
   }
   if (cmd == "WebDriver:FindElement" || cmd == "WebDriver:FindElements") {
     std::string key = key_of(params);
-    if (params.contains("element") && params["element"].is_string())
-      key = by_uuid(Json{{"id", params["element"]}}).key + " " + key;
-    auto found = lookup(key);
+    std::vector<FakeElement*> found;
+    if (params.contains("element") && params["element"].is_string()) {
+      // Children of one element of a list are registered under its uuid ("@uuid-7 ...").
+      auto& parent = by_uuid(Json{{"id", params["element"]}});
+      found = lookup("@" + parent.uuid + " " + key);
+      if (found.empty()) key = parent.key + " " + key;
+    }
+    if (found.empty()) found = lookup(key);
     if (cmd == "WebDriver:FindElements") {
       Json out = Json::array();
       for (auto* e : found) out.push_back(ref(*e));

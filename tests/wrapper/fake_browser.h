@@ -1,6 +1,7 @@
 // A scripted fake browser at the transport seam: a flat table of elements keyed by the
 // locator that finds them ("id:btnLogin", "xpath://span", "class:loginMain", and
-// "<parent key> xpath:./td[1]" for relative lookups). It answers the browser commands
+// "<parent key> xpath:./td[1]" for relative lookups, or "@<parent uuid> xpath:./td[1]"
+// to tell apart the children of the rows of one list). It answers the browser commands
 // the element layer sends and records every action in `events`, so tests can assert the
 // order of clicks, fills, frame switches and navigation next to the clock's sleeps.
 #pragma once

@@ -76,7 +76,27 @@ class VornaWebWrapper : public marlet::WebBase {
   void compare_storage(const Json& webRaidInfo, const Json& raidInfo, const Json& webDiskInfo, const Json& diskInfo);
 
   // ---- identity and versions (network/) ----
+  std::string get_product_sn();
+  std::string get_guid();
+  std::string get_bios_name();
+  // {"bmc_version", "bios_version", "cpld_version"}
+  Json web_get_firmware_version();
+  // A map of the software rows, or the fixed notice text when the OS agent does not report.
+  Json web_get_software_info();
+
   // ---- power (power/) ----
+  std::string web_get_power_status();
+  void set_power_off();
+  void set_power_on();
+  void set_power_cycle();
+  void set_power_reboot();
+  void _switch_to_power();
+  void _set_power_state(const std::string& state);
+  void reboot();
+  void web_set_bmc_reboot(const Json& params);
+  Json web_get_power_capping_info(const Json& params);
+  bool web_set_power_cap(const Json& params);
+  bool web_set_poweron_strategy(const Json& params);
 
   // ---- console idioms (console_idioms.cpp) ----
   // Clicks each menu id in order (locateElementById's default click).

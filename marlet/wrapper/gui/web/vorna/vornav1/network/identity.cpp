@@ -1,0 +1,103 @@
+// What the machine says it is: serial number, GUID, BIOS name, firmware versions and the
+// software list the operating-system agent feeds into the console.
+#include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
+
+namespace vorna {
+namespace py = marlet::py;
+
+namespace {
+constexpr const char* kSoftwareRows = R"(//*[@id="SysSoftTrue"]/div[1]/table/tbody/tr)";
+constexpr const char* kAgentNotice = R"(//*[@id="SysSoftFalse"]/span[2])";
+constexpr const char* kInstallAgent =
+    "To enable complete software information to be displayed, install Tolmar 2.0 and start it on the OS.";
+}  // namespace
+
+std::string VornaWebWrapper::get_product_sn() {
+  logger().info("[getProductSN] start...");
+  open_page(pages::kSummary);
+  std::string sn = getTextById("txtSequence");
+  leave_content_frame();
+  return sn;
+}
+
+std::string VornaWebWrapper::get_guid() {
+  logger().info("[getGUID] start...");
+  open_page(pages::kSummary);
+  std::string guid = getTextById("txtBMCGuid");
+  leave_content_frame();
+  return guid;
+}
+
+std::string VornaWebWrapper::get_bios_name() {
+  logger().info("[getBiosName] start...");
+  open_page(pages::kOverview, 6);
+  std::string name = getTextById("productAlias");
+  leave_content_frame();
+  return name;
+}
+
+Json VornaWebWrapper::web_get_firmware_version() {
+  logger().info("[getBmcFirmwareVersion] start...");
+  auto read_versions = [this] {
+    Json versions = Json::object();
+    versions["bmc_version"] = getTextById("txtFirmVersion");
+    versions["bios_version"] = getTextById("txtBiosVersion");
+    versions["cpld_version"] = getTextById("txtCpldVersion");
+    leave_content_frame();
+    return versions;
+  };
+  try {
+    locateElementById("menu_INFO");
+    settle(5);
+    locateElementById("menu_SYSTEM_INFO");
+    enter_content_frame();
+    settle(6);
+    return read_versions();
+  } catch (const marlet::MarletException&) {
+  }
+  // The information menu is still open: only its entry is clicked again.
+  leave_content_frame();
+  locateElementById("menu_SYSTEM_INFO");
+  enter_content_frame();
+  settle(6);
+  return read_versions();
+}
+
+Json VornaWebWrapper::web_get_software_info() {
+  logger().info("[getSoftwareInfo] start...");
+  follow_menu(pages::kSystemInfo);
+  settle(5);
+  enter_content_frame();
+  settle(5);
+  locateElementById(tabs::kSystem);
+  settle(5);
+  Json software = Json::object();
+  std::exception_ptr failure;
+  std::string failure_text;
+  try {
+    auto rows = locateElementsByXpath(kSoftwareRows);
+    if (rows.empty()) throw marlet::IndexError("list index out of range");
+    if (rows.front().find_element_by_xpath("./td[1]/span").text().empty())
+      throw marlet::MarletException("can not get SoftWareInfo");
+    for (auto& row : rows) {
+      std::string label = row.find_element_by_xpath("./td[1]/span").text();
+      std::string value = row.find_element_by_xpath("./td[2]/span").text();
+      software[label] = value;
+    }
+    leave_content_frame();
+    return software;
+  } catch (const std::exception& e) {
+    failure = std::current_exception();
+    failure_text = e.what();
+  }
+  std::string notice = getTextByXpath(kAgentNotice);
+  if (!notice.empty()) {
+    logger().error("Tolmar is not installed or running");
+    leave_content_frame();
+    return kInstallAgent;
+  }
+  throw marlet::MarletException(failure_text, failure);
+}
+
+}  // namespace vorna
