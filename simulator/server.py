@@ -122,9 +122,13 @@ class Handler(BaseHTTPRequestHandler):
             return None
         ext = os.path.splitext(full)[1]
         if ext == ".html":
+            # Pages render from the machine as it is when they load, with no round trip:
+            # what the driver reads right after opening a page is already there.
             with self.state.lock:
                 missing = list(self.state.faults["missing"].get(page, []))
-            inject = "<script>window.SIM_MISSING = %s;</script>" % json.dumps(missing)
+                machine = json.dumps(self.state.machine, ensure_ascii=False).replace("</", "<\\/")
+            inject = "<script>window.SIM_MISSING = %s; window.MACHINE = %s;</script>" % (
+                json.dumps(missing), machine)
             data = data.replace(b"</head>", inject.encode("utf-8") + b"</head>", 1)
         return data, CONTENT_TYPES.get(ext, "application/octet-stream")
 
