@@ -1,0 +1,93 @@
+// Browsers and drivers that never come up: a typed error within the bound, and nothing
+// of ours left behind (no process, no temporary profile).
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "webdriver/errors.h"
+#include "webdriver/launcher.h"
+
+using namespace webdriver;
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string script(const std::string& name, const std::string& body) {
+  std::string path = (fs::temp_directory_path() / ("vorna-test-" + std::to_string(::getpid()) + "-" + name)).string();
+  std::ofstream(path) << "#!/bin/sh\n" << body << "\n";
+  ::chmod(path.c_str(), 0755);
+  return path;
+}
+
+int our_children() {
+  int n = 0;
+  for (const auto& e : fs::directory_iterator("/proc")) {
+    std::ifstream stat(e.path() / "stat");
+    std::string line;
+    if (!std::getline(stat, line)) continue;
+    auto close = line.rfind(')');
+    if (close == std::string::npos) continue;
+    std::istringstream rest(line.substr(close + 2));
+    std::string state;
+    int ppid = 0;
+    rest >> state >> ppid;
+    if (ppid == ::getpid() && state != "Z") ++n;
+  }
+  return n;
+}
+
+int profiles() {
+  int n = 0;
+  for (const auto& e : fs::directory_iterator(fs::temp_directory_path()))
+    if (e.path().filename().string().rfind("vorna-firefox-", 0) == 0 ||
+        e.path().filename().string().rfind("vorna-browser-", 0) == 0)
+      ++n;
+  return n;
+}
+
+}  // namespace
+
+TEST(LauncherFaultTests, ABrowserThatNeverOpensItsPortFailsWithinTheBound) {
+  int before = profiles();
+  LaunchOptions o;
+  o.binary = script("silent-browser", "sleep 30");
+  o.startup_timeout = std::chrono::seconds(2);
+  auto started = std::chrono::steady_clock::now();
+  EXPECT_THROW(launch(o), SessionNotCreatedException);
+  EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(10));
+  EXPECT_EQ(our_children(), 0);
+  EXPECT_EQ(profiles(), before);
+  fs::remove(o.binary);
+}
+
+TEST(LauncherFaultTests, ABrowserThatExitsAtOnceOrADriverThatDiesIsReportedQuickly) {
+  LaunchOptions o;
+  o.binary = script("dying-browser", "exit 3");
+  auto started = std::chrono::steady_clock::now();
+  EXPECT_THROW(launch(o), SessionNotCreatedException);
+  EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(5));
+
+  LaunchOptions d;
+  d.browser = "chromium";
+  d.driver = "chromedriver";
+  d.driver_path = script("dying-driver", "exit 1");
+  d.startup_timeout = std::chrono::seconds(5);
+  EXPECT_THROW(launch(d), SessionNotCreatedException);
+  EXPECT_EQ(our_children(), 0);
+  fs::remove(o.binary);
+  fs::remove(d.driver_path);
+}
+
+TEST(LauncherFaultTests, UnknownPairingsAreRefusedBeforeAnythingStarts) {
+  LaunchOptions o;
+  o.browser = "chromium";  // cannot be driven through Firefox's protocol
+  EXPECT_THROW(launch(o), InvalidArgumentException);
+  o.driver = "remote";
+  EXPECT_THROW(launch(o), InvalidArgumentException);  // no remote_url
+  EXPECT_EQ(our_children(), 0);
+}

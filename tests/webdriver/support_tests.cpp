@@ -1,0 +1,99 @@
+// Locators and the wait loop, on a scripted transport and a fake clock.
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "webdriver/errors.h"
+#include "webdriver/session.h"
+#include "webdriver/support/expected_conditions.h"
+#include "webdriver/support/wait.h"
+
+using namespace webdriver;
+
+namespace {
+
+class LambdaTransport final : public Transport {
+ public:
+  using Fn = std::function<Json(std::string_view, const Json&)>;
+  explicit LambdaTransport(Fn fn) : fn_(std::move(fn)) {}
+  Json execute(std::string_view c, const Json& p) override {
+    if (c == "WebDriver:NewSession") return Json{{"sessionId", "s"}};
+    if (c == "WebDriver:DeleteSession") return nullptr;
+    return fn_(c, p);
+  }
+
+ private:
+  Fn fn_;
+};
+
+}  // namespace
+
+TEST(ByTests, IdsClassesAndNamesTravelAsCssSelectors) {
+  EXPECT_EQ(By::id("menu_INFO"), (By{"css selector", "[id=\"menu_INFO\"]"}));
+  EXPECT_EQ(By::id("a\"b"), (By{"css selector", "[id=\"a\\\"b\"]"}));
+  EXPECT_EQ(By::class_name("loginMain"), (By{"css selector", ".loginMain"}));
+  EXPECT_EQ(By::name("rightMid"), (By{"css selector", "[name=\"rightMid\"]"}));
+  EXPECT_EQ(By::make(By::XPATH, "//a"), (By{"xpath", "//a"}));
+  EXPECT_THROW(By::make("sound", "x"), InvalidArgumentException);
+}
+
+TEST(WaitTests, ChecksAtOnceThenSleepsAPollThenTestsTheDeadline) {
+  marlet::FakeClock clock;
+  int finds = 0;
+  auto session = Session::create(std::make_unique<LambdaTransport>([&](std::string_view c, const Json&) -> Json {
+                                   if (c == "WebDriver:FindElement") {
+                                     ++finds;
+                                     throw NoSuchElementException("not yet");
+                                   }
+                                   return nullptr;
+                                 }),
+                                 Json::object(), {}, &clock);
+  WebDriverWait wait(session, 5, 1);
+  EXPECT_THROW(wait.until(expected_conditions::visibility_of_element_located(By::id("x")), "gone"), TimeoutException);
+  // Checks at 0..5 seconds, one sleep after each: the deadline is tested after sleeping.
+  EXPECT_EQ(finds, 6);
+  EXPECT_EQ(clock.sleeps(), std::vector<double>(6, 1.0));
+  // until_not holds at once when the element is missing.
+  clock.clear();
+  EXPECT_TRUE(wait.until_not(expected_conditions::visibility_of_element_located(By::id("x"))));
+  EXPECT_TRUE(clock.sleeps().empty());
+}
+
+TEST(WaitTests, AStaleElementReadsAsNotVisibleAndAFoundOneIsReturned) {
+  marlet::FakeClock clock;
+  int displayed_calls = 0;
+  auto session = Session::create(
+      std::make_unique<LambdaTransport>([&](std::string_view c, const Json&) -> Json {
+        if (c == "WebDriver:FindElement") return Json{{kElementKey, "e1"}};
+        if (c == "WebDriver:IsElementDisplayed") {
+          if (++displayed_calls < 3) throw StaleElementReferenceException("replaced");
+          return true;
+        }
+        return nullptr;
+      }),
+      Json::object(), {}, &clock);
+  auto result = WebDriverWait(session, 10, 0.5).until(expected_conditions::visibility_of_element_located(By::id("x")));
+  ASSERT_TRUE(result.element.has_value());
+  EXPECT_EQ(result.element->id(), "e1");
+  EXPECT_EQ(clock.sleeps(), (std::vector<double>{0.5, 0.5}));
+}
+
+TEST(SessionTests, CommandsAfterQuitAreRefusedAndFramesAreFoundByIdThenName) {
+  std::vector<std::string> lookups;
+  auto session = Session::create(std::make_unique<LambdaTransport>([&](std::string_view c, const Json& p) -> Json {
+                                   if (c == "WebDriver:FindElements") {
+                                     lookups.push_back(p["value"].get<std::string>());
+                                     if (p["value"] == "[name=\"rightMid\"]") return Json::array({{{kElementKey, "f"}}});
+                                     return Json::array();
+                                   }
+                                   return nullptr;
+                                 }),
+                                 Json::object());
+  session->switch_to_frame("rightMid");
+  EXPECT_EQ(lookups, (std::vector<std::string>{"[id=\"rightMid\"]", "[name=\"rightMid\"]"}));
+  EXPECT_THROW(session->switch_to_frame("nowhere"), NoSuchFrameException);
+  session->quit();
+  EXPECT_TRUE(session->is_quit());
+  EXPECT_THROW(session->title(), InvalidSessionIdException);
+  session->quit();  // twice is harmless
+}
