@@ -58,6 +58,8 @@ class OwnedProcess final : public OwnedResource {
 
 // Preferences of a profile that never phones home on a closed network, opens no
 // first-run pages, and saves downloads silently into the given folder.
+}  // namespace
+
 std::string firefox_prefs(const LaunchOptions& o) {
   std::string p = R"(user_pref("marionette.port", 0);
 user_pref("app.update.disabledForTesting", true);
@@ -113,6 +115,8 @@ user_pref("browser.helperApps.neverAsk.saveToDisk", "application/gzip,applicatio
   }
   return p;
 }
+
+namespace {
 
 std::shared_ptr<Session> launch_firefox_marionette(const LaunchOptions& o, marlet::Clock* clock) {
   auto profile = std::make_unique<TempDir>("vorna-firefox-");

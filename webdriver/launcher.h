@@ -30,4 +30,7 @@ struct LaunchOptions {
 // SessionNotCreatedException (with the cause) when the browser or driver does not come up.
 std::shared_ptr<Session> launch(const LaunchOptions& options, marlet::Clock* clock = nullptr);
 
+// The preferences (user.js) of the temporary Firefox profile launch() makes.
+std::string firefox_prefs(const LaunchOptions& options);
+
 }  // namespace webdriver
