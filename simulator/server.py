@@ -110,7 +110,8 @@ class Handler(BaseHTTPRequestHandler):
         else:
             return None
         full = os.path.normpath(os.path.join(HERE, rel))
-        if not full.startswith(HERE + os.sep):
+        allowed = (os.path.join(HERE, "pages") + os.sep, os.path.join(HERE, "static") + os.sep)
+        if not full.startswith(allowed):
             return None
         page = os.path.splitext(os.path.basename(full))[0]
         if os.path.isfile(full):
