@@ -51,7 +51,7 @@ Session::~Session() { quit(); }
 
 Json Session::execute(std::string_view command, const Json& params) {
   std::lock_guard<std::mutex> lock(mutex_);
-  if (quit_) throw InvalidSessionIdException("The browser session has ended", "invalid session id");
+  if (quit_ || killed_) throw InvalidSessionIdException("The browser session has ended", "invalid session id");
   return transport_->execute(command, params);
 }
 
@@ -137,25 +137,28 @@ void Session::quit() noexcept {
     } catch (...) {
     }
     transport_.reset();
+  }
+  {
+    std::lock_guard<std::mutex> lock(resources_mutex_);
     resources.swap(resources_);
   }
   for (auto it = resources.rbegin(); it != resources.rend(); ++it) (*it)->shutdown();
 }
 
 void Session::kill() noexcept {
+  // The browser goes first: a command blocked on it then fails at once and frees the wire.
+  killed_ = true;
   std::vector<std::unique_ptr<OwnedResource>> resources;
   {
-    std::lock_guard<std::mutex> lock(mutex_);
-    quit_ = true;
-    transport_.reset();
+    std::lock_guard<std::mutex> lock(resources_mutex_);
     resources.swap(resources_);
   }
   for (auto it = resources.rbegin(); it != resources.rend(); ++it) (*it)->kill();
+  std::lock_guard<std::mutex> lock(mutex_);
+  quit_ = true;
+  transport_.reset();
 }
 
-bool Session::is_quit() const noexcept {
-  std::lock_guard<std::mutex> lock(mutex_);
-  return quit_;
-}
+bool Session::is_quit() const noexcept { return killed_ || quit_; }
 
 }  // namespace webdriver

@@ -6,6 +6,7 @@
 // commands on a session that has quit raise InvalidSessionIdException.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -99,10 +100,14 @@ class Session : public std::enable_shared_from_this<Session> {
 
   mutable std::mutex mutex_;  // one command at a time on the wire
   std::unique_ptr<Transport> transport_;
+  // Apart from the wire's lock, so that kill() can end a browser while another thread
+  // waits on a command to it.
+  std::mutex resources_mutex_;
   std::vector<std::unique_ptr<OwnedResource>> resources_;
+  std::atomic<bool> killed_{false};
   marlet::Clock* clock_;
   Json capabilities_;
-  bool quit_ = false;
+  std::atomic<bool> quit_{false};
 };
 
 }  // namespace webdriver

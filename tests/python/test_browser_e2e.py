@@ -161,3 +161,48 @@ def test_a_download_lands_in_the_folder(session):
     assert os.path.exists(target)
     with open(target, "rb") as f:
         assert f.read() == open(os.path.join(FIXTURES, "download.tar.gz"), "rb").read()
+
+
+def test_a_browser_that_dies_mid_session_gives_a_typed_error_in_bounded_time(fixture_server):
+    import signal
+    import time
+    from marlet.exception.webdriverexception import WebDriverException
+    w = VornaWebWrapper({})
+    w.openFirefox()
+    w.browser.get(fixture_server + "/page.html")
+    for pid, name in descendant_browsers():
+        os.kill(pid, signal.SIGKILL)
+    started = time.time()
+    with pytest.raises(WebDriverException):
+        w.browser.title
+    assert time.time() - started < 30
+    w.web_close()
+    deadline = time.time() + 10
+    while descendant_browsers() and time.time() < deadline:
+        time.sleep(0.1)
+    assert descendant_browsers() == []
+
+
+def test_kill_ends_a_browser_while_another_thread_waits_on_it(fixture_server):
+    import time
+    from marlet.exception.webdriverexception import WebDriverException
+    w = VornaWebWrapper({})
+    w.openFirefox()
+    w.browser.get(fixture_server + "/page.html")
+    outcome = {}
+
+    def stuck():
+        try:
+            w.browser.execute_script("var end = Date.now() + 60000; while (Date.now() < end) {}")
+        except WebDriverException as e:
+            outcome["error"] = e
+
+    t = threading.Thread(target=stuck)
+    t.start()
+    time.sleep(1)
+    started = time.time()
+    w.web_kill_firefox()
+    t.join(30)
+    assert not t.is_alive() and "error" in outcome
+    assert time.time() - started < 20
+    assert w.isClosed() and descendant_browsers() == []
