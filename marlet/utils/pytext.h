@@ -22,6 +22,13 @@ namespace py {
 // Python truth: null, false, 0, 0.0, "", [] and {} are false.
 bool truthy(const Json& value);
 
+// params.get(key): the value, or null when the key is absent (or `map` is no map).
+inline Json get(const Json& map, const std::string& key) {
+  if (!map.is_object()) return nullptr;
+  auto it = map.find(key);
+  return it == map.end() ? Json(nullptr) : *it;
+}
+
 // str() and repr() of a value: None, True, False, 1.0, 'text', ['a', 'b'], {'k': 'v'}.
 std::string str(const Json& value);
 std::string repr(const Json& value);

@@ -7,11 +7,6 @@ namespace py = marlet::py;
 
 namespace {
 
-Json get(const Json& map, const char* key) {
-  if (map.is_object() && map.contains(key)) return map[key];
-  return nullptr;
-}
-
 // The controller record's attribute, as the harness's object would give it.
 Json record_attribute(const Json& bmc, const char* name) {
   if (!bmc.is_object() || !bmc.contains(name))
@@ -43,15 +38,15 @@ bool VornaWebWrapper::web_login(const Json& params) {
   Json record_password = record_attribute(record, "password");
   Json extra_port = record.is_object() && record.contains("extra_port") ? record["extra_port"] : Json(nullptr);
 
-  Json address = py::truthy(get(params, "ip_address")) ? get(params, "ip_address") : local_ip;
-  Json user = py::truthy(get(params, "username")) ? get(params, "username") : record_user;
-  Json pass = py::truthy(get(params, "password")) ? get(params, "password") : record_password;
-  std::string protocol = py::truthy(get(params, "web_protocol")) ? text_value(params["web_protocol"], "web_protocol")
+  Json address = py::truthy(py::get(params, "ip_address")) ? py::get(params, "ip_address") : local_ip;
+  Json user = py::truthy(py::get(params, "username")) ? py::get(params, "username") : record_user;
+  Json pass = py::truthy(py::get(params, "password")) ? py::get(params, "password") : record_password;
+  std::string protocol = py::truthy(py::get(params, "web_protocol")) ? text_value(params["web_protocol"], "web_protocol")
                                                                   : "https";
   if (protocol != "https" && protocol != "http")
     throw marlet::ValueError("web_protocol must be 'https' or 'http', not " + py::repr_text(protocol));
   int port;
-  if (py::truthy(get(params, "web_port"))) {
+  if (py::truthy(py::get(params, "web_port"))) {
     port = port_value(params["web_port"], "web_port");
   } else {
     // The default is the record's "https" port whatever the protocol.

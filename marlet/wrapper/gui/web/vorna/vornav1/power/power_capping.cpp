@@ -8,11 +8,6 @@ namespace py = marlet::py;
 
 namespace {
 
-Json get(const Json& params, const char* key) {
-  if (params.is_object() && params.contains(key)) return params[key];
-  return nullptr;
-}
-
 void require_map(const Json& params, const char* operation) {
   if (!params.is_object()) throw marlet::TypeError(py::format("%s() takes a map of parameters, not %s", operation, py::repr(params)));
 }
@@ -39,8 +34,8 @@ Json VornaWebWrapper::web_get_power_capping_info(const Json& params) {
 
 bool VornaWebWrapper::web_set_power_cap(const Json& params) {
   require_map(params, "web_set_power_cap");
-  bool enable = py::truthy(get(params, "enbale"));
-  Json value = get(params, "value");
+  bool enable = py::truthy(py::get(params, "enbale"));
+  Json value = py::get(params, "value");
   // Refused before the page is touched: a cap is a number or its text.
   if (!value.is_null() && !value.is_number() && !value.is_string())
     throw marlet::TypeError("value must be a number or a text, not " + py::repr(value));
@@ -112,7 +107,7 @@ bool VornaWebWrapper::web_set_poweron_strategy(const Json& params) {
   page_settle();
   enter_content_frame();
   for (int i = 0; i < 3; ++i) session().find_element_by_id("npf").send_keys(webdriver::Keys::DOWN);
-  locateElementById(py::truthy(get(params, "flag")) ? "checkRemainsPrevisions" : "checkAlwaysOn");
+  locateElementById(py::truthy(py::get(params, "flag")) ? "checkRemainsPrevisions" : "checkAlwaysOn");
   locateElementById("btnSavePowerStrategy");
   leave_content_frame();
   settle(3);
