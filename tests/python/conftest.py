@@ -133,3 +133,4 @@ def log_lines(monkeypatch):
     capture = LogCapture()
     monkeypatch.setattr(VornaWebWrapper, "logger", capture)
     return capture
+

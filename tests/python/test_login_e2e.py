@@ -1,6 +1,5 @@
 """Logins through the whole stack: the module, headless Firefox, the console simulator."""
 import os
-import threading
 import time
 
 import pytest
@@ -9,6 +8,7 @@ from marlet.exception.marlet_exception import MarletException
 from marlet.exception.webdriverexception import TimeoutException
 from marlet.exception.webloginexception import WebLoginException
 from tests.python.browsers import descendant_browsers
+from tests.python.threads import CountingThread
 
 
 def test_login_and_logout_over_https(sim, wrapper, log_lines):
@@ -78,24 +78,13 @@ def test_close_and_kill_leave_no_browser_behind(sim, wrapper):
 
 
 def test_other_threads_run_while_an_operation_settles(sim, wrapper):
-    counter = {"n": 0}
-    stop = threading.Event()
-
-    def count():
-        while not stop.is_set():
-            counter["n"] += 1
-            time.sleep(0.001)
-
-    t = threading.Thread(target=count)
-    t.start()
-    started = time.time()
-    wrapper.web_login({"bmc": sim.controller()})
-    elapsed = time.time() - started
-    stop.set()
-    t.join()
+    with CountingThread() as counter:
+        started = time.time()
+        wrapper.web_login({"bmc": sim.controller()})
+        elapsed = time.time() - started
     # At the test pace the login settles about a second; the counter must have moved
     # all along, not only before and after.
-    assert counter["n"] > 100 * elapsed * 0.2
+    assert counter.count > 100 * elapsed * 0.2
 
 
 def test_a_screenshot_is_a_png_in_the_screenshot_folder(sim, wrapper, log_lines, tmp_path):

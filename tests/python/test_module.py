@@ -1,12 +1,12 @@
 """The module's Python surface without a browser: import, construction and injection,
 the logger, failure kinds, units and the time scale."""
-import threading
 import time
 
 import pytest
 
 from marlet.wrapper.gui.web.vorna.vornav1 import vornawebwrapper
 from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
+from tests.python.threads import CountingThread
 
 
 def test_the_module_has_one_public_name():
@@ -105,17 +105,6 @@ def test_units_and_time_scale():
 def test_a_settle_releases_the_interpreter_for_other_threads():
     from marlet.utils.time import set_time_scale, sleep
     set_time_scale(1.0)
-    counter = {"n": 0}
-    stop = threading.Event()
-
-    def count():
-        while not stop.is_set():
-            counter["n"] += 1
-            time.sleep(0.001)
-
-    t = threading.Thread(target=count)
-    t.start()
-    sleep(0.5)
-    stop.set()
-    t.join()
-    assert counter["n"] > 50
+    with CountingThread() as counter:
+        sleep(0.5)
+    assert counter.count > 50
