@@ -63,6 +63,10 @@ def main():
         wrapper.web_login({"bmc": bmc})
         print("logged in as %s at %s (%.1f s); browser title: %s"
               % (wrapper.current_user, wrapper.bmc_ip, time.time() - started, wrapper.browser.title))
+        print("serial number:", wrapper.get_product_sn())
+        print("firmware versions:", wrapper.web_get_firmware_version())
+        print("power state:", wrapper.web_get_power_status())
+        print("power figures:", wrapper.web_get_power_capping_info({}))
         print("picture of the console:", wrapper._screenshot("demo"))
         wrapper.web_logout()
         print("logged out; isLogin =", wrapper.isLogin)
