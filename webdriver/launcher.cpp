@@ -220,8 +220,10 @@ std::shared_ptr<Session> launch_driver(const LaunchOptions& o, marlet::Clock* cl
     int port = free_loopback_port();
     std::vector<std::string> argv = {driver, "--port=" + std::to_string(port)};
     if (o.driver == "geckodriver") argv = {driver, "--port", std::to_string(port), "--host", "127.0.0.1"};
+    // The session's deletion has closed the browser by the time the driver is stopped:
+    // it is asked to end at once.
     auto process = std::make_unique<OwnedProcess>(ChildProcess(argv, {}, user_data->path() + "/driver.log"),
-                                                  milliseconds(3000));
+                                                  milliseconds(0));
     url = "http://127.0.0.1:" + std::to_string(port);
     auto deadline = std::chrono::steady_clock::now() + o.startup_timeout;
     while (true) {

@@ -208,3 +208,34 @@ def test_kill_ends_a_browser_while_another_thread_waits_on_it(fixture_server):
     assert not t.is_alive() and "error" in outcome
     assert time.time() - started < 20
     assert w.isClosed() and set(descendant_browsers()) - others == set()
+
+
+def test_a_collected_wrapper_or_an_exiting_interpreter_leaves_no_browser():
+    import gc
+    import subprocess
+    import sys
+    import time
+    others = set(descendant_browsers())
+    w = VornaWebWrapper({})
+    w.openFirefox()
+    assert set(descendant_browsers()) - others
+    del w
+    gc.collect()
+    assert set(descendant_browsers()) - others == set()
+
+    # A harness that exits with a logged-in wrapper still referenced from a global.
+    script = ("from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper\n"
+              "from tests.python.browsers import descendant_browsers\n"
+              "KEPT = VornaWebWrapper({}); KEPT.openFirefox(); KEPT.loop = KEPT\n"
+              "print(' '.join(str(p) for p, _ in descendant_browsers()), flush=True)\n")
+    out = subprocess.run([sys.executable, "-c", script], stdout=subprocess.PIPE, timeout=120,
+                         universal_newlines=True, env=dict(os.environ))
+    pids = [int(p) for p in out.stdout.split()]
+    assert pids, out
+    deadline = time.time() + 15
+    alive = pids
+    while alive and time.time() < deadline:
+        time.sleep(0.2)
+        alive = [p for p in pids if os.path.exists("/proc/%d" % p) and
+                 open("/proc/%d/stat" % p).read().split(")")[-1].split()[0] != "Z"]
+    assert alive == []
