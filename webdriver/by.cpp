@@ -1,16 +1,27 @@
 #include "webdriver/by.h"
 
+#include <cctype>
+
 #include "webdriver/errors.h"
 
 namespace webdriver {
 namespace {
 
-// Escapes a value for a double-quoted CSS attribute selector.
+// Escapes a value for a double-quoted CSS attribute selector: quotes and backslashes
+// are escaped, line breaks written as code points (a raw one ends the string).
 std::string css_string(const std::string& value) {
   std::string out;
   for (char c : value) {
-    if (c == '"' || c == '\\') out += '\\';
-    out += c;
+    if (c == '\n') {
+      out += "\\a ";
+    } else if (c == '\r') {
+      out += "\\d ";
+    } else if (c == '\f') {
+      out += "\\c ";
+    } else {
+      if (c == '"' || c == '\\') out += '\\';
+      out += c;
+    }
   }
   return out;
 }
@@ -33,11 +44,13 @@ std::string css_ident(const std::string& value) {
 
 }  // namespace
 
-By By::id(const std::string& id) { return {"css selector", "[id=\"" + css_string(id) + "\"]"}; }
+std::string css_quote(const std::string& value) { return "\"" + css_string(value) + "\""; }
+
+By By::id(const std::string& id) { return {"css selector", "[id=" + css_quote(id) + "]"}; }
 By By::xpath(const std::string& xpath) { return {"xpath", xpath}; }
 By By::css_selector(const std::string& selector) { return {"css selector", selector}; }
 By By::class_name(const std::string& name) { return {"css selector", "." + css_ident(name)}; }
-By By::name(const std::string& name) { return {"css selector", "[name=\"" + css_string(name) + "\"]"}; }
+By By::name(const std::string& name) { return {"css selector", "[name=" + css_quote(name) + "]"}; }
 By By::tag_name(const std::string& name) { return {"css selector", name}; }
 
 By By::make(const std::string& kind, const std::string& value) {

@@ -27,4 +27,7 @@ struct By {
   bool operator==(const By&) const = default;
 };
 
+// `value` as a double-quoted CSS string, for attribute selectors such as [id="..."].
+std::string css_quote(const std::string& value);
+
 }  // namespace webdriver

@@ -6,11 +6,14 @@
 namespace webdriver {
 namespace {
 
-// Selenium's attribute rules in one script: boolean attributes give "true" or null,
-// value/checked/selected read the live state, class reads className, style the css
-// text, otherwise the property first (when it is a plain value), then the attribute.
+// Selenium's attribute rules in one script, as its getAttribute atom has them: "style"
+// gives the css text; "selected"/"checked" on options, checkboxes and radio buttons read
+// the live state; href of links and src of images give the full URL when the attribute
+// is there; boolean attributes give "true" or null (never "false"); otherwise the
+// property first (class -> className, readonly -> readOnly) unless it is missing or an
+// object, then the attribute.
 constexpr const char* kGetAttribute = R"JS(
-var e = arguments[0], name = arguments[1], lower = name.toLowerCase();
+var e = arguments[0], attribute = arguments[1], name = attribute.toLowerCase();
 var BOOLEANS = ['allowfullscreen','allowpaymentrequest','allowusermedia','async','autofocus',
   'autoplay','checked','compact','complete','controls','declare','default','defaultchecked',
   'defaultselected','defer','disabled','ended','formnovalidate','hidden','indeterminate',
@@ -18,20 +21,35 @@ var BOOLEANS = ['allowfullscreen','allowpaymentrequest','allowusermedia','async'
   'noresize','noshade','novalidate','nowrap','open','paused','playsinline','pubdate',
   'readonly','required','reversed','scoped','seamless','seeking','selected','truespeed',
   'typemustmatch','willvalidate'];
-if (lower === 'style') { return e.style ? e.style.cssText : e.getAttribute('style'); }
-if (lower === 'selected' || lower === 'checked') {
-  var tag = e.tagName.toLowerCase(), type = (e.type || '').toLowerCase();
-  if (tag === 'option' || (tag === 'input' && (type === 'checkbox' || type === 'radio'))) {
-    return e[lower] ? 'true' : null;
-  }
+var ALIASES = {'class': 'className', 'readonly': 'readOnly'};
+var tag = e.tagName.toLowerCase();
+function attr(n) {
+  n = n.toLowerCase();
+  if (n === 'style') return e.style ? e.style.cssText : null;
+  var node = e.getAttributeNode(n);
+  return node && node.specified ? node.value : null;
 }
-var prop = lower === 'class' ? 'className' : lower === 'readonly' ? 'readOnly' : name;
-if (BOOLEANS.indexOf(lower) >= 0) {
-  return (e.hasAttribute(name) || !!e[prop]) ? 'true' : null;
+if (name === 'style') return e.style ? e.style.cssText : null;
+if (name === 'selected' || name === 'checked') {
+  var type = tag === 'input' ? (e.type || '').toLowerCase() : '';
+  if (tag === 'option') return e.selected ? 'true' : null;
+  if (type === 'checkbox' || type === 'radio') return e.checked ? 'true' : null;
 }
-var value = e[prop];
+if ((tag === 'img' && name === 'src') || (tag === 'a' && name === 'href')) {
+  var v = attr(name);
+  return v ? e[name] : v;
+}
+if (name === 'spellcheck') {
+  var s = attr(name);
+  if (s !== null && (s.toLowerCase() === 'false' || s.toLowerCase() === 'true')) return s.toLowerCase();
+  return String(e[name]);
+}
+var prop = ALIASES[attribute] || attribute;
+if (BOOLEANS.indexOf(name) >= 0) return (attr(attribute) !== null || e[prop]) ? 'true' : null;
+var value;
+try { value = e[prop]; } catch (ignored) {}
 if (value === undefined || value === null || typeof value === 'object' || typeof value === 'function') {
-  value = e.getAttribute(name);
+  value = attr(attribute);
 }
 return value === undefined || value === null ? null : String(value);
 )JS";

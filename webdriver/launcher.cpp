@@ -99,6 +99,34 @@ user_pref("network.prefetch-next", false);
 user_pref("services.settings.server", "");
 user_pref("media.gmp-manager.url", "");
 user_pref("security.certerrors.mitm.priming.enabled", false);
+user_pref("app.shield.optoutstudies.enabled", false);
+user_pref("browser.discovery.enabled", false);
+user_pref("browser.region.network.url", "");
+user_pref("browser.region.update.enabled", false);
+user_pref("browser.safebrowsing.provider.google4.updateURL", "");
+user_pref("browser.safebrowsing.provider.mozilla.updateURL", "");
+user_pref("browser.topsites.contile.enabled", false);
+user_pref("browser.newtabpage.activity-stream.feeds.section.topstories", false);
+user_pref("browser.newtabpage.activity-stream.feeds.system.topstories", false);
+user_pref("browser.newtabpage.activity-stream.feeds.snippets", false);
+user_pref("browser.newtabpage.activity-stream.telemetry", false);
+user_pref("browser.uitour.enabled", false);
+user_pref("captivedetect.canonicalURL", "");
+user_pref("dom.push.connection.enabled", false);
+user_pref("extensions.systemAddon.update.enabled", false);
+user_pref("extensions.getAddons.discovery.api_url", "");
+user_pref("geo.provider.network.url", "");
+user_pref("identity.fxaccounts.enabled", false);
+user_pref("media.gmp-gmpopenh264.autoupdate", false);
+user_pref("network.trr.mode", 5);
+user_pref("toolkit.telemetry.archive.enabled", false);
+user_pref("toolkit.telemetry.newProfilePing.enabled", false);
+user_pref("toolkit.telemetry.shutdownPingSender.enabled", false);
+user_pref("toolkit.telemetry.firstShutdownPing.enabled", false);
+user_pref("toolkit.telemetry.updatePing.enabled", false);
+user_pref("toolkit.telemetry.bhrPing.enabled", false);
+user_pref("datareporting.healthreport.service.enabled", false);
+user_pref("messaging-system.rsexperimentloader.enabled", false);
 user_pref("remote.prefs.recommended", true);
 user_pref("dom.disable_beforeunload", true);
 user_pref("pdfjs.disabled", true);
@@ -107,6 +135,11 @@ user_pref("browser.download.useDownloadDir", true);
 user_pref("browser.download.manager.showWhenStarting", false);
 user_pref("browser.download.always_ask_before_handling_new_types", false);
 user_pref("browser.helperApps.alwaysAsk.force", false);
+user_pref("browser.download.alwaysOpenPanel", false);
+user_pref("browser.download.panel.shown", true);
+user_pref("browser.download.start_downloads_in_tmp_dir", false);
+user_pref("browser.download.open_pdf_attachments_inline", false);
+user_pref("browser.download.viewableInternally.enabledTypes", "");
 user_pref("browser.helperApps.neverAsk.saveToDisk", "application/gzip,application/x-gzip,application/x-tar,application/octet-stream,application/zip,text/plain,text/csv,application/json");
 )";
   if (!o.download_dir.empty()) {
@@ -154,7 +187,8 @@ std::shared_ptr<Session> launch_firefox_marionette(const LaunchOptions& o, marle
   try {
     transport = std::make_unique<MarionetteTransport>(
         std::make_unique<TcpStream>("127.0.0.1", port, milliseconds(10000)),
-        std::chrono::duration_cast<milliseconds>(o.command_timeout));
+        std::chrono::duration_cast<milliseconds>(o.command_timeout),
+        std::chrono::duration_cast<milliseconds>(o.startup_timeout));
   } catch (...) {
     for (auto it = resources.rbegin(); it != resources.rend(); ++it) (*it)->kill();
     throw;
@@ -186,7 +220,8 @@ Json http_capabilities(const LaunchOptions& o, const std::string& user_data_dir)
   if (o.browser == "chromium") {
     Json args = Json::array({"--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage", "--no-first-run",
                              "--disable-background-networking", "--disable-component-update", "--disable-sync",
-                             "--disable-default-apps", "--user-data-dir=" + user_data_dir});
+                             "--disable-default-apps"});
+    if (!user_data_dir.empty()) args.push_back("--user-data-dir=" + user_data_dir);
     if (o.headless) args.push_back("--headless=new");
     Json chrome = {{"args", args}};
     std::string binary = find_executable({o.binary.empty() ? "chromium" : o.binary});
@@ -194,6 +229,9 @@ Json http_capabilities(const LaunchOptions& o, const std::string& user_data_dir)
     if (!o.download_dir.empty())
       chrome["prefs"] = {{"download.default_directory", o.download_dir},
                          {"download.prompt_for_download", false},
+                         {"download.directory_upgrade", true},
+                         // A second download from a page is otherwise held for a prompt.
+                         {"profile.default_content_setting_values.automatic_downloads", 1},
                          {"safebrowsing.enabled", false}};
     caps["browserName"] = "chrome";
     caps["goog:chromeOptions"] = chrome;
@@ -243,8 +281,9 @@ std::shared_ptr<Session> launch_driver(const LaunchOptions& o, marlet::Clock* cl
   } else {
     resources.push_back(std::move(user_data));
   }
+  // A remote browser runs on another machine: a folder of ours means nothing there.
   auto* dir = static_cast<TempDir*>(resources.front().get());
-  Json caps = http_capabilities(o, dir->path() + "/profile");
+  Json caps = http_capabilities(o, o.driver == "remote" ? "" : dir->path() + "/profile");
   auto transport = std::make_unique<HttpTransport>(url, std::chrono::duration_cast<milliseconds>(o.command_timeout));
   return Session::create(std::move(transport), caps, std::move(resources), clock);
 }

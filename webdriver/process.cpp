@@ -6,14 +6,71 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <condition_variable>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
 #include <filesystem>
+#include <functional>
+#include <mutex>
 #include <thread>
 
 #include "webdriver/errors.h"
 
 namespace webdriver {
+namespace {
+
+// PR_SET_PDEATHSIG fires when the *thread* that forked the child ends, not the process.
+// Browsers started from a short-lived thread (a Python worker thread, say) would die
+// with that thread, so every child is forked by one thread that lives as long as the
+// process: children then end with the process and with nothing else.
+class Spawner {
+ public:
+  static Spawner& instance() {
+    // Never destroyed: the thread must outlive static destructors that end sessions.
+    static Spawner* spawner = new Spawner;
+    return *spawner;
+  }
+
+  // Runs `fork_child` on the spawner's thread; returns its pid and errno.
+  std::pair<pid_t, int> run(const std::function<pid_t()>& fork_child) {
+    Job job{&fork_child};
+    std::unique_lock<std::mutex> lock(mutex_);
+    jobs_.push_back(&job);
+    wake_.notify_all();
+    done_.wait(lock, [&] { return job.finished; });
+    return {job.pid, job.error};
+  }
+
+ private:
+  struct Job {
+    const std::function<pid_t()>* fork_child;
+    pid_t pid = -1;
+    int error = 0;
+    bool finished = false;
+  };
+
+  Spawner() { std::thread([this] { loop(); }).detach(); }
+
+  void loop() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    while (true) {
+      wake_.wait(lock, [&] { return !jobs_.empty(); });
+      Job* job = jobs_.front();
+      jobs_.pop_front();
+      job->pid = (*job->fork_child)();
+      job->error = errno;
+      job->finished = true;
+      done_.notify_all();
+    }
+  }
+
+  std::mutex mutex_;
+  std::condition_variable wake_, done_;
+  std::deque<Job*> jobs_;
+};
+
+}  // namespace
 
 std::string find_executable(const std::vector<std::string>& names) {
   for (const auto& name : names) {
@@ -58,14 +115,15 @@ ChildProcess::ChildProcess(const std::vector<std::string>& argv, const std::map<
   std::string out = log_path.empty() ? "/dev/null" : log_path;
   pid_t parent = ::getpid();
 
-  pid_ = ::fork();
-  if (pid_ < 0) throw SessionNotCreatedException(std::string("fork failed: ") + std::strerror(errno));
-  if (pid_ == 0) {
-    ::setpgid(0, 0);
+  // Only async-signal-safe calls between fork and exec: the parent has other threads.
+  auto [pid, error] = Spawner::instance().run([&]() -> pid_t {
+    pid_t child = ::fork();
+    if (child != 0) return child;
+    ::setpgid(0, 0);  // its own group, so that its helper processes end with it
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // a harness that dies takes its browsers along
     if (::getppid() != parent) ::_exit(127);
-    int fd = ::open(out.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
-    int null_in = ::open("/dev/null", O_RDONLY);
+    int fd = ::open(out.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+    int null_in = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
     if (fd >= 0) {
       ::dup2(fd, 1);
       ::dup2(fd, 2);
@@ -73,8 +131,10 @@ ChildProcess::ChildProcess(const std::vector<std::string>& argv, const std::map<
     if (null_in >= 0) ::dup2(null_in, 0);
     ::execve(program.c_str(), args.data(), envp.data());
     ::_exit(127);
-  }
-  ::setpgid(pid_, pid_);
+  });
+  if (pid < 0) throw SessionNotCreatedException(std::string("fork failed: ") + std::strerror(error));
+  pid_ = pid;
+  ::setpgid(pid_, pid_);  // also from here: whichever runs first, the group exists before any kill
 }
 
 ChildProcess::~ChildProcess() { stop(std::chrono::milliseconds(0)); }

@@ -70,10 +70,16 @@ void Session::switch_to_window(const std::string& handle) {
   execute("WebDriver:SwitchToWindow", Json{{"handle", handle}});
 }
 
+std::vector<std::string> Session::close_window() {
+  Json left = execute("WebDriver:CloseWindow");
+  return left.is_array() ? left.get<std::vector<std::string>>() : std::vector<std::string>{};
+}
+
+// As Selenium: by id, else by name; the message is the name alone, as Selenium raises it.
 void Session::switch_to_frame(const std::string& name_or_id) {
   auto found = find_elements(By::id(name_or_id));
   if (found.empty()) found = find_elements(By::name(name_or_id));
-  if (found.empty()) throw NoSuchFrameException("Unable to locate frame: " + name_or_id, "no such frame");
+  if (found.empty()) throw NoSuchFrameException(name_or_id, "no such frame");
   switch_to_frame(found.front());
 }
 

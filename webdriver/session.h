@@ -53,6 +53,8 @@ class Session : public std::enable_shared_from_this<Session> {
   std::vector<std::string> window_handles();
   std::string current_window_handle();
   void switch_to_window(const std::string& handle);
+  // Closes the current window; returns the handles left. Switch to one of them next.
+  std::vector<std::string> close_window();
   // A name or id: the frame element is found by id, else by name, then switched to
   // (NoSuchFrameException when neither exists).
   void switch_to_frame(const std::string& name_or_id);

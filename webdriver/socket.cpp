@@ -9,7 +9,9 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 
 #include "webdriver/errors.h"
@@ -56,7 +58,17 @@ TcpStream::~TcpStream() {
   if (fd_ >= 0) ::close(fd_);
 }
 
+TcpStream& TcpStream::operator=(TcpStream&& other) noexcept {
+  if (this != &other) {
+    if (fd_ >= 0) ::close(fd_);
+    fd_ = other.fd_;
+    other.fd_ = -1;
+  }
+  return *this;
+}
+
 void TcpStream::write_all(std::string_view bytes) {
+  if (fd_ < 0) throw ConnectionException("the connection is closed", "connection error");
   while (!bytes.empty()) {
     ssize_t n = ::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
     if (n < 0) {
@@ -73,9 +85,10 @@ void TcpStream::write_all(std::string_view bytes) {
 }
 
 std::string TcpStream::read_some(std::chrono::milliseconds timeout) {
+  if (fd_ < 0) throw ConnectionException("the connection is closed", "connection error");
   pollfd p{fd_, POLLIN, 0};
   while (true) {
-    int rc = ::poll(&p, 1, static_cast<int>(timeout.count()));
+    int rc = ::poll(&p, 1, static_cast<int>(std::min<long long>(timeout.count(), INT_MAX)));  // no overflow
     if (rc < 0 && errno == EINTR) continue;
     if (rc == 0) throw ConnectionException("no answer from the browser within the command time-out", "timeout");
     if (rc < 0) throw error("poll");

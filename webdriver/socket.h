@@ -22,6 +22,8 @@ class TcpStream final : public ByteStream {
   ~TcpStream() override;
   TcpStream(const TcpStream&) = delete;
   TcpStream& operator=(const TcpStream&) = delete;
+  TcpStream(TcpStream&& other) noexcept : fd_(other.fd_) { other.fd_ = -1; }
+  TcpStream& operator=(TcpStream&& other) noexcept;
   void write_all(std::string_view bytes) override;
   std::string read_some(std::chrono::milliseconds timeout) override;
 

@@ -7,10 +7,14 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <sstream>
 
 #include "webdriver/errors.h"
 #include "webdriver/launcher.h"
+#include "webdriver/process.h"
+
+#include <thread>
 
 using namespace webdriver;
 namespace fs = std::filesystem;
@@ -90,4 +94,37 @@ TEST(LauncherFaultTests, UnknownPairingsAreRefusedBeforeAnythingStarts) {
   o.driver = "remote";
   EXPECT_THROW(launch(o), InvalidArgumentException);  // no remote_url
   EXPECT_EQ(our_children(), 0);
+}
+
+TEST(ChildProcessTests, OutlivesTheThreadThatStartedItAndStopsWithinTheBound) {
+  // A browser started from a worker thread that then ends must keep running (the death
+  // signal of its parent follows the forking thread, not the process).
+  std::optional<ChildProcess> child;
+  std::thread([&] { child.emplace(std::vector<std::string>{"sleep", "30"}); }).join();
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  EXPECT_TRUE(child->running());
+  ChildProcess moved = std::move(*child);
+  EXPECT_FALSE(child->running()) << "the moved-from handle owns nothing";
+  auto started = std::chrono::steady_clock::now();
+  moved.stop(std::chrono::milliseconds(100));  // sleep ignores nothing: SIGTERM ends it
+  EXPECT_FALSE(moved.running());
+  EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(3));
+  EXPECT_EQ(our_children(), 0);
+
+  // One that ignores SIGTERM is killed after the bound.
+  ChildProcess stubborn({"sh", "-c", "trap '' TERM; sleep 30"});
+  std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  started = std::chrono::steady_clock::now();
+  stubborn.stop(std::chrono::milliseconds(0));
+  EXPECT_FALSE(stubborn.running());
+  EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(8));
+  EXPECT_EQ(our_children(), 0);
+}
+
+TEST(LauncherFaultTests, FirefoxPrefsQuoteTheDownloadFolder) {
+  LaunchOptions o;
+  o.download_dir = "/tmp/a \"quoted\" \\dir";
+  std::string prefs = firefox_prefs(o);
+  EXPECT_NE(prefs.find("user_pref(\"browser.download.dir\", \"/tmp/a \\\"quoted\\\" \\\\dir\");"), std::string::npos);
+  EXPECT_NE(prefs.find("user_pref(\"marionette.port\", 0);"), std::string::npos);
 }

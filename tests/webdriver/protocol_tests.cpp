@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <deque>
+#include <typeindex>
 
 #include "webdriver/errors.h"
 #include "webdriver/frame_codec.h"
@@ -17,13 +18,16 @@ class ScriptedStream final : public ByteStream {
  public:
   explicit ScriptedStream(std::deque<std::string> chunks) : chunks_(std::move(chunks)) {}
   void write_all(std::string_view bytes) override { written->append(bytes); }
-  std::string read_some(std::chrono::milliseconds) override {
+  std::string read_some(std::chrono::milliseconds timeout) override {
+    timeouts->push_back(timeout);
     if (chunks_.empty()) throw ConnectionException("the browser closed the connection", "connection error");
     std::string c = chunks_.front();
     chunks_.pop_front();
     return c;
   }
   std::shared_ptr<std::string> written = std::make_shared<std::string>();
+  std::shared_ptr<std::vector<std::chrono::milliseconds>> timeouts =
+      std::make_shared<std::vector<std::chrono::milliseconds>>();
 
  private:
   std::deque<std::string> chunks_;
@@ -121,68 +125,119 @@ TEST(MarionetteTransportTests, ADeadPeerOrBrokenReplyLeavesATypedErrorAndAClosed
   EXPECT_THROW(u->execute("WebDriver:GetTitle", Json::object()), ProtocolException);
 }
 
-TEST(MarionetteTransportTests, DeletingTheSessionAsksFirefoxToQuit) {
-  std::shared_ptr<std::string> written;
-  auto t = transport({reply(1, nullptr, {{"cause", "shutdown"}})}, &written);
-  t->execute("WebDriver:DeleteSession", Json::object());
-  EXPECT_NE(written->find("Marionette:Quit"), std::string::npos);
-  EXPECT_NE(written->find("eForceQuit"), std::string::npos);
+TEST(MarionetteTransportTests, ReadsAreBoundedByTheGreetingCommandAndQuitTimeouts) {
+  auto stream = std::make_unique<ScriptedStream>(std::deque<std::string>{
+      kGreeting, reply(1, nullptr, {{"value", "t"}}), reply(2, nullptr, {{"cause", "shutdown"}})});
+  auto timeouts = stream->timeouts;
+  MarionetteTransport t(std::move(stream), std::chrono::hours(1), std::chrono::seconds(7));
+  t.execute("WebDriver:GetTitle", Json::object());
+  t.execute("WebDriver:DeleteSession", Json::object());
+  EXPECT_EQ(*timeouts, (std::vector<std::chrono::milliseconds>{std::chrono::seconds(7), std::chrono::hours(1),
+                                                                MarionetteTransport::kQuitTimeout}));
 }
 
-TEST(ErrorMappingTests, EveryW3cCodeHasItsType) {
-  auto code_of = [](const std::string& code) -> std::string {
+TEST(MarionetteTransportTests, AReplyCutOffByAClosingPeerIsAConnectionError) {
+  // Multi-byte text split inside a character across reads still arrives whole.
+  std::string frame = reply(1, nullptr, {{"value", "Grüße 日本"}});
+  size_t cut = frame.find("日") + 1;
+  auto t = transport({frame.substr(0, cut), frame.substr(cut)});
+  EXPECT_EQ(t->execute("WebDriver:GetTitle", Json::object()), "Grüße 日本");
+  auto u = transport({reply(1, nullptr, {{"value", "abc"}}).substr(0, 12)});
+  EXPECT_THROW(u->execute("WebDriver:GetTitle", Json::object()), ConnectionException);
+}
+
+TEST(MarionetteTransportTests, DeletingTheSessionQuitsFirefoxAndFallsBackToDeleting) {
+  std::shared_ptr<std::string> written;
+  auto t = transport({reply(1, nullptr, {{"cause", "shutdown"}, {"forced", false}})}, &written);
+  t->execute("WebDriver:DeleteSession", Json::object());
+  EXPECT_EQ(*written, encode_frame(Json::array({0, 1, "Marionette:Quit", {{"flags", Json::array({"eForceQuit"})}}})));
+  EXPECT_THROW(t->execute("WebDriver:GetTitle", Json::object()), ConnectionException) << "the browser is gone";
+
+  // A browser that refuses to quit still has its session deleted.
+  auto u = transport({reply(1, {{"error", "unsupported operation"}, {"message", "no"}}, nullptr),
+                      reply(2, nullptr, {{"value", nullptr}})},
+                     &written);
+  u->execute("WebDriver:DeleteSession", Json::object());
+  EXPECT_NE(written->find("[0,2,\"WebDriver:DeleteSession\",{}]"), std::string::npos);
+}
+
+TEST(ErrorMappingTests, EveryW3cCodeThrowsItsOwnType) {
+  const std::pair<const char*, std::type_index> rows[] = {
+      {"no such element", typeid(NoSuchElementException)},
+      {"stale element reference", typeid(StaleElementReferenceException)},
+      {"timeout", typeid(TimeoutException)},
+      {"script timeout", typeid(TimeoutException)},
+      {"no such frame", typeid(NoSuchFrameException)},
+      {"no such window", typeid(NoSuchWindowException)},
+      {"invalid argument", typeid(InvalidArgumentException)},
+      {"invalid session id", typeid(InvalidSessionIdException)},
+      {"session not created", typeid(SessionNotCreatedException)},
+      {"javascript error", typeid(JavascriptException)},
+      {"invalid selector", typeid(InvalidSelectorException)},
+      {"element not interactable", typeid(ElementNotInteractableException)},
+      {"element click intercepted", typeid(ElementClickInterceptedException)},
+      {"no such alert", typeid(NoAlertPresentException)},
+      {"unexpected alert open", typeid(UnexpectedAlertPresentException)},
+      {"unknown error", typeid(WebDriverException)},
+      {"unsupported operation", typeid(WebDriverException)},
+      {"", typeid(WebDriverException)},
+  };
+  for (const auto& [code, type] : rows) {
     try {
-      throw_w3c_error(code, "m");
-    } catch (const NoSuchElementException&) {
-      return "NoSuchElement";
-    } catch (const StaleElementReferenceException&) {
-      return "Stale";
-    } catch (const TimeoutException&) {
-      return "Timeout";
-    } catch (const NoSuchFrameException&) {
-      return "NoSuchFrame";
-    } catch (const NoSuchWindowException&) {
-      return "NoSuchWindow";
-    } catch (const InvalidArgumentException&) {
-      return "InvalidArgument";
-    } catch (const InvalidSessionIdException&) {
-      return "InvalidSessionId";
-    } catch (const SessionNotCreatedException&) {
-      return "SessionNotCreated";
-    } catch (const JavascriptException&) {
-      return "Javascript";
+      throw_w3c_error(code, "the driver's words");
+      ADD_FAILURE() << "nothing thrown for " << code;
     } catch (const WebDriverException& e) {
-      return "WebDriver:" + e.error_code();
+      EXPECT_EQ(std::type_index(typeid(e)), type) << "code '" << code << "' gave " << e.python_class();
+      EXPECT_EQ(e.error_code(), code);
+      EXPECT_STREQ(e.what(), "the driver's words");
     }
-    return "none";
-  };
-  const std::pair<const char*, const char*> rows[] = {
-      {"no such element", "NoSuchElement"},     {"stale element reference", "Stale"},
-      {"timeout", "Timeout"},                   {"script timeout", "Timeout"},
-      {"no such frame", "NoSuchFrame"},         {"no such window", "NoSuchWindow"},
-      {"invalid argument", "InvalidArgument"},  {"invalid session id", "InvalidSessionId"},
-      {"session not created", "SessionNotCreated"}, {"javascript error", "Javascript"},
-      {"unknown error", "WebDriver:unknown error"}, {"unsupported operation", "WebDriver:unsupported operation"},
-  };
-  for (const auto& [code, type] : rows) EXPECT_EQ(code_of(code), type) << code;
-  // Every browser failure is a MarletException.
+  }
+  // Every browser failure is a MarletException, so the console layer catches them all.
   EXPECT_THROW(throw_w3c_error("no such element", ""), marlet::MarletException);
 }
 
 TEST(HttpRouteTests, CommandsMapToMethodsPathsAndBodies) {
-  auto r = HttpTransport::route("WebDriver:FindElement", {{"using", "xpath"}, {"value", "//a"}, {"element", "e1"}}, "s1");
-  EXPECT_STREQ(r.method, "POST");
-  EXPECT_EQ(r.path, "/session/s1/element/e1/element");
-  EXPECT_EQ(r.body, (Json{{"using", "xpath"}, {"value", "//a"}}));
-  r = HttpTransport::route("WebDriver:SwitchToFrame", {{"element", "f1"}}, "s1");
-  EXPECT_EQ(r.body, (Json{{"id", {{kElementKey, "f1"}}}}));
-  r = HttpTransport::route("WebDriver:SwitchToFrame", {{"id", nullptr}}, "s1");
-  EXPECT_EQ(r.body, (Json{{"id", nullptr}}));
-  r = HttpTransport::route("WebDriver:GetElementText", {{"id", "e2"}}, "s1");
-  EXPECT_STREQ(r.method, "GET");
-  EXPECT_EQ(r.path, "/session/s1/element/e2/text");
-  EXPECT_TRUE(r.body.is_null());
-  r = HttpTransport::route("WebDriver:NewSession", {{"acceptInsecureCerts", true}}, "");
-  EXPECT_EQ(r.body, (Json{{"capabilities", {{"alwaysMatch", {{"acceptInsecureCerts", true}}}}}}));
+  struct Row {
+    const char* command;
+    Json params;
+    const char* method;
+    const char* path;
+    Json body;
+  };
+  const Json ref = {{kElementKey, "f1"}};
+  const Row rows[] = {
+      {"WebDriver:NewSession", {{"acceptInsecureCerts", true}}, "POST", "/session",
+       {{"capabilities", {{"alwaysMatch", {{"acceptInsecureCerts", true}}}}}}},
+      {"WebDriver:DeleteSession", Json::object(), "DELETE", "/session/s1", nullptr},
+      {"WebDriver:Navigate", {{"url", "http://a/"}}, "POST", "/session/s1/url", {{"url", "http://a/"}}},
+      {"WebDriver:GetTitle", Json::object(), "GET", "/session/s1/title", nullptr},
+      {"WebDriver:FindElement", {{"using", "xpath"}, {"value", "//a"}}, "POST", "/session/s1/element",
+       {{"using", "xpath"}, {"value", "//a"}}},
+      {"WebDriver:FindElement", {{"using", "xpath"}, {"value", "//a"}, {"element", "e1"}}, "POST",
+       "/session/s1/element/e1/element", {{"using", "xpath"}, {"value", "//a"}}},
+      {"WebDriver:FindElements", {{"using", "css selector"}, {"value", "li"}, {"element", "e1"}}, "POST",
+       "/session/s1/element/e1/elements", {{"using", "css selector"}, {"value", "li"}}},
+      {"WebDriver:GetElementText", {{"id", "e2"}}, "GET", "/session/s1/element/e2/text", nullptr},
+      {"WebDriver:GetElementAttribute", {{"id", "e2"}, {"name", "data x/y"}}, "GET",
+       "/session/s1/element/e2/attribute/data%20x%2Fy", nullptr},
+      {"WebDriver:ElementSendKeys", {{"id", "e2"}, {"text", "abc"}}, "POST", "/session/s1/element/e2/value",
+       {{"text", "abc"}}},
+      {"WebDriver:ElementClick", {{"id", "e2"}}, "POST", "/session/s1/element/e2/click", Json::object()},
+      {"WebDriver:SwitchToFrame", {{"element", "f1"}}, "POST", "/session/s1/frame", {{"id", ref}}},
+      {"WebDriver:SwitchToFrame", {{"id", nullptr}}, "POST", "/session/s1/frame", {{"id", nullptr}}},
+      {"WebDriver:SwitchToFrame", {{"id", 2}}, "POST", "/session/s1/frame", {{"id", 2}}},
+      {"WebDriver:ExecuteScript", {{"script", "return 1"}, {"args", Json::array()}}, "POST",
+       "/session/s1/execute/sync", {{"script", "return 1"}, {"args", Json::array()}}},
+      {"WebDriver:CloseWindow", Json::object(), "DELETE", "/session/s1/window", nullptr},
+      {"WebDriver:TakeScreenshot", {{"full", false}, {"hash", false}}, "GET", "/session/s1/screenshot", nullptr},
+  };
+  for (const auto& row : rows) {
+    auto r = HttpTransport::route(row.command, row.params, "s1");
+    EXPECT_STREQ(r.method, row.method) << row.command;
+    EXPECT_EQ(r.path, row.path) << row.command << " " << row.params.dump();
+    EXPECT_EQ(r.body, row.body) << row.command << " " << row.params.dump();
+  }
   EXPECT_THROW(HttpTransport::route("WebDriver:Teleport", Json::object(), "s1"), InvalidArgumentException);
+  EXPECT_THROW(HttpTransport::route("WebDriver:GetElementText", Json::object(), "s1"), InvalidArgumentException)
+      << "no element id";
 }

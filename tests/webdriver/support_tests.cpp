@@ -34,6 +34,9 @@ TEST(ByTests, IdsClassesAndNamesTravelAsCssSelectors) {
   EXPECT_EQ(By::class_name("loginMain"), (By{"css selector", ".loginMain"}));
   EXPECT_EQ(By::name("rightMid"), (By{"css selector", "[name=\"rightMid\"]"}));
   EXPECT_EQ(By::make(By::XPATH, "//a"), (By{"xpath", "//a"}));
+  EXPECT_EQ(By::id("two\nlines"), (By{"css selector", "[id=\"two\\a lines\"]"}));
+  EXPECT_EQ(By::class_name("1st"), (By{"css selector", ".\\31 st"}));
+  EXPECT_EQ(By::make(By::ID, "x"), By::id("x"));
   EXPECT_THROW(By::make("sound", "x"), InvalidArgumentException);
 }
 
@@ -78,22 +81,22 @@ TEST(WaitTests, AStaleElementReadsAsNotVisibleAndAFoundOneIsReturned) {
   EXPECT_EQ(clock.sleeps(), (std::vector<double>{0.5, 0.5}));
 }
 
-TEST(SessionTests, CommandsAfterQuitAreRefusedAndFramesAreFoundByIdThenName) {
-  std::vector<std::string> lookups;
-  auto session = Session::create(std::make_unique<LambdaTransport>([&](std::string_view c, const Json& p) -> Json {
-                                   if (c == "WebDriver:FindElements") {
-                                     lookups.push_back(p["value"].get<std::string>());
-                                     if (p["value"] == "[name=\"rightMid\"]") return Json::array({{{kElementKey, "f"}}});
-                                     return Json::array();
-                                   }
-                                   return nullptr;
+TEST(WaitTests, OnlyAMissingElementCountsAsNotYet) {
+  marlet::FakeClock clock;
+  auto session = Session::create(std::make_unique<LambdaTransport>([&](std::string_view c, const Json&) -> Json {
+                                   if (c == "WebDriver:FindElement") throw JavascriptException("broken page");
+                                   return c == "WebDriver:GetTitle" ? Json("Page") : Json();
                                  }),
-                                 Json::object());
-  session->switch_to_frame("rightMid");
-  EXPECT_EQ(lookups, (std::vector<std::string>{"[id=\"rightMid\"]", "[name=\"rightMid\"]"}));
-  EXPECT_THROW(session->switch_to_frame("nowhere"), NoSuchFrameException);
-  session->quit();
-  EXPECT_TRUE(session->is_quit());
-  EXPECT_THROW(session->title(), InvalidSessionIdException);
-  session->quit();  // twice is harmless
+                                 Json::object(), {}, &clock);
+  WebDriverWait wait(session, 5, 1);
+  EXPECT_THROW(wait.until(expected_conditions::presence_of_element_located(By::id("x"))), JavascriptException);
+  EXPECT_TRUE(clock.sleeps().empty()) << "no retry of other failures";
+  // The title never matches: until_not holds at once; until runs out with the message.
+  EXPECT_TRUE(wait.until_not(expected_conditions::title_is("never")));
+  try {
+    wait.until(expected_conditions::title_contains("never"), "no title");
+    FAIL();
+  } catch (const TimeoutException& e) {
+    EXPECT_STREQ(e.what(), "no title");
+  }
 }

@@ -93,7 +93,7 @@ void Select::select_by_visible_text(const std::string& text) {
 }
 
 void Select::select_by_value(const std::string& value) {
-  auto found = element_.find_elements(By::css_selector("option[value=\"" + value + "\"]"));
+  auto found = element_.find_elements(By::css_selector("option[value=" + css_quote(value) + "]"));
   if (found.empty()) throw NoSuchElementException("Cannot locate option with value: " + value);
   for (auto& o : found) {
     choose(o);

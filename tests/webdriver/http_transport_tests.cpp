@@ -1,0 +1,202 @@
+// The HTTP transport against a scripted local server: W3C error bodies, broken replies,
+// a driver that is gone or silent, and one kept-alive connection for many commands.
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <deque>
+#include <mutex>
+#include <thread>
+
+#include "webdriver/errors.h"
+#include "webdriver/http_transport.h"
+
+using namespace webdriver;
+using std::chrono::milliseconds;
+
+namespace {
+
+struct Seen {
+  std::string method, path, headers, body;
+};
+
+// Answers each request with the next scripted reply on the same connection. A reply of
+// "SILENT" answers nothing; "CLOSE" hangs up.
+class ScriptedHttpServer {
+ public:
+  explicit ScriptedHttpServer(std::deque<std::pair<int, std::string>> replies) : replies_(std::move(replies)) {
+    fd_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in a{};
+    a.sin_family = AF_INET;
+    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t len = sizeof a;
+    ::bind(fd_, reinterpret_cast<sockaddr*>(&a), sizeof a);
+    ::listen(fd_, 8);
+    ::getsockname(fd_, reinterpret_cast<sockaddr*>(&a), &len);
+    port_ = ntohs(a.sin_port);
+    thread_ = std::thread([this] { run(); });
+  }
+  ~ScriptedHttpServer() {
+    stop_ = true;
+    thread_.join();
+    ::close(fd_);
+  }
+  std::string url() const { return "http://127.0.0.1:" + std::to_string(port_); }
+  std::vector<Seen> seen() {
+    std::lock_guard<std::mutex> l(m_);
+    return seen_;
+  }
+  int connections() const { return connections_; }
+
+ private:
+  bool readable(int fd) {
+    while (!stop_) {
+      pollfd p{fd, POLLIN, 0};
+      if (::poll(&p, 1, 50) == 1) return true;
+    }
+    return false;
+  }
+  void run() {
+    while (readable(fd_)) {
+      int c = ::accept(fd_, nullptr, nullptr);
+      ++connections_;
+      std::string in;
+      while (true) {
+        size_t end = in.find("\r\n\r\n");
+        if (end == std::string::npos) {
+          char buf[4096];
+          if (!readable(c)) break;
+          ssize_t n = ::recv(c, buf, sizeof buf, 0);
+          if (n <= 0) break;
+          in.append(buf, n);
+          continue;
+        }
+        std::string head = in.substr(0, end);
+        size_t length = 0;
+        auto cl = head.find("Content-Length: ");
+        if (cl != std::string::npos) length = std::stoul(head.substr(cl + 16));
+        if (in.size() < end + 4 + length) {
+          char buf[4096];
+          if (!readable(c)) break;
+          ssize_t n = ::recv(c, buf, sizeof buf, 0);
+          if (n <= 0) break;
+          in.append(buf, n);
+          continue;
+        }
+        Seen s;
+        s.method = head.substr(0, head.find(' '));
+        s.path = head.substr(s.method.size() + 1, head.find(' ', s.method.size() + 1) - s.method.size() - 1);
+        s.headers = head;
+        s.body = in.substr(end + 4, length);
+        in.erase(0, end + 4 + length);
+        std::pair<int, std::string> r{500, "{}"};
+        {
+          std::lock_guard<std::mutex> l(m_);
+          seen_.push_back(s);
+          if (!replies_.empty()) {
+            r = replies_.front();
+            replies_.pop_front();
+          }
+        }
+        if (r.second == "CLOSE") break;
+        if (r.second == "SILENT") {
+          readable(c);  // until the client gives up
+          break;
+        }
+        std::string out = "HTTP/1.1 " + std::to_string(r.first) + " X\r\nContent-Type: application/json\r\n" +
+                          "Content-Length: " + std::to_string(r.second.size()) + "\r\n\r\n" + r.second;
+        ::send(c, out.data(), out.size(), MSG_NOSIGNAL);
+      }
+      ::close(c);
+    }
+  }
+  int fd_ = -1, port_ = 0;
+  std::atomic<bool> stop_{false};
+  std::atomic<int> connections_{0};
+  std::mutex m_;
+  std::deque<std::pair<int, std::string>> replies_;
+  std::vector<Seen> seen_;
+  std::thread thread_;
+};
+
+}  // namespace
+
+TEST(HttpTransportTests, KeepsOneConnectionAndUnwrapsValues) {
+  std::string big(1200000, 'x');  // over libcurl's threshold (1 MiB) for asking "100 Continue"
+  ScriptedHttpServer server({{200, R"({"value":{"sessionId":"s9","capabilities":{"browserName":"chrome"}}})"},
+                             {200, R"({"value":"Title"})"},
+                             {200, R"({"value":{"element-6066-11e4-a52e-4f735466cecf":"e1"}})"},
+                             {200, R"({"value":null})"},
+                             {200, R"({"value":null})"}});
+  HttpTransport t(server.url() + "/wd/hub/", milliseconds(5000));
+  EXPECT_EQ(t.execute("WebDriver:NewSession", {{"acceptInsecureCerts", true}})["sessionId"], "s9");
+  EXPECT_EQ(t.execute("WebDriver:GetTitle", Json::object()), "Title");
+  EXPECT_EQ(t.execute("WebDriver:FindElement", {{"using", "css selector"}, {"value", "#a"}}),
+            (Json{{kElementKey, "e1"}}));
+  auto started = std::chrono::steady_clock::now();
+  t.execute("WebDriver:ExecuteScript", {{"script", big}, {"args", Json::array()}});
+  EXPECT_LT(std::chrono::steady_clock::now() - started, milliseconds(500)) << "no wait for 100 Continue";
+  t.execute("WebDriver:DeleteSession", Json::object());
+  auto seen = server.seen();
+  ASSERT_EQ(seen.size(), 5u);
+  EXPECT_EQ(seen[0].path, "/wd/hub/session");
+  EXPECT_EQ(Json::parse(seen[0].body), (Json{{"capabilities", {{"alwaysMatch", {{"acceptInsecureCerts", true}}}}}}));
+  EXPECT_EQ(seen[1].method + " " + seen[1].path, "GET /wd/hub/session/s9/title");
+  EXPECT_TRUE(seen[1].body.empty());
+  EXPECT_EQ(seen[3].headers.find("Expect:"), std::string::npos);
+  EXPECT_EQ(seen[4].method + " " + seen[4].path, "DELETE /wd/hub/session/s9");
+  EXPECT_EQ(server.connections(), 1) << "one kept-alive connection";
+}
+
+TEST(HttpTransportTests, ErrorBodiesBecomeTypedErrors) {
+  ScriptedHttpServer server({{404, R"({"value":{"error":"no such element","message":"gone","stacktrace":""}})"},
+                             {500, R"({"value":{"error":"session not created","message":"no chrome"}})"},
+                             {500, R"({"value":"odd"})"},
+                             {200, R"({"value":{"error":"stale element reference","message":"old"}})"},
+                             {502, "<html>bad gateway</html>"},
+                             {200, R"({"value":{"capabilities":{}}})"}});
+  HttpTransport t(server.url(), milliseconds(5000));
+  try {
+    t.execute("WebDriver:FindElement", {{"using", "xpath"}, {"value", "//x"}});
+    FAIL();
+  } catch (const NoSuchElementException& e) {
+    EXPECT_STREQ(e.what(), "gone");
+  }
+  EXPECT_THROW(t.execute("WebDriver:NewSession", Json::object()), SessionNotCreatedException);
+  try {
+    t.execute("WebDriver:GetTitle", Json::object());
+    FAIL();
+  } catch (const WebDriverException& e) {
+    EXPECT_EQ(e.error_code(), "unknown error");
+    EXPECT_NE(std::string(e.what()).find("HTTP 500"), std::string::npos);
+  }
+  EXPECT_THROW(t.execute("WebDriver:GetTitle", Json::object()), StaleElementReferenceException);
+  EXPECT_THROW(t.execute("WebDriver:GetTitle", Json::object()), ProtocolException);
+  EXPECT_THROW(t.execute("WebDriver:NewSession", Json::object()), ProtocolException) << "no session id";
+}
+
+TEST(HttpTransportTests, AGoneOrSilentDriverFailsWithinTheBound) {
+  int port;
+  {
+    ScriptedHttpServer gone({});
+    port = std::stoi(gone.url().substr(gone.url().rfind(':') + 1));
+  }
+  HttpTransport refused("http://127.0.0.1:" + std::to_string(port), milliseconds(2000));
+  EXPECT_THROW(refused.execute("WebDriver:GetTitle", Json::object()), ConnectionException);
+
+  ScriptedHttpServer server({{0, "SILENT"}, {0, "CLOSE"}});
+  HttpTransport t(server.url(), milliseconds(300));
+  auto started = std::chrono::steady_clock::now();
+  try {
+    t.execute("WebDriver:GetTitle", Json::object());
+    FAIL();
+  } catch (const ConnectionException& e) {
+    EXPECT_EQ(e.error_code(), "timeout");
+  }
+  EXPECT_LT(std::chrono::steady_clock::now() - started, milliseconds(3000));
+  EXPECT_THROW(t.execute("WebDriver:GetTitle", Json::object()), ConnectionException);
+}
