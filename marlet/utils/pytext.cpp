@@ -315,6 +315,103 @@ bool contains(std::string_view haystack, std::string_view needle) {
   return haystack.find(needle) != std::string_view::npos;
 }
 
+const char* type_name(const Json& v) {
+  switch (v.type()) {
+    case Json::value_t::null: return "NoneType";
+    case Json::value_t::boolean: return "bool";
+    case Json::value_t::number_integer:
+    case Json::value_t::number_unsigned: return "int";
+    case Json::value_t::number_float: return "float";
+    case Json::value_t::string: return "str";
+    case Json::value_t::array: return "list";
+    case Json::value_t::object: return "dict";
+    default: return "bytes";
+  }
+}
+
+bool in(const Json& needle, const Json& haystack) {
+  if (haystack.is_string()) {
+    if (!needle.is_string())
+      throw TypeError(std::string("'in <string>' requires string as left operand, not ") + type_name(needle));
+    return contains(haystack.get_ref<const std::string&>(), needle.get_ref<const std::string&>());
+  }
+  if (haystack.is_array()) {
+    for (const auto& e : haystack)
+      if (e == needle) return true;
+    return false;
+  }
+  if (haystack.is_object()) {
+    if (needle.is_array() || needle.is_object())
+      throw TypeError(std::string("unhashable type: '") + type_name(needle) + "'");
+    return needle.is_string() && haystack.contains(needle.get_ref<const std::string&>());
+  }
+  throw TypeError(std::string("argument of type '") + type_name(haystack) + "' is not iterable");
+}
+
+long long int_of_float(double v) {
+  if (std::isnan(v)) throw ValueError("cannot convert float NaN to integer");
+  if (std::isinf(v)) throw ValueError("cannot convert float infinity to integer");
+  double t = std::trunc(v);
+  // 2^63 is exactly representable; every double below it in magnitude fits in 64 bits.
+  if (t >= 9223372036854775808.0 || t < -9223372036854775808.0)
+    throw ValueError("int() value out of range: " + float_repr(v));
+  return static_cast<long long>(t);
+}
+
+namespace {
+
+void encode(char32_t cp, std::string& out) {
+  if (cp < 0x80) {
+    out += static_cast<char>(cp);
+  } else if (cp < 0x800) {
+    out += static_cast<char>(0xc0 | (cp >> 6));
+    out += static_cast<char>(0x80 | (cp & 0x3f));
+  } else if (cp < 0x10000) {
+    out += static_cast<char>(0xe0 | (cp >> 12));
+    out += static_cast<char>(0x80 | ((cp >> 6) & 0x3f));
+    out += static_cast<char>(0x80 | (cp & 0x3f));
+  } else {
+    out += static_cast<char>(0xf0 | (cp >> 18));
+    out += static_cast<char>(0x80 | ((cp >> 12) & 0x3f));
+    out += static_cast<char>(0x80 | ((cp >> 6) & 0x3f));
+    out += static_cast<char>(0x80 | (cp & 0x3f));
+  }
+}
+
+char32_t upper_of(char32_t c) {
+  if (c >= 'a' && c <= 'z') return c - 0x20;
+  if (c == 0xb5) return 0x39c;                                        // micro sign -> capital mu
+  if (c >= 0xe0 && c <= 0xfe && c != 0xf7) return c - 0x20;           // Latin-1 letters
+  if (c == 0xff) return 0x178;
+  if (c == 0x3c2) return 0x3a3;                                       // final sigma
+  if (c >= 0x3b1 && c <= 0x3c9) return c - 0x20;                      // Greek
+  if (c >= 0x430 && c <= 0x44f) return c - 0x20;                      // Cyrillic
+  if (c >= 0x450 && c <= 0x45f) return c - 0x50;
+  return c;
+}
+
+}  // namespace
+
+std::string upper(std::string_view s) {
+  std::string out;
+  out.reserve(s.size());
+  for (size_t i = 0; i < s.size();) {
+    char32_t cp;
+    size_t len = decode(s, i, cp);
+    if (len == 1 && static_cast<unsigned char>(s[i]) >= 0x80) {
+      out += s[i];  // a stray byte stays as it is
+    } else if (cp == 0xdf) {
+      out += "SS";
+    } else if (len == 1) {
+      out += static_cast<char>(upper_of(cp));
+    } else {
+      encode(upper_of(cp), out);
+    }
+    i += len;
+  }
+  return out;
+}
+
 std::string format_list(std::string_view fmt, const std::vector<std::string>& args) {
   std::string out;
   size_t next = 0;

@@ -47,6 +47,26 @@ std::string strip(std::string_view text);
 std::string replace(std::string_view text, std::string_view old_part, std::string_view new_part);
 bool contains(std::string_view haystack, std::string_view needle);
 
+// type(value).__name__ for a record value: NoneType, bool, int, float, str, list, dict.
+const char* type_name(const Json& value);
+
+// `needle in haystack` as Python evaluates it: substring for a str haystack (TypeError
+// "'in <string>' requires string as left operand, not T" for a non-str needle), element
+// equality for a list, key membership for a dict (a non-str needle is simply absent);
+// TypeError "argument of type 'T' is not iterable" for null, bool and numbers.
+bool in(const Json& needle, const Json& haystack);
+
+// int() of a float: truncation towards zero. ValueError "cannot convert float NaN to
+// integer"; for infinity Python raises OverflowError, which the platform has no kind for,
+// so it is a ValueError with Python's text "cannot convert float infinity to integer";
+// a finite value beyond 64 bits is "int() value out of range", as to_int() says it.
+long long int_of_float(double value);
+
+// str.upper(): ASCII, Latin-1, basic Greek and Cyrillic letters (the scripts a console
+// or an operating system writes states in); "ß" becomes "SS" as in Python; every other
+// character is left as it is.
+std::string upper(std::string_view text);
+
 // The text an argument of format() stands for: str() of it.
 inline std::string format_arg(const Json& v) { return str(v); }
 inline std::string format_arg(const std::string& v) { return v; }

@@ -1,72 +1,84 @@
 #include "marlet/wrapper/gui/web/vorna/vornav1/comparison/comparison_rules.h"
 
+#include <cmath>
+
 #include "marlet/exception/exceptions.h"
+#include "marlet/utils/units.h"
 
 namespace vorna::comparison {
 namespace py = marlet::py;
 
 namespace {
-const char* type_name(const Json& v) {
-  switch (v.type()) {
-    case Json::value_t::null: return "NoneType";
-    case Json::value_t::boolean: return "bool";
-    case Json::value_t::number_integer:
-    case Json::value_t::number_unsigned: return "int";
-    case Json::value_t::number_float: return "float";
-    case Json::value_t::string: return "str";
-    case Json::value_t::array: return "list";
-    case Json::value_t::object: return "dict";
-    default: return "object";
-  }
+[[noreturn]] void wrong_type(std::string_view what, const char* expected, const Json& value) {
+  throw marlet::TypeError(
+      py::format("%s must be a %s, not %s: %s", what, expected, py::type_name(value), py::repr(value)));
 }
 }  // namespace
 
-const Json& require_list(const Json& value, const char* argument) {
-  if (!value.is_array())
-    throw marlet::TypeError(py::format("%s must be a list, not %s", argument, type_name(value)));
+const Json& require_list(const Json& value, std::string_view what) {
+  if (!value.is_array()) wrong_type(what, "list", value);
   return value;
 }
 
-const Json& require_map(const Json& value, const char* argument) {
-  if (!value.is_object())
-    throw marlet::TypeError(py::format("%s must be a map, not %s", argument, type_name(value)));
+const Json& require_map(const Json& value, std::string_view what) {
+  if (!value.is_object()) wrong_type(what, "dict", value);
   return value;
 }
 
-Json get(const Json& map, const std::string& key) {
-  if (!map.is_object())
-    throw marlet::TypeError(py::format("a record must be a map, not %s: %s", type_name(map), py::repr(map)));
-  auto it = map.find(key);
-  return it == map.end() ? Json(nullptr) : *it;
-}
-
-const Json& at(const Json& map, const std::string& key) {
-  if (!map.is_object())
-    throw marlet::TypeError(py::format("a record must be a map, not %s: %s", type_name(map), py::repr(map)));
-  auto it = map.find(key);
-  if (it == map.end()) throw marlet::KeyError(key);
-  return *it;
-}
-
-const std::string& text(const Json& value, const std::string& what) {
-  if (!value.is_string())
-    throw marlet::TypeError(py::format("%s must be a text, not %s: %s", what, type_name(value), py::repr(value)));
+const std::string& text(const Json& value, std::string_view what) {
+  if (!value.is_string()) wrong_type(what, "str", value);
   return value.get_ref<const std::string&>();
 }
 
-bool contained(const Json& needle, const Json& haystack) {
-  if (!haystack.is_string())
-    throw marlet::TypeError(py::format("argument of type '%s' is not iterable", type_name(haystack)));
-  if (!needle.is_string())
-    throw marlet::TypeError(
-        py::format("'in <string>' requires string as left operand, not %s", type_name(needle)));
-  return py::contains(haystack.get_ref<const std::string&>(), needle.get_ref<const std::string&>());
+std::string subscript(std::string_view what, std::string_view key) {
+  return std::string(what) + "[" + py::repr_text(key) + "]";
 }
 
-std::string first_token(const std::string& s) {
+Json get(const Json& record, std::string_view key, std::string_view what) {
+  const Json& map = require_map(record, what);
+  auto it = map.find(std::string(key));
+  return it == map.end() ? Json(nullptr) : *it;
+}
+
+const Json& at(const Json& record, std::string_view key, std::string_view what) {
+  const Json& map = require_map(record, what);
+  auto it = map.find(std::string(key));
+  if (it == map.end()) throw marlet::KeyError(std::string(key));
+  return *it;
+}
+
+bool contained(const Json& part, const Json& whole) { return py::in(part, whole); }
+
+std::string first_token(std::string_view s) {
   auto tokens = py::split(s);
   if (tokens.empty()) throw marlet::IndexError("list index out of range");
   return tokens.front();
 }
+
+bool memory_capacity_agrees(std::string_view web, std::string_view os) {
+  long long web_size = py::to_int(first_token(web));
+  long long os_size = py::to_int(first_token(os));
+  // 128 bits: Python's integers do not overflow, so neither may the factor.
+  return web_size == os_size || static_cast<__int128>(web_size) == static_cast<__int128>(os_size) * 1024;
+}
+
+bool millivolts_agree(std::string_view web, std::string_view os) {
+  long long millivolts = py::to_int(first_token(web));
+  return millivolts == py::int_of_float(py::to_float(first_token(os)) * 1000);
+}
+
+std::string gigabytes(std::string_view size) {
+  return py::replace(marlet::Units::convert(py::replace(size, " ", ""), "GB"), "GB", " GB");
+}
+
+bool within_one_percent(std::string_view web_capacity, std::string_view os_capacity) {
+  double web = py::to_float(py::split(web_capacity, " ").front());
+  double os = py::to_float(py::split(os_capacity, " ").front());
+  if (web == 0) throw marlet::ZeroDivisionError("float division by zero");
+  // The console's size is the base; a deviation of exactly 1% still agrees.
+  return !(std::fabs(web - os) / web > 0.01);
+}
+
+double speed(std::string_view s, std::string_view unit) { return py::to_float(py::replace(s, unit, "")); }
 
 }  // namespace vorna::comparison
