@@ -76,7 +76,8 @@ Json VornaWebWrapper::web_get_software_info() {
   std::exception_ptr failure;
   std::string failure_text;
   try {
-    auto rows = locateElementsByXpath(kSoftwareRows);
+    auto rows = quiet_lookups(kSoftwareRows);
+    // No rows fails on the first row, like an empty first label: the agent is silent.
     if (rows.empty()) throw marlet::IndexError("list index out of range");
     if (rows.front().find_element_by_xpath("./td[1]/span").text().empty())
       throw marlet::MarletException("can not get SoftWareInfo");

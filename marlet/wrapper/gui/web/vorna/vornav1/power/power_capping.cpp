@@ -1,25 +1,17 @@
 // The power capping page (figures, the cap's switch and limit) and the restore policy.
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/power/power_params.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 #include "webdriver/keys.h"
 
 namespace vorna {
 namespace py = marlet::py;
 
-namespace {
+using power::attribute_has;
+using power::require_params;
 
-void require_map(const Json& params, const char* operation) {
-  if (!params.is_object()) throw marlet::TypeError(py::format("%s() takes a map of parameters, not %s", operation, py::repr(params)));
-}
-
-bool has(const std::optional<std::string>& attr, const char* part) {
-  return attr && py::contains(*attr, part);
-}
-
-}  // namespace
-
-Json VornaWebWrapper::web_get_power_capping_info(const Json& params) {
-  require_map(params, "web_get_power_capping_info");
+// `params` is part of the call but nothing in it is read, so any value serves.
+Json VornaWebWrapper::web_get_power_capping_info(const Json& /*params*/) {
   open_page(pages::kPowerCapping, 10);
   locateElementById("unitsWatts");
   Json figures = Json::object();
@@ -33,12 +25,13 @@ Json VornaWebWrapper::web_get_power_capping_info(const Json& params) {
 }
 
 bool VornaWebWrapper::web_set_power_cap(const Json& params) {
-  require_map(params, "web_set_power_cap");
+  require_params(params, "web_set_power_cap");
   bool enable = py::truthy(py::get(params, "enbale"));
   Json value = py::get(params, "value");
   // Refused before the page is touched: a cap is a number or its text.
   if (!value.is_null() && !value.is_number() && !value.is_string())
-    throw marlet::TypeError("value must be a number or a text, not " + py::repr(value));
+    throw marlet::TypeError(
+        py::format("web_set_power_cap() value must be a number or a text, not %s", py::repr(value)));
   open_page(pages::kPowerCapping, 10);
   locateElementById("unitsWatts");
 
@@ -51,7 +44,7 @@ bool VornaWebWrapper::web_set_power_cap(const Json& params) {
     std::string wanted = py::str(_value);
     auto attr = getAttributeById("setcapping", "class");
     std::string limit = getTextById("LimitValue");
-    if (has(attr, "off")) {
+    if (attribute_has(attr, "off")) {
       locateElementById("setcapping");
       confirm_dialog();
       enter_content_frame();
@@ -69,7 +62,7 @@ bool VornaWebWrapper::web_set_power_cap(const Json& params) {
     enter_content_frame();
     attr = getAttributeById("setcapping", "class");
     limit = getTextById("LimitValue");
-    if (has(attr, "on") && py::contains(limit, wanted)) {
+    if (attribute_has(attr, "on") && py::contains(limit, wanted)) {
       logger().info(py::format("Power Capping is enabled and Power Cap is %sW", wanted));
       leave_content_frame();
       return true;
@@ -81,7 +74,7 @@ bool VornaWebWrapper::web_set_power_cap(const Json& params) {
 
   if (enable) return set_enable(value);
   auto attr = getAttributeById("setcapping", "class");
-  if (has(attr, "off")) {
+  if (attribute_has(attr, "off")) {
     logger().info("Power Capping is disabled");
     leave_content_frame();
     return true;
@@ -90,7 +83,7 @@ bool VornaWebWrapper::web_set_power_cap(const Json& params) {
   confirm_dialog();
   enter_content_frame();
   attr = getAttributeById("setcapping", "class");
-  if (has(attr, "off")) {
+  if (attribute_has(attr, "off")) {
     logger().info("Power Capping set disabled successfully");
     leave_content_frame();
     return true;
@@ -101,7 +94,7 @@ bool VornaWebWrapper::web_set_power_cap(const Json& params) {
 }
 
 bool VornaWebWrapper::web_set_poweron_strategy(const Json& params) {
-  require_map(params, "web_set_poweron_strategy");
+  require_params(params, "web_set_poweron_strategy");
   logger().info("[setPoweronStrategy] set power on strategy.");
   follow_menu(pages::kPowerStrategy);
   page_settle();

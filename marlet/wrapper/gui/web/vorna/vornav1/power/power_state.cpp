@@ -2,6 +2,7 @@
 // header's power menu, and the controller's own restart through the firmware page.
 #include <regex>
 
+#include "marlet/wrapper/gui/web/vorna/vornav1/power/power_params.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
 namespace vorna {
@@ -57,6 +58,7 @@ void VornaWebWrapper::reboot() {
 }
 
 void VornaWebWrapper::web_set_bmc_reboot(const Json& params) {
+  power::require_params(params, "web_set_bmc_reboot");
   logger().info("[setBmcReset] start...");
   locateElementById("menu_SYSTEM_MANAGE");
   settle(5);
@@ -67,7 +69,8 @@ void VornaWebWrapper::web_set_bmc_reboot(const Json& params) {
   session().find_element_by_xpath(kRestart).click();
   leave_content_frame();
   settle(5);
-  bool restart = params.is_object() && params.contains("option") && params["option"] == "Y";
+  // Only the text "Y" restarts: "y", "yes" or no answer at all cancels.
+  bool restart = py::get(params, "option") == "Y";
   session().find_element_by_xpath(restart ? R"(//*[@id="btnDialogOK"])" : R"(//*[@id="btnDialogCancle"])").click();
   logger().info("[setBmcReset] completion.");
 }

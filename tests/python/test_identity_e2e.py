@@ -1,0 +1,85 @@
+"""Identity and versions through the whole stack (the module, headless Firefox, the
+console simulator); every answer is checked against the simulator's own machine."""
+import pytest
+
+from marlet.exception.marlet_exception import MarletException
+from marlet.exception.webdriverexception import WebDriverException
+from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
+
+INSTALL_AGENT = ("To enable complete software information to be displayed, "
+                 "install Tolmar 2.0 and start it on the OS.")
+
+
+def patch(sim, machine):
+    """Changes the machine in place; the login survives (a scenario load would end it)."""
+    sim._request("POST", "/__sim/machine", machine)
+
+
+@pytest.fixture(scope="module")
+def console(simulator, tmp_path_factory):
+    from marlet.utils.time import set_time_scale
+    set_time_scale(0.02)  # module fixtures run before the per-test fast clock
+    simulator.load({"name": "default"})
+    w = VornaWebWrapper({"browser": {"screenshot_dir": str(tmp_path_factory.mktemp("pictures"))}})
+    w.web_login({"bmc": simulator.controller()})
+    yield w, simulator
+    simulator.fault({"clear": True})
+    w.web_close()
+
+
+def test_identity_and_versions_are_the_machines(console, log_lines):
+    w, sim = console
+    patch(sim, {"identity": {"serial": "VRN-E2E-0042", "guid": "0E2E0000-1111-2222-3333-444455556666",
+                             "product_alias": "Vorna R4400", "bios_version": "BIOS 3.0.2"}})
+    identity = sim.state()["machine"]["identity"]
+    assert w.get_product_sn() == "VRN-E2E-0042"
+    assert w.get_guid() == "0E2E0000-1111-2222-3333-444455556666"
+    assert w.get_bios_name() == "Vorna R4400"
+    versions = w.web_get_firmware_version()
+    assert list(versions.items()) == [("bmc_version", identity["firmware_version"]),
+                                      ("bios_version", "BIOS 3.0.2"),
+                                      ("cpld_version", identity["cpld_version"])]
+    assert log_lines.texts() == ["[getProductSN] start...", "[getGUID] start...", "[getBiosName] start...",
+                                 "[getBmcFirmwareVersion] start..."]
+
+
+def test_software_rows_become_a_map_in_table_order(console, log_lines):
+    w, sim = console
+    patch(sim, {"software": {"agent": True, "rows": [
+        ["Computer Name", "bench-node-07"], ["OS Version", "Debian GNU/Linux 12"],
+        ["Tolmar Service", "Installed"], ["Computer Name", "bench-node-08"]]}})
+    software = w.web_get_software_info()
+    assert isinstance(software, dict)
+    assert list(software.items()) == [("Computer Name", "bench-node-08"), ("OS Version", "Debian GNU/Linux 12"),
+                                      ("Tolmar Service", "Installed")]
+    assert log_lines.texts() == ["[getSoftwareInfo] start..."]
+
+
+def test_a_silent_agent_gives_the_fixed_text(console, log_lines):
+    w, sim = console
+    patch(sim, {"software": {"agent": False}})
+    assert w.web_get_software_info() == INSTALL_AGENT
+    assert log_lines.texts("error") == ["Tolmar is not installed or running"]
+    assert w.get_product_sn() == sim.state()["machine"]["identity"]["serial"], "the frame was left"
+
+
+def test_no_rows_and_no_notice_raise_the_wrapped_failure(console):
+    w, sim = console
+    # The agent is said to report, yet its table is empty; the notice stays hidden, so
+    # its text is empty.
+    patch(sim, {"software": {"agent": True, "rows": []}})
+    with pytest.raises(MarletException) as info:
+        w.web_get_software_info()
+    assert str(info.value) == "list index out of range"
+    assert isinstance(info.value.__cause__, IndexError)
+    w.web_switch_page_logout()  # this path leaves the content frame entered
+
+
+def test_a_missing_version_field_fails_after_the_second_attempt(console):
+    w, sim = console
+    sim.fault({"missing": {"system_info": ["txtCpldVersion"]}})
+    try:
+        with pytest.raises(WebDriverException):
+            w.web_get_firmware_version()
+    finally:
+        sim.fault({"clear": True})

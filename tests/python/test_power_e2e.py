@@ -1,0 +1,121 @@
+"""Power through the whole stack (the module, headless Firefox, the console simulator);
+each effect is read back from the simulator's state, not from the operation's word."""
+import time
+
+import pytest
+
+from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
+
+
+def eventually(read, expected, timeout=10):
+    """The console saves in the background after OK: poll the simulator briefly."""
+    deadline = time.time() + timeout
+    value = read()
+    while value != expected and time.time() < deadline:
+        time.sleep(0.05)
+        value = read()
+    return value
+
+
+def power(sim):
+    return sim.state()["machine"]["power"]
+
+
+def patch(sim, machine):
+    """Changes the machine in place; the login survives (a scenario load would end it)."""
+    sim._request("POST", "/__sim/machine", machine)
+
+
+@pytest.fixture(scope="module")
+def console(simulator, tmp_path_factory):
+    from marlet.utils.time import set_time_scale
+    set_time_scale(0.02)  # module fixtures run before the per-test fast clock
+    simulator.load({"name": "default"})
+    w = VornaWebWrapper({"browser": {"screenshot_dir": str(tmp_path_factory.mktemp("pictures"))}})
+    w.web_login({"bmc": simulator.controller()})
+    yield w, simulator
+    w.web_close()
+
+
+def test_status_follows_the_actions(console, log_lines):
+    w, sim = console
+    patch(sim, {"power": {"state": "On"}})
+    assert w.web_get_power_status() == "PowerOn"
+    w.set_power_off()
+    assert eventually(lambda: power(sim)["state"], "Off") == "Off"
+    assert w.web_get_power_status() == "PowerOff"
+    w.set_power_on()
+    assert eventually(lambda: power(sim)["state"], "On") == "On"
+    for action, expected in ((w.set_power_cycle, "reset"), (w.set_power_reboot, "cs"), (w.reboot, "restart")):
+        action()
+        assert eventually(lambda: power(sim)["actions"][-1], expected) == expected
+    assert log_lines.texts() == [
+        "[getPowerStatus] get power state by BMC Web", "[setPowerOff] set power off by BMC Web",
+        "[getPowerStatus] get power state by BMC Web", "[setPowerOn] set power on by BMC Web",
+        "[setPowerCycle] set power cycle by BMC Web", "[setPowerReboot] set reboot by BMC Web"]
+    assert "Force power off the server successfully" in [e["text"] for e in sim.oplog()]
+
+
+def test_inner_steps_and_an_unknown_state(console):
+    w, sim = console
+    patch(sim, {"power": {"state": "On"}})
+    w._set_power_state(state="fpf")
+    assert eventually(lambda: power(sim)["state"], "Off") == "Off"
+    w._switch_to_power()  # stays in the content frame: the page's own field is at hand
+    assert w.getTextById("current_state") == "Off"
+    w.web_switch_page_logout()  # back to the top document
+    patch(sim, {"power": {"state": "Standby"}})
+    assert w.web_get_power_status() == "Unknown:Standby"
+
+
+def test_controller_restart_only_on_y(console, log_lines):
+    w, sim = console
+    before = sim.state()["machine"].get("bmc_restarts", 0)
+    w.web_set_bmc_reboot({"option": "y"})
+    w.web_set_bmc_reboot({})
+    time.sleep(0.5)
+    assert sim.state()["machine"].get("bmc_restarts", 0) == before
+    w.web_set_bmc_reboot({"option": "Y"})
+    assert eventually(lambda: sim.state()["machine"].get("bmc_restarts", 0), before + 1) == before + 1
+    assert log_lines.texts() == ["[setBmcReset] start...", "[setBmcReset] completion."] * 3
+
+
+def test_capping_figures_are_the_machines(console):
+    w, sim = console
+    patch(sim, {"power": {"capping": {"current": "198", "average": "207", "peak": "388"}}})
+    info = w.web_get_power_capping_info({})
+    assert list(info.items()) == [("Current Power", "198"), ("Average Power", "207"), ("Peak Power", "388"),
+                                  ("Total Consumed Power", "1834.6")]
+
+
+def test_power_cap_switch_and_limit(console, log_lines):
+    w, sim = console
+    patch(sim, {"power": {"capping": {"enabled": False, "limit": 500}}})
+    # 50 counts as met by the limit 500: the cap is switched on, the limit stays.
+    assert w.web_set_power_cap({"enbale": True, "value": 50}) is True
+    assert eventually(lambda: power(sim)["capping"]["enabled"], True) is True
+    assert power(sim)["capping"]["limit"] == 500
+
+    assert w.web_set_power_cap({"enbale": True, "value": "420"}) is True
+    assert eventually(lambda: power(sim)["capping"]["limit"], 420) == 420
+    assert log_lines.texts()[-1] == "Power Capping is enabled and Power Cap is 420W"
+
+    assert w.web_set_power_cap({"enbale": True, "value": 0}) is False
+    assert log_lines.texts("error")[-1] == "The Set Value can not be None"
+    with pytest.raises(TypeError):
+        w.web_set_power_cap({"enbale": True, "value": [300]})
+    assert (power(sim)["capping"]["enabled"], power(sim)["capping"]["limit"]) == (True, 420)
+
+    assert w.web_set_power_cap({"enable": True, "value": 420}) is True  # "enbale" absent: off
+    assert eventually(lambda: power(sim)["capping"]["enabled"], False) is False
+    assert log_lines.texts()[-1] == "Power Capping set disabled successfully"
+
+
+def test_restore_policy(console):
+    w, sim = console
+    patch(sim, {"power": {"restore_policy": "previous"}})
+    assert w.web_set_poweron_strategy({"flag": False}) is True
+    assert eventually(lambda: power(sim)["restore_policy"], "always_on") == "always_on"
+    assert w.web_set_poweron_strategy({"flag": True}) is True
+    assert eventually(lambda: power(sim)["restore_policy"], "previous") == "previous"
+    assert "Set power restore policy to (previous) successfully" in [e["text"] for e in sim.oplog()]

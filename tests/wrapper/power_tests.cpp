@@ -1,0 +1,229 @@
+// Power state and actions, the restarts, the power cap and the restore policy.
+#include "marlet/exception/exceptions.h"
+#include "tests/wrapper/wrapper_fixture.h"
+#include "webdriver/errors.h"
+#include "webdriver/keys.h"
+
+using marlet::Json;
+using vorna::VornaWebWrapper;
+
+namespace {
+
+class PowerTests : public WrapperTest {
+ protected:
+  void SetUp() override { logged_in(); }
+  void menu(std::initializer_list<const char*> ids) {
+    for (auto id : ids) fb->add(std::string("id:") + id);
+  }
+  std::vector<std::string> errors() const {
+    std::vector<std::string> out;
+    for (const auto& l : log->lines)
+      if (l.level == marlet::LogLevel::Error) out.push_back(l.text);
+    return out;
+  }
+};
+
+TEST_F(PowerTests, StatusTestsOnBeforeOffCaseSensitively) {
+  menu({"menu_POWER_ENERGY", "menu_ELECSRC_CONTROL"});
+  const std::pair<const char*, const char*> cases[] = {
+      {"Power On", "PowerOn"}, {"On / Off", "PowerOn"},  {"Off", "PowerOff"}, {"Standby (Off)", "PowerOff"},
+      {"ON", "Unknown:ON"},    {"off", "Unknown:off"}, {"", "Unknown:"}};
+  for (const auto& [text, status] : cases) {
+    fb->add("id:current_state").text = text;
+    fb->events.clear();
+    clock.clear();
+    EXPECT_EQ(w.web_get_power_status(), status) << text;
+    EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:menu_POWER_ENERGY", "click id:menu_ELECSRC_CONTROL",
+                                                    "frame id:rightMid", "default content"}));
+    EXPECT_EQ(clock.sleeps(), std::vector<double>{w.timeout}) << "a page settle after the menu";
+  }
+}
+
+TEST_F(PowerTests, EachActionLogsClicksItsControlAndConfirmsInTheTopDocument) {
+  menu({"menu_POWER_ENERGY", "menu_ELECSRC_CONTROL", "btnDialogOK", "fpf", "po", "reset", "cs"});
+  struct Case {
+    void (VornaWebWrapper::*action)();
+    const char* line;
+    const char* state;
+  } cases[] = {{&VornaWebWrapper::set_power_off, "[setPowerOff] set power off by BMC Web", "fpf"},
+               {&VornaWebWrapper::set_power_on, "[setPowerOn] set power on by BMC Web", "po"},
+               {&VornaWebWrapper::set_power_cycle, "[setPowerCycle] set power cycle by BMC Web", "reset"},
+               {&VornaWebWrapper::set_power_reboot, "[setPowerReboot] set reboot by BMC Web", "cs"}};
+  for (const auto& c : cases) {
+    fb->events.clear();
+    log->lines.clear();
+    (w.*c.action)();
+    EXPECT_EQ(log->texts(), std::vector<std::string>{c.line});
+    EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:menu_POWER_ENERGY", "click id:menu_ELECSRC_CONTROL",
+                                                    "frame id:rightMid", std::string("click id:") + c.state,
+                                                    "default content", "click id:btnDialogOK"}));
+  }
+}
+
+TEST_F(PowerTests, ControllerRestartIsConfirmedOnlyByTheTextY) {
+  menu({"menu_SYSTEM_MANAGE", "menu_FIRM_UPGRADE"});
+  for (const char* key : {R"(xpath://*[@id="restartPme"]/p)", R"(xpath://*[@id="btnDialogOK"])",
+                          R"(xpath://*[@id="btnDialogCancle"])"})
+    fb->add(key);
+  const std::pair<Json, const char*> answers[] = {{Json{{"option", "Y"}}, "btnDialogOK"},
+                                                  {Json{{"option", "y"}}, "btnDialogCancle"},
+                                                  {Json::object(), "btnDialogCancle"}};
+  for (const auto& [params, button] : answers) {
+    fb->events.clear();
+    log->lines.clear();
+    clock.clear();
+    w.web_set_bmc_reboot(params);
+    EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:menu_SYSTEM_MANAGE", "click id:menu_FIRM_UPGRADE",
+                                                    "frame id:rightMid", R"(click xpath://*[@id="restartPme"]/p)",
+                                                    "default content",
+                                                    std::string(R"(click xpath://*[@id=")") + button + "\"]"}))
+        << params.dump();
+    EXPECT_EQ(clock.sleeps(), (std::vector<double>{5, 5}));
+    EXPECT_EQ(log->texts(), (std::vector<std::string>{"[setBmcReset] start...", "[setBmcReset] completion."}));
+  }
+  // Params that are no map are refused before the console is touched.
+  fb->events.clear();
+  EXPECT_THROW(w.web_set_bmc_reboot("Y"), marlet::TypeError);
+  EXPECT_TRUE(fb->events.empty());
+}
+
+// The power capping page of a console: the switch flips through its dialog, a save
+// takes the typed cap; `takes_saves` false makes a console that ignores the save.
+class PowerCapTests : public PowerTests {
+ protected:
+  void SetUp() override {
+    PowerTests::SetUp();
+    menu({"menu_POWER_ENERGY", "menu_POWER", "unitsWatts", "btnDialogOK", "edit", "inputsave"});
+    fb->add("id:powercapping_text").tag = "input";
+    switch_to("off");
+    fb->find("id:setcapping")->on_click = [this] { switch_to(cap_class() == "switch off" ? "on" : "off"); };
+    fb->add("id:LimitValue").text = "500";
+    fb->find("id:inputsave")->on_click = [this] {
+      if (takes_saves) fb->find("id:LimitValue")->text = fb->find("id:powercapping_text")->value;
+    };
+  }
+  void switch_to(const std::string& state) {
+    auto* sw = fb->find("id:setcapping");
+    if (!sw) sw = &fb->add("id:setcapping");
+    sw->attributes["class"] = "switch " + state;
+  }
+  std::string cap_class() { return fb->find("id:setcapping")->attributes["class"]; }
+  std::vector<std::string> after_units() const {
+    auto it = std::find(fb->events.begin(), fb->events.end(), "click id:unitsWatts");
+    return {it == fb->events.end() ? it : it + 1, fb->events.end()};
+  }
+  bool takes_saves = true;
+};
+
+TEST_F(PowerCapTests, AZeroOrMissingValueTouchesNothingAfterTheUnits) {
+  for (const Json& params : {Json{{"enbale", true}, {"value", 0}}, Json{{"enbale", true}, {"value", 0.0}},
+                             Json{{"enbale", true}, {"value", nullptr}}, Json{{"enbale", true}}}) {
+    fb->events.clear();
+    log->lines.clear();
+    clock.clear();
+    EXPECT_FALSE(w.web_set_power_cap(params)) << params.dump();
+    EXPECT_EQ(after_units(), std::vector<std::string>{"default content"});
+    EXPECT_EQ(errors(), std::vector<std::string>{"The Set Value can not be None"});
+    EXPECT_EQ(clock.sleeps(), std::vector<double>{10});
+  }
+}
+
+TEST_F(PowerCapTests, APartOfTheLimitCountsAsMet) {
+  // Cap off, limit 500, wanted 50: the switch is turned on and no edit follows.
+  EXPECT_TRUE(w.web_set_power_cap({{"enbale", true}, {"value", 50}}));
+  EXPECT_EQ(after_units(), (std::vector<std::string>{"click id:setcapping", "default content", "click id:btnDialogOK",
+                                                     "frame id:rightMid", "default content"}));
+  EXPECT_EQ(cap_class(), "switch on");
+  EXPECT_EQ(log->texts(), std::vector<std::string>{"Power Capping is enabled and Power Cap is 50W"});
+}
+
+TEST_F(PowerCapTests, TheCapInForceNeedsNoDialogAndANewCapIsEditedAndReadBack) {
+  switch_to("on");
+  EXPECT_TRUE(w.web_set_power_cap({{"enbale", true}, {"value", "500"}}));
+  EXPECT_EQ(after_units(), std::vector<std::string>{"default content"});
+
+  fb->events.clear();
+  EXPECT_TRUE(w.web_set_power_cap({{"enbale", true}, {"value", 420}}));
+  EXPECT_EQ(fb->find("id:LimitValue")->text, "420");
+  EXPECT_EQ(after_units(), (std::vector<std::string>{"click id:edit", "clear id:powercapping_text",
+                                                     "keys id:powercapping_text 420", "click id:inputsave",
+                                                     "default content", "click id:btnDialogOK", "frame id:rightMid",
+                                                     "default content"}));
+  EXPECT_EQ(log->texts().back(), "Power Capping is enabled and Power Cap is 420W");
+
+  // A save the console does not take is reported by the result and an info line.
+  takes_saves = false;
+  log->lines.clear();
+  EXPECT_FALSE(w.web_set_power_cap({{"enbale", true}, {"value", 300}}));
+  EXPECT_EQ(log->texts(), std::vector<std::string>{"Set Power Capping Failed"});
+  EXPECT_TRUE(errors().empty());
+}
+
+TEST_F(PowerCapTests, WithoutEnbaleTheCapIsSwitchedOff) {
+  switch_to("on");
+  EXPECT_TRUE(w.web_set_power_cap({{"enable", true}, {"value", 300}})) << "\"enable\" is not the key read";
+  EXPECT_EQ(cap_class(), "switch off");
+  EXPECT_EQ(after_units(), (std::vector<std::string>{"click id:setcapping", "default content",
+                                                     "click id:btnDialogOK", "frame id:rightMid",
+                                                     "default content"}));
+  EXPECT_EQ(log->texts(), std::vector<std::string>{"Power Capping set disabled successfully"});
+
+  log->lines.clear();
+  fb->events.clear();
+  EXPECT_TRUE(w.web_set_power_cap(Json::object()));
+  EXPECT_EQ(after_units(), std::vector<std::string>{"default content"});
+  EXPECT_EQ(log->texts(), std::vector<std::string>{"Power Capping is disabled"});
+
+  // A switch that does not move is reported, not raised.
+  switch_to("on");
+  fb->find("id:setcapping")->on_click = nullptr;
+  log->lines.clear();
+  EXPECT_FALSE(w.web_set_power_cap({{"enbale", false}}));
+  EXPECT_EQ(errors(), std::vector<std::string>{"Set Power Capping disabled failed"});
+}
+
+TEST_F(PowerCapTests, BadInputIsRefusedBeforeThePage) {
+  for (const Json& bad : {Json::array({420}), Json{{"w", 1}}, Json(true)}) {
+    fb->events.clear();
+    EXPECT_THROW(w.web_set_power_cap({{"enbale", true}, {"value", bad}}), marlet::TypeError) << bad.dump();
+    EXPECT_TRUE(fb->events.empty());
+  }
+  EXPECT_THROW(w.web_set_power_cap(Json::array()), marlet::TypeError);
+  EXPECT_TRUE(fb->events.empty());
+  EXPECT_EQ(fb->find("id:LimitValue")->text, "500");
+
+  // A switch without its class is a page the operation cannot judge: it raises.
+  fb->find("id:setcapping")->attributes.clear();
+  EXPECT_THROW(w.web_set_power_cap(Json::object()), marlet::TypeError);
+}
+
+TEST_F(PowerCapTests, FiguresAreTheNumbersBeforeTheirUnits) {
+  fb->add("id:txtCurrentPower").text = "236 W";
+  fb->add("id:txtAverPower").text = "251 W";
+  fb->add("id:txtPeakPower").text = "412  W";
+  fb->add("id:txtTotalPower").text = "1834.6";
+  EXPECT_EQ(w.web_get_power_capping_info(nullptr).dump(),
+            R"({"Current Power":"236","Average Power":"251","Peak Power":"412","Total Consumed Power":"1834.6"})");
+  EXPECT_EQ(clock.sleeps(), std::vector<double>{10});
+  EXPECT_EQ(after_units(), std::vector<std::string>{"default content"});
+}
+
+TEST_F(PowerTests, RestorePolicyMovesTheSelectorAndPicksByFlag) {
+  menu({"menu_POWER_ENERGY", "npf", "checkRemainsPrevisions", "checkAlwaysOn", "btnSavePowerStrategy"});
+  const std::string down = std::string("keys id:npf ") + webdriver::Keys::DOWN;
+  for (const auto& [params, choice] : {std::pair{Json{{"flag", true}}, "click id:checkRemainsPrevisions"},
+                                       std::pair{Json{{"flag", 0}}, "click id:checkAlwaysOn"},
+                                       std::pair{Json::object(), "click id:checkAlwaysOn"}}) {
+    fb->events.clear();
+    clock.clear();
+    log->lines.clear();
+    EXPECT_TRUE(w.web_set_poweron_strategy(params));
+    EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:menu_POWER_ENERGY", "frame id:rightMid", down, down,
+                                                    down, choice, "click id:btnSavePowerStrategy",
+                                                    "default content"}));
+    EXPECT_EQ(clock.sleeps(), (std::vector<double>{w.timeout, 3}));
+    EXPECT_EQ(log->texts(), std::vector<std::string>{"[setPoweronStrategy] set power on strategy."});
+  }
+}
+
+}  // namespace
