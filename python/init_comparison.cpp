@@ -5,21 +5,20 @@ namespace vorna_py {
 using vorna::VornaWebWrapper;
 
 void init_comparison(WrapperClass& cls) {
-  cls.def("compare_power", operation(&VornaWebWrapper::compare_power, "compare_power"),
+  cls.def("compare_power", offline_operation(&VornaWebWrapper::compare_power),
           py::arg("webPowerInfo"), py::arg("powerInfo"));
-  cls.def("compare_pcie", operation(&VornaWebWrapper::compare_pcie, "compare_pcie"),
+  cls.def("compare_pcie", offline_operation(&VornaWebWrapper::compare_pcie),
           py::arg("webpcieInfo"), py::arg("pcieInfo"));
-  cls.def("compare_back_board", operation(&VornaWebWrapper::compare_back_board, "compare_back_board"),
+  cls.def("compare_back_board", offline_operation(&VornaWebWrapper::compare_back_board),
           py::arg("webBackBoardInfo"), py::arg("backBoardInfo"));
-  cls.def("compare_riser", operation(&VornaWebWrapper::compare_riser, "compare_riser"),
+  cls.def("compare_riser", offline_operation(&VornaWebWrapper::compare_riser),
           py::arg("webRaiserInfo"), py::arg("riserInfo"));
-  cls.def("compare_raid", operation(&VornaWebWrapper::compare_raid, "compare_raid"),
+  cls.def("compare_raid", offline_operation(&VornaWebWrapper::compare_raid),
           py::arg("webRaidInfo"), py::arg("raidInfo"));
-  cls.def("compare_memory", operation(&VornaWebWrapper::compare_memory, "compare_memory"),
+  cls.def("compare_memory", offline_operation(&VornaWebWrapper::compare_memory),
           py::arg("webMemoryInfo"), py::arg("osMemoryInfo"));
-  cls.def("compare_storage", operation(&VornaWebWrapper::compare_storage, "compare_storage"),
+  cls.def("compare_storage", offline_operation(&VornaWebWrapper::compare_storage),
           py::arg("webRaidInfo"), py::arg("raidInfo"), py::arg("webDiskInfo"), py::arg("diskInfo"));
-
 }
 
 }  // namespace vorna_py

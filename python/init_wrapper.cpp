@@ -201,6 +201,11 @@ void init_wrapper(py::module_& m) {
         py::object get = params.attr("get");
         self.attr("host") = get("host");
         self.attr("device") = get("device");
+        // No operation reads these three; they are the harness's, kept as plain Python
+        // attributes so that whatever it stores there comes back as the same object.
+        self.attr("bmc") = py::none();
+        self.attr("page") = py::none();
+        self.attr("UniWebDrivers") = py::list();
         inject(self);
       },
       py::is_method(cls), py::arg("params"));
@@ -209,10 +214,7 @@ void init_wrapper(py::module_& m) {
       .def_readwrite("bmc_ip", &VornaWebWrapper::bmc_ip)
       .def_readwrite("username", &VornaWebWrapper::username)
       .def_readwrite("password", &VornaWebWrapper::password)
-      .def_readwrite("current_user", &VornaWebWrapper::current_user)
-      .def_readwrite("bmc", &VornaWebWrapper::bmc)
-      .def_readwrite("page", &VornaWebWrapper::page)
-      .def_readwrite("UniWebDrivers", &VornaWebWrapper::UniWebDrivers);
+      .def_readwrite("current_user", &VornaWebWrapper::current_user);
 
   cls.def("web_login", [](VornaWebWrapper& w, py::object params) {
     static py::object mapping = py::module_::import("collections.abc").attr("Mapping");

@@ -2,35 +2,52 @@
 
 namespace vorna_py {
 
-Json to_json(py::handle v) {
+namespace {
+
+// Deeper than any record or params map; a list or map that holds itself ends here.
+constexpr int kMaxDepth = 100;
+
+std::string type_name_of(py::handle v) { return py::str(py::type::of(v).attr("__name__")).cast<std::string>(); }
+
+Json foreign(py::handle v) { return marlet::py::foreign(type_name_of(v), py::str(v).cast<std::string>()); }
+
+Json convert(py::handle v, int depth) {
+  if (depth > kMaxDepth)
+    throw py::value_error("a value nested more than " + std::to_string(kMaxDepth) +
+                          " levels deep (a list or map that holds itself?)");
   if (v.is_none()) return nullptr;
   if (PyBool_Check(v.ptr())) return v.cast<bool>();
   if (PyLong_Check(v.ptr())) {
     int overflow = 0;
     long long n = PyLong_AsLongLongAndOverflow(v.ptr(), &overflow);
     if (overflow == 0) return n;
-    return py::str(v).cast<std::string>();  // beyond 64 bits: kept as its digits
+    return foreign(v);  // beyond 64 bits: its digits, still an int to messages and equality
   }
   if (PyFloat_Check(v.ptr())) return v.cast<double>();
   if (PyUnicode_Check(v.ptr())) return v.cast<std::string>();
   if (PyDict_Check(v.ptr())) {
     Json out = Json::object();
     for (auto item : py::reinterpret_borrow<py::dict>(v)) {
+      // A key that is no text must find nothing under a text key, and 1 and "1" stay two.
       std::string key = PyUnicode_Check(item.first.ptr()) ? item.first.cast<std::string>()
-                                                          : py::str(item.first).cast<std::string>();
-      out[key] = to_json(item.second);
+                                                          : marlet::py::foreign_key(py::repr(item.first).cast<std::string>());
+      out[key] = convert(item.second, depth + 1);
     }
     return out;
   }
   if (PyList_Check(v.ptr()) || PyTuple_Check(v.ptr())) {
     Json out = Json::array();
-    for (auto item : v) out.push_back(to_json(item));
+    for (auto item : v) out.push_back(convert(item, depth + 1));
     return out;
   }
   static py::object mapping = py::module_::import("collections.abc").attr("Mapping");
-  if (py::isinstance(v, mapping)) return to_json(py::dict(py::reinterpret_borrow<py::object>(v)));
-  return py::str(v).cast<std::string>();
+  if (py::isinstance(v, mapping)) return convert(py::dict(py::reinterpret_borrow<py::object>(v)), depth);
+  return foreign(v);
 }
+
+}  // namespace
+
+Json to_json(py::handle v) { return convert(v, 0); }
 
 py::object from_json(const Json& v) {
   switch (v.type()) {
@@ -47,9 +64,10 @@ py::object from_json(const Json& v) {
     }
     case Json::value_t::object: {
       py::dict out;
-      for (const auto& [k, e] : v.items()) out[py::str(k)] = from_json(e);
+      for (const auto& [k, e] : v.items()) out[py::str(k)] = from_json(e);  // foreign keys come back as text
       return out;
     }
+    case Json::value_t::binary: return py::str(marlet::py::str(v));  // a foreign value's text
     default: return py::str(v.dump());
   }
 }

@@ -1,8 +1,9 @@
 // Converts between Python values and ordered_json records.
 //
 // dict -> map (insertion order kept), list/tuple -> list, str, int, float, bool, None as
-// themselves. Any other object becomes its str(): a params map may carry values an
-// operation never reads (the harness's own objects), and those must pass without harm.
+// themselves. Any other object becomes a foreign value (its type's name and its str()): a
+// params map may carry values an operation never reads (the harness's own objects), and
+// those must pass without harm, while a message about one still names its real type.
 #pragma once
 
 #include <pybind11/pybind11.h>

@@ -28,6 +28,16 @@ auto operation(R (vorna::VornaWebWrapper::*fn)(A...), const char* name) {
   };
 }
 
+// An operation that touches no browser (the bench comparisons): the GIL is released all
+// the same, but a failure is about the records, so no picture of the page is taken.
+template <class R, class... A>
+auto offline_operation(R (vorna::VornaWebWrapper::*fn)(A...)) {
+  return [fn](vorna::VornaWebWrapper& w, A... args) -> R {
+    py::gil_scoped_release unlocked;
+    return (w.*fn)(std::forward<A>(args)...);
+  };
+}
+
 
 // One per subsystem, each in its own file.
 void init_comparison(WrapperClass& cls);

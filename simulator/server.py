@@ -127,9 +127,12 @@ class Handler(BaseHTTPRequestHandler):
             # what the driver reads right after opening a page is already there.
             with self.state.lock:
                 missing = list(self.state.faults["missing"].get(page, []))
+                refused = list(self.state.faults["refuse"])
                 machine = json.dumps(self.state.machine, ensure_ascii=False).replace("</", "<\\/")
-            inject = "<script>window.SIM_MISSING = %s; window.MACHINE = %s;</script>" % (
-                json.dumps(missing), machine)
+            # The refused actions too: a page that shows a change at once (as the console
+            # does) must know before it asks that the save will be turned down.
+            inject = "<script>window.SIM_MISSING = %s; window.SIM_REFUSE = %s; window.MACHINE = %s;</script>" % (
+                json.dumps(missing), json.dumps(refused), machine)
             data = data.replace(b"</head>", inject.encode("utf-8") + b"</head>", 1)
         return data, CONTENT_TYPES.get(ext, "application/octet-stream")
 

@@ -196,8 +196,9 @@ Json HttpTransport::request(const Route& r, std::chrono::milliseconds timeout) {
     throw ProtocolException("malformed reply (HTTP " + std::to_string(status) + "): " + response.substr(0, 200),
                             "protocol error");
   Json value = reply.contains("value") ? reply["value"] : Json(nullptr);
+  // Only the status marks an error: a script may well return {"error": ...} as its value.
   bool has_error = value.is_object() && value.contains("error") && value["error"].is_string();
-  if (status >= 400 || has_error) {
+  if (status >= 400) {
     std::string code = has_error ? value["error"].get<std::string>() : "unknown error";
     std::string message = value.is_object() && value.contains("message") && value["message"].is_string()
                               ? value["message"].get<std::string>()

@@ -200,7 +200,7 @@ std::shared_ptr<Session> launch_firefox_marionette(const LaunchOptions& o, marle
 
 int free_loopback_port() {
   // Ask the kernel for a free port by binding to 0, then release it for the driver.
-  int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+  int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   sockaddr_in addr{};
   addr.sin_family = AF_INET;
   addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);

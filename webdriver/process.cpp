@@ -4,6 +4,7 @@
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <condition_variable>
@@ -129,6 +130,10 @@ ChildProcess::ChildProcess(const std::vector<std::string>& argv, const std::map<
       ::dup2(fd, 2);
     }
     if (null_in >= 0) ::dup2(null_in, 0);
+    // A harness's own descriptors (sockets, files opened without close-on-exec) must not
+    // live on in a browser that outlives them; close_range is a plain system call.
+    if (::syscall(SYS_close_range, 3U, ~0U, 0U) != 0)
+      for (int k = 3; k < 4096; ++k) ::close(k);
     ::execve(program.c_str(), args.data(), envp.data());
     ::_exit(127);
   });

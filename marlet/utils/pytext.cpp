@@ -23,13 +23,68 @@ bool truthy(const Json& v) {
   }
 }
 
+namespace {
+// A foreign key starts with a NUL, which no text from a page or a bench file holds.
+constexpr char kForeignKeyMark = '\0';
+
+// Foreign values are binary values: the type's name, a NUL, then the str() text.
+std::string_view foreign_text(const Json& v) {
+  const auto& bytes = v.get_binary();
+  std::string_view all(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  auto nul = all.find('\0');
+  return nul == std::string_view::npos ? all : all.substr(nul + 1);
+}
+
+// Python's str.isprintable() for one code point, for the classes a page or a record can
+// hold: controls, the separators other than the blank, format characters, surrogates and
+// private use are escaped by repr().
+bool printable(char32_t c) {
+  if (c < 0x20 || (c >= 0x7f && c <= 0xa0) || c == 0xad) return false;
+  if (c == 0x1680 || (c >= 0x2000 && c <= 0x200f) || (c >= 0x2028 && c <= 0x202f)) return false;
+  if ((c >= 0x205f && c <= 0x2064) || (c >= 0x2066 && c <= 0x206f) || c == 0x3000) return false;
+  if (c == 0x061c || c == 0x180e || c == 0xfeff || (c >= 0xfff9 && c <= 0xfffb)) return false;
+  if ((c >= 0xd800 && c <= 0xf8ff) || c >= 0xf0000) return false;
+  return true;
+}
+
+size_t decode(std::string_view s, size_t i, char32_t& cp);
+}  // namespace
+
+Json foreign(const std::string& type_name, const std::string& text) {
+  std::vector<std::uint8_t> bytes(type_name.begin(), type_name.end());
+  bytes.push_back(0);
+  bytes.insert(bytes.end(), text.begin(), text.end());
+  return Json::binary(std::move(bytes));
+}
+
+std::string foreign_key(const std::string& key_repr) { return std::string(1, kForeignKeyMark) + key_repr; }
+
 std::string repr_text(std::string_view s) {
   // Python picks single quotes unless the text holds one and no double quote.
   bool has_single = s.find('\'') != std::string_view::npos;
   bool has_double = s.find('"') != std::string_view::npos;
   char q = (has_single && !has_double) ? '"' : '\'';
   std::string out(1, q);
-  for (unsigned char c : s) {
+  for (size_t i = 0; i < s.size();) {
+    unsigned char c = s[i];
+    if (c >= 0x80) {
+      char32_t cp;
+      size_t len = decode(s, i, cp);
+      char buf[16];
+      if (len == 1) {
+        std::snprintf(buf, sizeof buf, "\\x%02x", c);  // a stray byte, as surrogateescape shows it
+        out += buf;
+      } else if (printable(cp)) {
+        out.append(s.substr(i, len));
+      } else {
+        std::snprintf(buf, sizeof buf, cp <= 0xff ? "\\x%02x" : cp <= 0xffff ? "\\u%04x" : "\\U%08x",
+                      static_cast<unsigned>(cp));
+        out += buf;
+      }
+      i += len;
+      continue;
+    }
+    ++i;
     switch (c) {
       case '\\': out += "\\\\"; break;
       case '\n': out += "\\n"; break;
@@ -44,7 +99,7 @@ std::string repr_text(std::string_view s) {
           std::snprintf(buf, sizeof buf, "\\x%02x", c);
           out += buf;
         } else {
-          out += static_cast<char>(c);  // UTF-8 bytes of printable characters pass as they are
+          out += static_cast<char>(c);
         }
     }
   }
@@ -115,13 +170,17 @@ void repr_into(const Json& v, std::string& out) {
       for (const auto& [k, e] : v.items()) {
         if (!first) out += ", ";
         first = false;
-        out += repr_text(k);
+        if (!k.empty() && k[0] == kForeignKeyMark)
+          out.append(k, 1);
+        else
+          out += repr_text(k);
         out += ": ";
         repr_into(e, out);
       }
       out += '}';
       return;
     }
+    case Json::value_t::binary: out += foreign_text(v); return;
     default: out += v.dump(); return;
   }
 }
@@ -176,6 +235,7 @@ std::string repr(const Json& v) {
 
 std::string str(const Json& v) {
   if (v.is_string()) return v.get<std::string>();
+  if (v.is_binary()) return std::string(foreign_text(v));
   return repr(v);
 }
 
@@ -225,8 +285,17 @@ double to_float(std::string_view text) {
     if (!ed.empty() && (ed[0] == '+' || ed[0] == '-')) ed.remove_prefix(1);
     if (!digits_ok(ed)) throw fail();
   }
-  std::string clean = sign + without_underscores(lower);
-  return std::strtod(clean.c_str(), nullptr);
+  std::string clean = without_underscores(lower);
+  // from_chars, unlike strtod, does not follow the process's locale (a harness may set one
+  // whose decimal mark is a comma).
+  double value = 0;
+  auto res = std::from_chars(clean.data(), clean.data() + clean.size(), value);
+  if (res.ec == std::errc::result_out_of_range) {
+    // Python gives infinity past the largest double and zero below the smallest.
+    bool tiny = clean.find("e-") != std::string::npos;
+    value = tiny ? 0.0 : INFINITY;
+  }
+  return sign.empty() ? value : -value;
 }
 
 std::vector<std::string> split(std::string_view s) {
@@ -325,7 +394,8 @@ const char* type_name(const Json& v) {
     case Json::value_t::string: return "str";
     case Json::value_t::array: return "list";
     case Json::value_t::object: return "dict";
-    default: return "bytes";
+    case Json::value_t::binary: return reinterpret_cast<const char*>(v.get_binary().data());
+    default: return "object";
   }
 }
 

@@ -47,8 +47,18 @@ std::string strip(std::string_view text);
 std::string replace(std::string_view text, std::string_view old_part, std::string_view new_part);
 bool contains(std::string_view haystack, std::string_view needle);
 
-// type(value).__name__ for a record value: NoneType, bool, int, float, str, list, dict.
+// type(value).__name__ for a record value: NoneType, bool, int, float, str, list, dict,
+// or the name a foreign value carries.
 const char* type_name(const Json& value);
+
+// A value of the harness that has no record form (a set, a host object, an int beyond 64
+// bits): it keeps its type's name and its str(), so that a message about it names its real
+// type, and it equals only another foreign value of the same type and text.
+Json foreign(const std::string& type_name, const std::string& text);
+
+// A map key that was no text in Python (33, (1, 2)): stored as a text that no console or
+// bench text can equal, and shown as Python's repr of the key.
+std::string foreign_key(const std::string& key_repr);
 
 // `needle in haystack` as Python evaluates it: substring for a str haystack (TypeError
 // "'in <string>' requires string as left operand, not T" for a non-str needle), element

@@ -1,5 +1,7 @@
 #include "marlet/utils/time.h"
 
+#include <cmath>
+
 #include <atomic>
 #include <thread>
 
@@ -68,7 +70,7 @@ Clock& process_clock() {
 }
 
 void set_time_scale(double factor) {
-  if (!(factor > 0)) throw ValueError("time scale must be a positive number");
+  if (!(factor > 0) || !std::isfinite(factor)) throw ValueError("time scale must be a positive finite number");
   virtual_time().advance();  // close the interval at the old factor
   g_scale.store(factor);
 }

@@ -122,10 +122,10 @@ TEST_F(ComponentComparison, ContainmentRunsOneWayAndOnlyWhereTheFieldSaysSo) {
       {kRaid, {{"Name", "RAID"}}, {{"ProductName", "RAID 9560"}}, shows("RAID卡名称不一致 标准:RAID 9560 实际:RAID")},
       {kPower, {{"Input Mode", "ac"}}, {}, shows("电源输入模式不一致 标准:AC 实际:ac")},
       // The contained tests are defined on text: a null on either side is a TypeError.
-      {kRiser, {{"Name", nullptr}}, {}, {"TypeError", "'in <string>' requires string as left operand, not NoneType"}},
-      {kRiser, {}, {{"0x31", {{"Description", nullptr}}}}, {"TypeError", "argument of type 'NoneType' is not iterable"}},
+      {kRiser, {{"Name", nullptr}}, {}, {"TypeError", "webRaiserInfo[0]['Name'] in riserInfo['0x31']['BoardName']: 'in <string>' requires string as left operand, not NoneType"}},
+      {kRiser, {}, {{"0x31", {{"Description", nullptr}}}}, {"TypeError", "webRaiserInfo[0]['Type'] in riserInfo['0x31']['Description']: argument of type 'NoneType' is not iterable"}},
       {kPcie, {}, {{"0x1000_0x0097_0x1000_0x3090", {{"Manufacturer", nullptr}, {"Slot", "1"}}}},
-       {"TypeError", "argument of type 'NoneType' is not iterable"}},
+       {"TypeError", "webpcieInfo[0]['Manufacturer'] in pcieInfo['0x1000_0x0097_0x1000_0x3090']['Manufacturer']: argument of type 'NoneType' is not iterable"}},
   };
   for (const auto& c : cases) EXPECT_EQ(run(c.kind, c.record_patch, c.bench_patch, log), c.expected) << c.record_patch;
 }

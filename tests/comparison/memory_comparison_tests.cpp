@@ -74,6 +74,10 @@ TEST_F(MemoryComparison, NormalisationsAndTheirDirections) {
       {{{"bitWith", "72\tbit"}}, {{"Total Width", "  72 bits"}}, true},
       {{{"technology", "|Synchronous||Registered|"}}, {}, true},  // bars removed, not blanked
       {{{"technology", "Synchronous|Registered"}}, {{"Type Detail", "Synchronous Registered"}}, false},
+      // Python's int() has no bound: a huge system voltage is a difference, not a failure.
+      {{{"minimumVoltage", "1200"}}, {{"Minimum Voltage", "1e20 V"}}, false},
+      // The system's whole value is compared as it is: a number is no text.
+      {{{"rankQty", "2 rank"}}, {{"Rank", 2}}, false},
   };
   for (const auto& c : cases) EXPECT_EQ(run(c.web, c.os, log).kind, c.agree ? "none" : "WebDisplayException") << c.web << c.os;
 }

@@ -158,9 +158,17 @@ TEST_F(StorageComparison, BrokenInputFailsWithPythonKinds) {
       {sides({}, {{"Controller Status", 1}}),
        {"TypeError", "raidInfo['c0']['Controller Status'] must be a str, not int: 1"}},
       {sides({}, {}, {{"Model", nullptr}}), {"KeyError", "Model"}},
-      {sides({}, {}, {{"Model", 7}}), {"TypeError", "'in <string>' requires string as left operand, not int"}},
+      {sides({}, {}, {{"Model", 7}}), {"TypeError", "webDiskInfo['c0']['Slot0']['Model'] in diskInfo['c0']['PD 0']['Model']: 'in <string>' requires string as left operand, not int"}},
   };
   for (const auto& c : cases) EXPECT_EQ(run(c.s, log), c.expected);
   EXPECT_EQ(failure_of([&] { cmp::compare_storage(Json::array(), Json::object(), Json::object(), Json::object(), log); }),
             (Failure{"TypeError", "webRaidInfo must be a dict, not list: []"}));
+
+  // A broken system disk fails only after the console's side of that disk is logged.
+  Sides broken = sides();
+  broken.disk["c0"]["PD 0"] = "SEAGATE";
+  log.lines.clear();
+  EXPECT_EQ(run(broken, log), (Failure{"TypeError", "diskInfo['c0']['PD 0'] must be a dict, not str: 'SEAGATE'"}));
+  ASSERT_FALSE(log.texts().empty());
+  EXPECT_EQ(log.texts().back().rfind("web下查询信息 硬盘名称：Slot0", 0), 0u) << log.texts().back();
 }

@@ -29,6 +29,11 @@ TEST(PyTextTests, StrAndReprReadAsPythonPrintsThem) {
       {"it's", "it's", "\"it's\""},
       {"both ' and \"", "both ' and \"", "'both \\' and \"'"},
       {"中文", "中文", "'中文'"},
+      // repr() escapes what str.isprintable() refuses: separators other than the blank,
+      // controls and format characters, as pages and OS records do hold them.
+      {"1\u00a0GB\u3000x\u200b\u0085", "1\u00a0GB\u3000x\u200b\u0085", "'1\\xa0GB\\u3000x\\u200b\\x85'"},
+      {py::foreign("set", "{'a'}"), "{'a'}", "{'a'}"},
+      {{{py::foreign_key("33"), "row"}}, "{33: 'row'}", "{33: 'row'}"},
       {Json::array(), "[]", "[]"},
       {Json::array({"a", "b"}), "['a', 'b']", "['a', 'b']"},
       {Json::parse(R"({"k": "v", "n": [1, null]})"), "{'k': 'v', 'n': [1, None]}", "{'k': 'v', 'n': [1, None]}"},
@@ -37,6 +42,15 @@ TEST(PyTextTests, StrAndReprReadAsPythonPrintsThem) {
     EXPECT_EQ(py::str(r.value), r.str) << r.value.dump();
     EXPECT_EQ(py::repr(r.value), r.repr) << r.value.dump();
   }
+}
+
+TEST(PyTextTests, ForeignValuesKeepTheirTypeAndMatchNoText) {
+  Json big = py::foreign("int", "123456789012345678901234567890");
+  EXPECT_STREQ(py::type_name(big), "int");
+  EXPECT_NE(big, Json("123456789012345678901234567890")) << "equality stays typed";
+  EXPECT_EQ(big, py::foreign("int", "123456789012345678901234567890"));
+  Json table = {{py::foreign_key("33"), "row"}};
+  EXPECT_FALSE(table.contains("33")) << "a key 33 is not found by the text '33'";
 }
 
 TEST(PyTextTests, TruthFollowsPython) {

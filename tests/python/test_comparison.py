@@ -46,3 +46,19 @@ def test_a_zero_console_capacity_divides_by_zero():
                "Firmware state": "Online", "Raw Size": "1 GB", "Device Speed": "12Gb/s", "Link Speed": "12Gb/s"}
     with pytest.raises(ZeroDivisionError):
         w.compare_storage({}, {}, {"c0": {"d": disk}}, {"c0": {"d": os_disk}})
+
+
+def test_harness_values_without_a_record_form_keep_their_type():
+    w = VornaWebWrapper({})
+    with pytest.raises(TypeError) as info:
+        w.compare_power({"x"}, BENCH)
+    assert str(info.value).startswith("webPowerInfo must be a list, not set")
+    # A bench table keyed by the number 33 has no row under the console's text "33".
+    board = [{"BoardID": "33", "Name": "B", "Manufacturer": "V", "PCBVersion": "A"}]
+    with pytest.raises(KeyError) as info:
+        w.compare_back_board(board, {33: {"BoardName": "B", "Manufacturer": "V", "PCBVersion": "A"}})
+    assert info.value.args == ("33",)
+    looped = []
+    looped.append(looped)
+    with pytest.raises(ValueError):
+        w.compare_power(looped, BENCH)

@@ -21,6 +21,10 @@ def test_construction_sets_the_attributes_and_keeps_the_harness_objects():
     assert w.host is host and w.device is device
     assert (w.isLogin, w.bmc_ip, w.username, w.password, w.current_user) == (False, None, None, None, None)
     assert (w.bmc, w.page, w.UniWebDrivers) == (None, None, [])
+    record = object()
+    w.bmc = record
+    w.UniWebDrivers.append(record)
+    assert w.bmc is record and w.UniWebDrivers == [record]  # the harness's objects, as stored
     assert w.timeout == 10 and w.isClosed() and w.browser is None
     bare = VornaWebWrapper({})
     assert bare.host is None and bare.device is None
@@ -98,8 +102,9 @@ def test_units_and_time_scale():
     started = time.time()
     sleep(100)
     assert time.time() - started < 5
-    with pytest.raises(ValueError):
-        set_time_scale(0)
+    for bad in (0, float("inf"), float("nan")):
+        with pytest.raises(ValueError):
+            set_time_scale(bad)
 
 
 def test_a_settle_releases_the_interpreter_for_other_threads():

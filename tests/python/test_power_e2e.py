@@ -111,6 +111,21 @@ def test_power_cap_switch_and_limit(console, log_lines):
     assert log_lines.texts()[-1] == "Power Capping set disabled successfully"
 
 
+def test_refused_cap_saves_are_reported_and_change_nothing(console, log_lines):
+    w, sim = console
+    patch(sim, {"power": {"capping": {"enabled": True, "limit": 420}}})
+    sim.fault({"refuse": ["capping"]})
+    try:
+        assert w.web_set_power_cap({"enbale": False}) is False
+        assert log_lines.texts("error")[-1] == "Set Power Capping disabled failed"
+        assert w.web_set_power_cap({"enbale": True, "value": 300}) is False
+        assert log_lines.texts()[-1] == "Set Power Capping Failed"
+    finally:
+        sim.fault({"clear": True})
+    assert (power(sim)["capping"]["enabled"], power(sim)["capping"]["limit"]) == (True, 420)
+    assert "Operation refused: capping" in [e["text"] for e in sim.oplog()]
+
+
 def test_restore_policy(console):
     w, sim = console
     patch(sim, {"power": {"restore_policy": "previous"}})

@@ -156,7 +156,8 @@ TEST(HttpTransportTests, ErrorBodiesBecomeTypedErrors) {
   ScriptedHttpServer server({{404, R"({"value":{"error":"no such element","message":"gone","stacktrace":""}})"},
                              {500, R"({"value":{"error":"session not created","message":"no chrome"}})"},
                              {500, R"({"value":"odd"})"},
-                             {200, R"({"value":{"error":"stale element reference","message":"old"}})"},
+                             {404, R"({"value":{"error":"stale element reference","message":"old"}})"},
+                             {200, R"({"value":{"error":"x","message":"a script's own map"}})"},
                              {502, "<html>bad gateway</html>"},
                              {200, R"({"value":{"capabilities":{}}})"}});
   HttpTransport t(server.url(), milliseconds(5000));
@@ -175,6 +176,9 @@ TEST(HttpTransportTests, ErrorBodiesBecomeTypedErrors) {
     EXPECT_NE(std::string(e.what()).find("HTTP 500"), std::string::npos);
   }
   EXPECT_THROW(t.execute("WebDriver:GetTitle", Json::object()), StaleElementReferenceException);
+  EXPECT_EQ(t.execute("WebDriver:ExecuteScript", {{"script", "return x"}, {"args", Json::array()}}),
+            (Json{{"error", "x"}, {"message", "a script's own map"}}))
+      << "a success reply is a value, whatever it holds";
   EXPECT_THROW(t.execute("WebDriver:GetTitle", Json::object()), ProtocolException);
   EXPECT_THROW(t.execute("WebDriver:NewSession", Json::object()), ProtocolException) << "no session id";
 }

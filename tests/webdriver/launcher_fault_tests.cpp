@@ -1,9 +1,11 @@
 // Browsers and drivers that never come up: a typed error within the bound, and nothing
 // of ours left behind (no process, no temporary profile).
 #include <gtest/gtest.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -119,6 +121,28 @@ TEST(ChildProcessTests, OutlivesTheThreadThatStartedItAndStopsWithinTheBound) {
   EXPECT_FALSE(stubborn.running());
   EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(8));
   EXPECT_EQ(our_children(), 0);
+}
+
+TEST(ChildProcessTests, InheritsNoDescriptorOfTheHarness) {
+  // A descriptor opened without close-on-exec, as a harness's own files may be.
+  // Numbered high, apart from the one ls opens for the folder it lists.
+  int opened = ::open("/dev/null", O_RDONLY);
+  int inherited = ::fcntl(opened, F_DUPFD, 50);
+  ::close(opened);
+  ASSERT_GE(inherited, 50);
+  std::string log = std::filesystem::temp_directory_path() / ("fds-" + std::to_string(::getpid()) + ".log");
+  {
+    ChildProcess lister({"ls", "/proc/self/fd"}, {}, log);
+    for (int i = 0; i < 100 && lister.running(); ++i) std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  ::close(inherited);
+  std::ifstream in(log);
+  std::vector<std::string> fds;
+  for (std::string fd; in >> fd;) fds.push_back(fd);
+  std::filesystem::remove(log);
+  // 0, 1, 2, and the one ls opens to read the folder.
+  EXPECT_EQ(std::count(fds.begin(), fds.end(), std::to_string(inherited)), 0) << "fds: " << fds.size();
+  EXPECT_LE(fds.size(), 4u);
 }
 
 TEST(LauncherFaultTests, FirefoxPrefsQuoteTheDownloadFolder) {

@@ -40,14 +40,12 @@ By by_kind(const std::string& kind, const std::string& locator) {
 
 std::string describe(const std::string& kind, const std::string& locator) { return kind + "=" + locator; }
 
-// Puts the style attribute back exactly as it was, after a moment in which the element
-// is outlined; an absent attribute is removed again rather than left empty.
+// Outlines the element for a moment with an animation, which touches neither the DOM nor
+// the `style` attribute: rules that read `style` and absolute XPaths see the page as it
+// was, also while the outline shows and when a click handler restyles the element.
 constexpr const char* kHighlightScript = R"JS(
-var e = arguments[0], had = e.hasAttribute('style'), old = e.getAttribute('style');
-e.style.outline = '2px solid red';
-setTimeout(function () {
-  if (had) { e.setAttribute('style', old); } else { e.removeAttribute('style'); }
-}, 200);
+var e = arguments[0];
+if (e.animate) { e.animate([{outline: '2px solid red'}, {outline: '2px solid red'}], 300); }
 )JS";
 
 std::string timestamp() {

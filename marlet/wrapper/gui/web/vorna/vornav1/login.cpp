@@ -14,8 +14,9 @@ Json record_attribute(const Json& bmc, const char* name) {
   return bmc[name];
 }
 
+// A text, or a harness object that stands for one (an address object) by its str().
 std::string text_value(const Json& value, const char* what) {
-  if (value.is_string()) return value.get<std::string>();
+  if (value.is_string() || value.is_binary()) return py::str(value);
   throw marlet::ValueError(py::format("%s must be a text, not %s", what, py::repr(value)));
 }
 
@@ -100,6 +101,7 @@ bool VornaWebWrapper::web_login(const Json& params) {
   } catch (const std::exception& e) {
     auto cause = std::current_exception();
     std::string text = e.what();
+    _screenshot("web_login");  // the page that refused the login, before the browser goes
     close();
     throw marlet::WebLoginException(py::format("Login Bmc Web Fail!%s", text), cause);
   }

@@ -47,7 +47,13 @@ const Json& at(const Json& record, std::string_view key, std::string_view what) 
   return *it;
 }
 
-bool contained(const Json& part, const Json& whole) { return py::in(part, whole); }
+bool contained(const Json& part, const Json& whole, std::string_view part_place, std::string_view whole_place) {
+  try {
+    return py::in(part, whole);
+  } catch (const marlet::TypeError& e) {
+    throw marlet::TypeError(py::format("%s in %s: %s", part_place, whole_place, e.what()));
+  }
+}
 
 std::string first_token(std::string_view s) {
   auto tokens = py::split(s);
@@ -64,7 +70,11 @@ bool memory_capacity_agrees(std::string_view web, std::string_view os) {
 
 bool millivolts_agree(std::string_view web, std::string_view os) {
   long long millivolts = py::to_int(first_token(web));
-  return millivolts == py::int_of_float(py::to_float(first_token(os)) * 1000);
+  double os_millivolts = py::to_float(first_token(os)) * 1000;
+  // Python's int() has no bound: a finite system value beyond 64 bits is simply another
+  // number, unequal to any console value. NaN and infinity still fail as int() does.
+  if (std::isfinite(os_millivolts) && std::fabs(std::trunc(os_millivolts)) >= 9223372036854775808.0) return false;
+  return millivolts == py::int_of_float(os_millivolts);
 }
 
 std::string gigabytes(std::string_view size) {

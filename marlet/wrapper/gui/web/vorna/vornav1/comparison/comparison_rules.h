@@ -28,8 +28,9 @@ Json get(const Json& record, std::string_view key, std::string_view what);
 const Json& at(const Json& record, std::string_view key, std::string_view what);
 
 // ---- tests ----
-// `part in whole`, Python's operator (TypeError when `whole` is null).
-bool contained(const Json& part, const Json& whole);
+// `part in whole`, Python's operator; its TypeError (a null on either side) names the two
+// places, as "webRaiserInfo[0]['Name'] in riserInfo['B1']['BoardName']: ...".
+bool contained(const Json& part, const Json& whole, std::string_view part_place, std::string_view whole_place);
 
 // text.split()[0]: IndexError "list index out of range" for a blank text.
 std::string first_token(std::string_view text);

@@ -129,13 +129,15 @@ struct Component {
   }
 };
 
-bool passes(Test test, const Json& standard, const Json& actual) {
+bool passes(Test test, const Json& standard, const Json& actual, std::string_view actual_place,
+            std::string_view standard_place) {
   switch (test) {
     case Test::Exact: return standard == actual;
     // The actual text is looked for in the standard one: a console may show a shorter
     // name than the bench knows, never a longer one.
-    case Test::Contained: return contained(actual, standard);
-    case Test::ContainedOrEqual: return contained(actual, standard) || actual == standard;
+    case Test::Contained: return contained(actual, standard, actual_place, standard_place);
+    case Test::ContainedOrEqual:
+      return contained(actual, standard, actual_place, standard_place) || actual == standard;
   }
   return false;
 }
@@ -148,7 +150,10 @@ void compare_one(const Component& c, marlet::Logger& log) {
   for (const auto& field : c.kind.fields) {
     Json standard = c.read(field.standard);
     Json actual = get(c.record, field.actual, c.record_name);
-    if (!passes(field.test, standard, actual))
+    std::string actual_place = subscript(c.record_name, field.actual);
+    std::string standard_place =
+        subscript(field.standard.from == From::Table ? c.kind.bench_argument : c.row_name, field.standard.key);
+    if (!passes(field.test, standard, actual, actual_place, standard_place))
       throw marlet::WebDisplayException(py::format(field.message, standard, actual));
   }
 }

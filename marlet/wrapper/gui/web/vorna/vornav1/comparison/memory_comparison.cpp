@@ -51,12 +51,12 @@ void compare_module(const Module& m) {
           [](const Side& w, const Side& o) { return millivolts_agree(w.text(), o.text()); });
   // Only the console's side is cut to its number: the system writes the bare count.
   m.check("rankQty", "Rank", "os下获取内存的RANK列是：%s,web下获取内存的RANK列是：%s",
-          [](const Side& w, const Side& o) { return first_token(w.text()) == o.text(); });
+          [](const Side& w, const Side& o) { return Json(first_token(w.text())) == o.value; });
   m.check("bitWith", "Total Width", "os下获取内存的位宽是：%s,web下获取内存的位宽是：%s",
           [](const Side& w, const Side& o) { return first_token(w.text()) == first_token(o.text()); });
   // The console separates the technologies with "|"; the system runs them together.
   m.check("technology", "Type Detail", "os下获取内存的技术是：%s,web下获取内存的技术是：%s",
-          [](const Side& w, const Side& o) { return py::replace(w.text(), "|", "") == o.text(); });
+          [](const Side& w, const Side& o) { return Json(py::replace(w.text(), "|", "")) == o.value; });
 }
 
 }  // namespace

@@ -52,13 +52,17 @@ void compare_controller(const std::string& k, const Record& web, const Json& rai
   require(firmware == os_firmware, "固件版本不一致，《bmc web》:%s,《os》:%s", firmware, os_firmware);
   require(health == os_health, "健康状态不一致，《bmc web》:%s,《os》:%s", health, os_health);
   // The console lists every level it supports; the system's list may be a part of it.
-  require(contained(os_levels, levels), "支持的磁盘接口类型不一致，《bmc web》:%s,《os》:%s", levels, os_levels);
+  require(contained(os_levels, levels, subscript(os.place, "RAID Level Supported"),
+                    subscript(web.place, "supported raid levels")),
+          "支持的磁盘接口类型不一致，《bmc web》:%s,《os》:%s", levels, os_levels);
   require(memory == os_memory, "内存容量不一致，《bmc web》:%s,《os》:%s", memory, os_memory);
   require(interface == os_interface, "设备接口不一致，《bmc web》:%s,《os》:%s", interface, os_interface);
 }
 
-void compare_disk(const std::string& web_name, const Record& web, const std::string& os_name, const Record& os,
-                  marlet::Logger& log) {
+// The system's record is only taken up after the console's line is logged, so a broken
+// system record still leaves the console's side of the disk in the log.
+void compare_disk(const std::string& web_name, const Record& web, const std::string& os_name, const Json& os_record,
+                  const std::string& os_place, marlet::Logger& log) {
   Json interface = web["Interface Type"];
   Json model = web["Model"];
   Json serial = web["Serial Number"];
@@ -71,6 +75,7 @@ void compare_disk(const std::string& web_name, const Record& web, const std::str
       "web下查询信息 硬盘名称：%s，接口类型：%s，型号：%s，序列号：%s，固件版本：%s，固件状态：%s，容量：%s，支持的速率：%s，协商速率：%s",
       web_name, interface, model, serial, firmware, state, web_capacity, capable, negotiated));
 
+  Record os(os_record, os_place);
   Json os_interface = os["PD Type"];
   Json os_model = os["Model"];
   Json os_serial = os["Serial Number"];
@@ -87,12 +92,13 @@ void compare_disk(const std::string& web_name, const Record& web, const std::str
 
   require(interface == os_interface, "接口类型不一致 《bmc web》:%s,《os》:%s", interface, os_interface);
   // The console shows a shortened form of what the system reports, never more.
-  require(contained(model, os_model), "型号不一致 《bmc web》:%s,《os》:%s", model, os_model);
-  require(contained(serial, os_serial), "序列号不一致 《bmc web》:%s,《os》:%s", serial, os_serial);
-  require(contained(firmware, os_firmware), "固件版本不一致 《bmc web》:%s,《os》:%s", firmware, os_firmware);
+  require(contained(model, os_model, subscript(web.place, "Model"), subscript(os.place, "Model")), "型号不一致 《bmc web》:%s,《os》:%s", model, os_model);
+  require(contained(serial, os_serial, subscript(web.place, "Serial Number"), subscript(os.place, "Serial Number")), "序列号不一致 《bmc web》:%s,《os》:%s", serial, os_serial);
+  require(contained(firmware, os_firmware, subscript(web.place, "Firmware Version"), subscript(os.place, "Device Firmware Level")), "固件版本不一致 《bmc web》:%s,《os》:%s", firmware, os_firmware);
   // Upper case for the test only: the message shows the system's text as it came.
   Json os_state_upper = py::upper(text(os_state, subscript(os.place, "Firmware state")));
-  require(contained(state, os_state_upper), "固件状态不一致 《bmc web》:%s,《os》:%s", state, os_state);
+  require(contained(state, os_state_upper, subscript(web.place, "Firmware State"), subscript(os.place, "Firmware state")),
+          "固件状态不一致 《bmc web》:%s,《os》:%s", state, os_state);
   require(within_one_percent(web_capacity.get_ref<const std::string&>(), capacity.get_ref<const std::string&>()),
           "容量不一致，超过1%%误差率 《bmc web》:%s,《os》:%s", web_capacity, capacity);
   // Speeds are numbers (12 equals 12.0); the messages show the texts as read.
@@ -123,8 +129,8 @@ void compare_storage(const Json& webRaidInfo, const Json& raidInfo, const Json& 
     auto w = web_side.map.begin();
     auto o = os_side.map.begin();
     for (; w != web_side.map.end() && o != os_side.map.end(); ++w, ++o)
-      compare_disk(w.key(), Record(*w, subscript(web_side.place, w.key())), o.key(),
-                   Record(*o, subscript(os_side.place, o.key())), log);
+      compare_disk(w.key(), Record(*w, subscript(web_side.place, w.key())), o.key(), *o,
+                   subscript(os_side.place, o.key()), log);
   }
 }
 

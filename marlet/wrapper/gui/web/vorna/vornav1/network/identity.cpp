@@ -91,6 +91,9 @@ Json VornaWebWrapper::web_get_software_info() {
   } catch (const std::exception& e) {
     failure = std::current_exception();
     failure_text = e.what();
+  } catch (...) {
+    failure = std::current_exception();
+    failure_text = "unknown failure while reading the software rows";
   }
   std::string notice = getTextByXpath(kAgentNotice);
   if (!notice.empty()) {
