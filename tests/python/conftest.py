@@ -9,8 +9,9 @@ import time
 
 import pytest
 
+from tests.python.pace import TIME_SCALE
+
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-TIME_SCALE = 0.02
 
 
 class Controller(object):

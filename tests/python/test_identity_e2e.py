@@ -5,6 +5,7 @@ import pytest
 from marlet.exception.marlet_exception import MarletException
 from marlet.exception.webdriverexception import WebDriverException
 from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
+from tests.python.pace import TIME_SCALE
 
 INSTALL_AGENT = ("To enable complete software information to be displayed, "
                  "install Tolmar 2.0 and start it on the OS.")
@@ -18,7 +19,7 @@ def patch(sim, machine):
 @pytest.fixture(scope="module")
 def console(simulator, tmp_path_factory):
     from marlet.utils.time import set_time_scale
-    set_time_scale(0.02)  # module fixtures run before the per-test fast clock
+    set_time_scale(TIME_SCALE)  # module fixtures run before the per-test fast clock
     simulator.load({"name": "default"})
     w = VornaWebWrapper({"browser": {"screenshot_dir": str(tmp_path_factory.mktemp("pictures"))}})
     w.web_login({"bmc": simulator.controller()})

@@ -181,3 +181,44 @@ TEST_F(LoginTests, CloseKillAndSwitchBack) {
   EXPECT_TRUE(w.isLogin) << "closing keeps isLogin";
   EXPECT_THROW(w.web_switch_page_logout(), marlet::MarletException);
 }
+
+TEST_F(LoginTests, FailuresBeforeTheLoginCheckPropagateUnchangedWithTheBrowserOpen) {
+  // No login page at all: the 20-second wait for the user field fails as it is.
+  EXPECT_THROW(w.web_login({{"bmc", record()}}), webdriver::TimeoutException);
+  EXPECT_FALSE(w.isClosed());
+  EXPECT_EQ(fb->sessions_ended, 0);
+
+  // The tips dialog shows but its controls are missing: their lookup failure propagates,
+  // not a WebLoginException, and nothing is marked logged in.
+  w.web_close();
+  login_page();
+  fb->add("id:loginAutherP");
+  try {
+    w.web_login({{"bmc", record()}});
+    FAIL() << "no failure";
+  } catch (const marlet::WebLoginException&) {
+    FAIL() << "the dismissal stands outside the catch";
+  } catch (const marlet::MarletException& e) {
+    EXPECT_NE(std::string(e.what()).find("modify_pwd_tips"), std::string::npos) << e.what();
+  }
+  EXPECT_FALSE(w.isClosed());
+  EXPECT_FALSE(w.isLogin);
+}
+
+TEST_F(LoginTests, ARefusedLoginLeavesAPictureBeforeTheBrowserCloses) {
+  login_page(/*credentials_ok=*/false);
+  EXPECT_THROW(w.web_login({{"bmc", record()}}), marlet::WebLoginException);
+  bool pictured = false;
+  for (const auto& l : log->lines) pictured |= l.text.rfind("[screenshot] ", 0) == 0 && l.text.find("web_login") != std::string::npos;
+  EXPECT_TRUE(pictured) << "the page that refused the login is kept";
+  EXPECT_TRUE(w.isClosed());
+}
+
+TEST_F(LoginTests, ALogoutWhoseLoginFormNeverShowsRaisesAndKeepsTheLogin) {
+  logged_in();
+  fb->add("class:loginMain").displayed = false;
+  fb->add(R"(xpath://span[text()="Log Out"])");
+  EXPECT_THROW(w.web_logout(), webdriver::TimeoutException);
+  EXPECT_TRUE(w.isLogin);
+  for (const auto& l : info_lines(*log)) EXPECT_EQ(l.find("Logout success"), std::string::npos) << l;
+}

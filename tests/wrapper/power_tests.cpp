@@ -159,6 +159,29 @@ TEST_F(PowerCapTests, TheCapInForceNeedsNoDialogAndANewCapIsEditedAndReadBack) {
   EXPECT_TRUE(errors().empty());
 }
 
+TEST_F(PowerCapTests, SwitchAndLimitAreReadBeforeAnyChange) {
+  // Switching the cap on shows another limit; the value was already judged against 500.
+  fb->find("id:setcapping")->on_click = [this] {
+    switch_to("on");
+    fb->find("id:LimitValue")->text = "0";
+  };
+  EXPECT_TRUE(w.web_set_power_cap({{"enbale", true}, {"value", 50}}));
+  for (const auto& e : fb->events) EXPECT_NE(e, "click id:edit");
+}
+
+TEST_F(PowerCapTests, ACapThatStaysOffFailsEvenWhenTheLimitTookTheValue) {
+  // Cap off and a new value: the switch dialog, then the edit and its dialog, in order.
+  fb->find("id:setcapping")->on_click = nullptr;  // the switch does not move
+  EXPECT_FALSE(w.web_set_power_cap({{"enbale", true}, {"value", 420}}));
+  EXPECT_EQ(fb->find("id:LimitValue")->text, "420");
+  EXPECT_EQ(after_units(), (std::vector<std::string>{"click id:setcapping", "default content", "click id:btnDialogOK",
+                                                     "frame id:rightMid", "click id:edit", "clear id:powercapping_text",
+                                                     "keys id:powercapping_text 420", "click id:inputsave",
+                                                     "default content", "click id:btnDialogOK", "frame id:rightMid",
+                                                     "default content"}));
+  EXPECT_EQ(log->texts(), std::vector<std::string>{"Set Power Capping Failed"});
+}
+
 TEST_F(PowerCapTests, WithoutEnbaleTheCapIsSwitchedOff) {
   switch_to("on");
   EXPECT_TRUE(w.web_set_power_cap({{"enable", true}, {"value", 300}})) << "\"enable\" is not the key read";
@@ -206,6 +229,23 @@ TEST_F(PowerCapTests, FiguresAreTheNumbersBeforeTheirUnits) {
             R"({"Current Power":"236","Average Power":"251","Peak Power":"412","Total Consumed Power":"1834.6"})");
   EXPECT_EQ(clock.sleeps(), std::vector<double>{10});
   EXPECT_EQ(after_units(), std::vector<std::string>{"default content"});
+}
+
+TEST_F(PowerTests, ServerRebootUsesTheHeaderMenuWithNoFrameOrSettle) {
+  const char* keys[] = {R"(xpath://*[@id="btn_power"]/div[1])", R"(xpath://*[@id="power_submenu"]/ul/li[4]/span)",
+                        "id:btn0"};
+  for (auto key : keys) fb->add(key);
+  w.reboot();
+  EXPECT_EQ(fb->events, (std::vector<std::string>{std::string("click ") + keys[0], std::string("click ") + keys[1],
+                                                  "click id:btn0"}));
+  EXPECT_TRUE(clock.sleeps().empty());
+}
+
+TEST_F(PowerTests, ControllerRestartWithoutItsControlStopsInTheFrame) {
+  menu({"menu_SYSTEM_MANAGE", "menu_FIRM_UPGRADE"});
+  EXPECT_THROW(w.web_set_bmc_reboot({{"option", "Y"}}), webdriver::TimeoutException);
+  EXPECT_EQ(fb->events.back(), "frame id:rightMid") << "nothing leaves the frame on the way out";
+  EXPECT_EQ(log->texts(), std::vector<std::string>{"[setBmcReset] start..."});
 }
 
 TEST_F(PowerTests, RestorePolicyMovesTheSelectorAndPicksByFlag) {
