@@ -235,6 +235,15 @@ void init_wrapper(py::module_& m) {
   init_comparison(cls);
   init_power(cls);
   init_identity(cls);
+  init_register(cls);
+  init_accounts(cls);
+  init_network(cls);
+  init_boot(cls);
+  init_firmware(cls);
+  init_inventory(cls);
+  init_storage(cls);
+  init_logs(cls);
+  init_settings(cls);
 
   cls.attr("logger") = py::module_::import("marlet.log").attr("get_logger")(VornaWebWrapper::kModuleName);
   py::list modules;

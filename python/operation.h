@@ -43,5 +43,14 @@ auto offline_operation(R (vorna::VornaWebWrapper::*fn)(A...)) {
 void init_comparison(WrapperClass& cls);
 void init_power(WrapperClass& cls);
 void init_identity(WrapperClass& cls);
+void init_register(WrapperClass& cls);
+void init_accounts(WrapperClass& cls);
+void init_network(WrapperClass& cls);
+void init_boot(WrapperClass& cls);
+void init_firmware(WrapperClass& cls);
+void init_inventory(WrapperClass& cls);
+void init_storage(WrapperClass& cls);
+void init_logs(WrapperClass& cls);
+void init_settings(WrapperClass& cls);
 
 }  // namespace vorna_py

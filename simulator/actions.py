@@ -1,8 +1,23 @@
-"""The console's own JSON endpoints under /api/: what its pages read and change."""
+"""The console's own JSON endpoints under /api/: what its pages read and change.
+
+The endpoints of each area of the console live in a module of their own,
+simulator/api_<area>.py, which may define GET_ACTIONS and POST_ACTIONS: maps from a path
+to a handler (state, body, user) -> (status, payload) for POST, (state, user) -> (status,
+payload) for GET. They are gathered here once, at import.
+"""
 import copy
+import importlib
+import os
+import pkgutil
 
 
 def get(state, path, user):
+    handler = GET_ACTIONS.get(path)
+    if handler is not None:
+        if user is None:
+            return 401, {"error": "not logged in"}
+        with state.lock:
+            return handler(state, user)
     if path == "/api/machine":
         with state.lock:
             return 200, copy.deepcopy(state.machine)
@@ -92,3 +107,18 @@ POST_ACTIONS = {
     "/api/capping": _capping,
     "/api/restore_policy": _restore_policy,
 }
+
+
+GET_ACTIONS = {}
+
+
+def _gather_area_modules():
+    here = os.path.dirname(os.path.abspath(__file__))
+    for info in sorted(pkgutil.iter_modules([here]), key=lambda i: i.name):
+        if info.name.startswith("api_"):
+            module = importlib.import_module("simulator." + info.name)
+            POST_ACTIONS.update(getattr(module, "POST_ACTIONS", {}))
+            GET_ACTIONS.update(getattr(module, "GET_ACTIONS", {}))
+
+
+_gather_area_modules()

@@ -23,7 +23,7 @@ def handle(state, method, path, body):
         return 200, {"ok": True}
     if method == "POST" and path == "/__sim/fault":
         # {"slow": {"/pages/x.html": 2.5}} | {"missing": {"summary": ["txtSequence"]}}
-        # | {"refuse": ["power"]} | {"clear": true}
+        # | {"refuse": ["power"]} | {"clear": true} | {"<area fault>": ...}
         data = body or {}
         with state.lock:
             if data.get("clear"):
@@ -32,6 +32,17 @@ def handle(state, method, path, body):
             for page, ids in data.get("missing", {}).items():
                 state.faults["missing"].setdefault(page, []).extend(ids)
             state.faults["refuse"].extend(data.get("refuse", []))
+            # Faults of the areas' own pages: maps merge, lists extend, anything else
+            # replaces; pages see them all as window.SIM_FAULTS.
+            for key, value in data.items():
+                if key in ("clear", "slow", "missing", "refuse"):
+                    continue
+                if isinstance(value, dict):
+                    state.faults.setdefault(key, {}).update(value)
+                elif isinstance(value, list):
+                    state.faults.setdefault(key, []).extend(value)
+                else:
+                    state.faults[key] = value
             return 200, {"ok": True, "faults": json.loads(json.dumps(state.faults))}
     if method == "POST" and path == "/__sim/machine":
         # Patches the machine directly: {"power": {"state": "Off"}}

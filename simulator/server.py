@@ -128,11 +128,12 @@ class Handler(BaseHTTPRequestHandler):
             with self.state.lock:
                 missing = list(self.state.faults["missing"].get(page, []))
                 refused = list(self.state.faults["refuse"])
+                faults = json.dumps(self.state.faults, ensure_ascii=False).replace("</", "<\\/")
                 machine = json.dumps(self.state.machine, ensure_ascii=False).replace("</", "<\\/")
             # The refused actions too: a page that shows a change at once (as the console
             # does) must know before it asks that the save will be turned down.
-            inject = "<script>window.SIM_MISSING = %s; window.SIM_REFUSE = %s; window.MACHINE = %s;</script>" % (
-                json.dumps(missing), json.dumps(refused), machine)
+            inject = ("<script>window.SIM_MISSING = %s; window.SIM_REFUSE = %s; window.SIM_FAULTS = %s; "
+                      "window.MACHINE = %s;</script>") % (json.dumps(missing), json.dumps(refused), faults, machine)
             data = data.replace(b"</head>", inject.encode("utf-8") + b"</head>", 1)
         return data, CONTENT_TYPES.get(ext, "application/octet-stream")
 

@@ -69,6 +69,7 @@ def page(session):
     return w, w.browser
 
 
+@pytest.mark.smoke
 def test_frames_by_name_and_by_id_and_back(page):
     w, b = page
     for name in ("byname", "byid"):

@@ -8,6 +8,8 @@ from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
 POWER = [{"Type": "PSU", "Manufacturer": "Vorna", "Rated Power": "800W", "Input Mode": "AC", "BOM Code": "P1"}]
 BENCH = {"P1": {"Model": "M", "Manufacturer": "Vorna", "PowerCapacityWatts": "800W", "PowerSupplyType": "AC"}}
 
+pytestmark = pytest.mark.smoke
+
 
 def test_agreement_returns_none_and_leaves_the_arguments_alone(log_lines):
     w = VornaWebWrapper({})

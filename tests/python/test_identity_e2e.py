@@ -4,8 +4,7 @@ import pytest
 
 from marlet.exception.marlet_exception import MarletException
 from marlet.exception.webdriverexception import WebDriverException
-from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
-from tests.python.pace import TIME_SCALE
+from tests.python.console import logged_in_console
 
 INSTALL_AGENT = ("To enable complete software information to be displayed, "
                  "install Tolmar 2.0 and start it on the OS.")
@@ -18,16 +17,10 @@ def patch(sim, machine):
 
 @pytest.fixture(scope="module")
 def console(simulator, tmp_path_factory):
-    from marlet.utils.time import set_time_scale
-    set_time_scale(TIME_SCALE)  # module fixtures run before the per-test fast clock
-    simulator.load({"name": "default"})
-    w = VornaWebWrapper({"browser": {"screenshot_dir": str(tmp_path_factory.mktemp("pictures"))}})
-    w.web_login({"bmc": simulator.controller()})
-    yield w, simulator
-    simulator.fault({"clear": True})
-    w.web_close()
+    yield from logged_in_console(simulator, tmp_path_factory)
 
 
+@pytest.mark.smoke
 def test_identity_and_versions_are_the_machines(console, log_lines):
     w, sim = console
     patch(sim, {"identity": {"serial": "VRN-E2E-0042", "guid": "0E2E0000-1111-2222-3333-444455556666",

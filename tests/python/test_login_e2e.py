@@ -11,6 +11,7 @@ from tests.python.browsers import descendant_browsers
 from tests.python.threads import CountingThread
 
 
+@pytest.mark.smoke
 def test_login_and_logout_over_https(sim, wrapper, log_lines):
     assert wrapper.web_login({"bmc": sim.controller()}) is True
     assert wrapper.isLogin and wrapper.current_user == "admin"

@@ -8,6 +8,8 @@ from marlet.wrapper.gui.web.vorna.vornav1 import vornawebwrapper
 from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
 from tests.python.threads import CountingThread
 
+pytestmark = pytest.mark.smoke
+
 
 def test_the_module_has_one_public_name():
     assert vornawebwrapper.__all__ == ("VornaWebWrapper",)

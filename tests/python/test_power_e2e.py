@@ -4,8 +4,7 @@ import time
 
 import pytest
 
-from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
-from tests.python.pace import TIME_SCALE
+from tests.python.console import logged_in_console
 
 
 def eventually(read, expected, timeout=10):
@@ -29,15 +28,10 @@ def patch(sim, machine):
 
 @pytest.fixture(scope="module")
 def console(simulator, tmp_path_factory):
-    from marlet.utils.time import set_time_scale
-    set_time_scale(TIME_SCALE)  # module fixtures run before the per-test fast clock
-    simulator.load({"name": "default"})
-    w = VornaWebWrapper({"browser": {"screenshot_dir": str(tmp_path_factory.mktemp("pictures"))}})
-    w.web_login({"bmc": simulator.controller()})
-    yield w, simulator
-    w.web_close()
+    yield from logged_in_console(simulator, tmp_path_factory)
 
 
+@pytest.mark.smoke
 def test_status_follows_the_actions(console, log_lines):
     w, sim = console
     patch(sim, {"power": {"state": "On"}})

@@ -98,6 +98,42 @@ class VornaWebWrapper : public marlet::WebBase {
   bool web_set_power_cap(const Json& params);
   bool web_set_poweron_strategy(const Json& params);
 
+  // ---- first-login registration (register.cpp) ----
+
+  // (end of registration)
+
+  // ---- user accounts (accounts/) ----
+
+  // (end of user accounts)
+
+  // ---- management address (network/) ----
+
+  // (end of management address)
+
+  // ---- boot configuration (boot/) ----
+
+  // (end of boot configuration)
+
+  // ---- firmware and diagnostics (firmware/) ----
+
+  // (end of firmware and diagnostics)
+
+  // ---- inventory readers (inventory/) ----
+
+  // (end of inventory readers)
+
+  // ---- storage (storage/) ----
+
+  // (end of storage)
+
+  // ---- health and logs (logs/) ----
+
+  // (end of health and logs)
+
+  // ---- service settings (settings/) ----
+
+  // (end of service settings)
+
   // ---- console idioms (console_idioms.cpp) ----
   // Clicks each menu id in order (locateElementById's default click).
   void follow_menu(const MenuPath& path);
