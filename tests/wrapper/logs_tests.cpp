@@ -60,9 +60,12 @@ TEST_F(HealthTests, TheLoginErrorIsShownForTheReadingAndHiddenAgain) {
   auto& label = fb->add("id:lblLoginError");
   label.text = "Invalid user name or password.";
   label.displayed = false;
+  // The console's `$` does nothing for an id that is not on the page.
   fb->on_script = [&](const std::string& script) {
-    if (script.find("display: block;") != std::string::npos) fb->find("id:lblLoginError")->displayed = true;
-    if (script.find("display: None;") != std::string::npos) fb->find("id:lblLoginError")->displayed = false;
+    auto* e = fb->find("id:lblLoginError");
+    if (!e) return;
+    if (script.find("display: block;") != std::string::npos) e->displayed = true;
+    if (script.find("display: None;") != std::string::npos) e->displayed = false;
   };
   fb->events.clear();
   EXPECT_EQ(w.web_get_error_warning(), "Invalid user name or password.");
