@@ -79,10 +79,16 @@ def test_refused_arguments(console):
 
 def test_the_login_error_label(simulator, wrapper, log_lines):
     w = wrapper
-    with pytest.raises(MarletException):
-        w.web_login({"bmc": simulator.controller(password="Wrong@1234")})
-    assert w.web_get_error_warning() == "Invalid user name or password."
-    assert w.getAttributeById("lblLoginError", "style") == "display: None;"
     w.web_login({"bmc": simulator.controller()})
     with pytest.raises(MarletException):
         w.web_get_error_warning()  # the console's pages have no login label
+    w.web_logout()
+    # A person mistypes the password on the login page.
+    w.fillElementById("iptUserName", "admin")
+    w.fillElementById("iptPassword", "Wrong@1234")
+    w.locateElementById("btnLogin")
+    w.waitElement("id", "lblLoginError", 20, 0.5)
+    assert w.web_get_error_warning() == "Invalid user name or password."
+    assert w.getAttributeById("lblLoginError", "style").lower() == "display: none;"
+    assert w.getTextById("lblLoginError") == ""  # hidden again
+    assert "Log in failed" in [e["text"] for e in simulator.oplog()]
