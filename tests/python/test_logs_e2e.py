@@ -29,6 +29,7 @@ def test_health_in_both_languages(console, log_lines):
     patch(sim, {"alarms": {"current": []}})
 
 
+@pytest.mark.smoke
 def test_a_power_action_is_found_in_the_operation_log(console, log_lines):
     w, sim, _ = console
     w.set_power_off()

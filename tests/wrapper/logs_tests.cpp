@@ -227,8 +227,9 @@ class EventLogTests : public WrapperTest {
 
 TEST_F(EventLogTests, TheTimeLimitComesBeforeTheKeywords) {
   fill(60);
+  events[31].text = "Fan 3 failed";  // 31 minutes before base
   events[45].text = "Fan 3 failed";  // 45 minutes before base
-  // The limit 30 minutes back: row 31 (page 2, row 11) is older, the fan row is not seen.
+  // The limit 30 minutes back: row 31 (page 2, row 12) is older, so its keyword is not seen.
   EXPECT_FALSE(w.check_keyword_in_system_log({"Fan 3"}, base - 30 * 60));
   EXPECT_EQ(page, 2) << "the first click leads past the first page";
   EXPECT_EQ(fb->events.back(), "default content");
@@ -237,6 +238,7 @@ TEST_F(EventLogTests, TheTimeLimitComesBeforeTheKeywords) {
 
   // A row exactly at the limit still counts.
   fb->events.clear();
+  events[31].text = "event 31";
   EXPECT_TRUE(w.check_keyword_in_system_log({"Fan 3"}, base - 45 * 60));
   EXPECT_EQ(fb->events.back(), "click xpath:" + std::string(kPager)) << "true stays inside the frame";
   EXPECT_EQ(lines_at(*log, LogLevel::Error), std::vector<std::string>{"关键字Fan 3出现在系统日志Fan 3 failed中，事件ID为955"});
