@@ -20,9 +20,9 @@ def _history(state, which):
     # The moment history ends is fixed once per loaded scenario, so that repeated reads
     # show the same times.
     base = logs.setdefault("history_end", time.time() - 60)
-    spec = logs.get(which) or {}
-    entries = spec.get("entries") or []
-    count, every = int(spec.get("count", len(entries))), float(spec.get("every", 3600))
+    plan = logs.get(which) or {}
+    entries = plan.get("entries") or []
+    count, every = int(plan.get("count", len(entries))), float(plan.get("every", 3600))
     out = []
     for i in range(count):
         if not entries:
