@@ -2,9 +2,10 @@
 
 What the machine did before the scenario was loaded is its history: the scenario's
 "logs" map names how many entries of each log to show, how far apart, and the sentences
-they cycle through. History times count back from the moment the scenario was first
-read by a log page; live entries (state.oplog, state.events: logins, power actions, saved
-settings of every page) follow it. The pages show the newest entry first.
+they cycle through. History times count back from just before the first thing done
+since the scenario was loaded (or its first reading by a log page); live entries
+(state.oplog, state.events: logins, power actions, saved settings of every page) follow
+it. The pages show the newest entry first.
 """
 import time
 
@@ -18,8 +19,11 @@ def _stamp(seconds):
 def _history(state, which):
     logs = state.machine.setdefault("logs", {})
     # The moment history ends is fixed once per loaded scenario, so that repeated reads
-    # show the same times.
-    base = logs.setdefault("history_end", time.time() - 60)
+    # show the same times, and lies before anything done since the scenario was loaded.
+    if "history_end" not in logs:
+        live = [time.mktime(time.strptime(e["time"], "%Y-%m-%d %H:%M:%S")) for e in state.oplog + state.events]
+        logs["history_end"] = min(live + [time.time()]) - 60
+    base = logs["history_end"]
     plan = logs.get(which) or {}
     entries = plan.get("entries") or []
     count, every = int(plan.get("count", len(entries))), float(plan.get("every", 3600))
