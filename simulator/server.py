@@ -81,6 +81,11 @@ class Handler(BaseHTTPRequestHandler):
         if not length:
             return None
         raw = self.rfile.read(length)
+        # A file the page uploads (the firmware image) comes as the file's own bytes, as
+        # a browser sends a File; its handler gets them with the file's name.
+        if (self.headers.get("Content-Type") or "").startswith("application/octet-stream"):
+            from urllib.parse import unquote
+            return {"_raw": raw, "_filename": unquote(self.headers.get("X-File-Name") or "")}
         try:
             return json.loads(raw.decode("utf-8"))
         except ValueError:
@@ -145,6 +150,11 @@ class Handler(BaseHTTPRequestHandler):
             return self._json(status, payload)
         if path.startswith("/api/"):
             status, payload = actions.get(self.state, path, self._session_user())
+            # A download (the diagnostics archive, the operation log): a handler returns
+            # {"_download": file name, "_bytes": content}, served as an attachment.
+            if isinstance(payload, dict) and "_download" in payload:
+                return self._send(status, payload["_bytes"], payload.get("_type", "application/octet-stream"),
+                                  {"Content-Disposition": 'attachment; filename="%s"' % payload["_download"]})
             return self._json(status, payload)
         if path == "/":
             return self._send(302, "", headers={"Location": "/login.html"})

@@ -31,3 +31,17 @@
     cancel.onclick = function () { d.style.display = "none"; };
   };
 })();
+
+// A small `$` of the console's own: $("#id") selects by id; .attr(name) reads an
+// attribute, .attr(name, value) sets it. A selector that finds nothing does nothing.
+window.$ = function (selector) {
+  var el = typeof selector === "string" && selector.charAt(0) === "#" ? document.getElementById(selector.slice(1)) : null;
+  return {
+    length: el ? 1 : 0,
+    attr: function (name, value) {
+      if (value === undefined) return el ? el.getAttribute(name) : undefined;
+      if (el) el.setAttribute(name, value);
+      return this;
+    }
+  };
+};

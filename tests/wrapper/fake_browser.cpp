@@ -185,6 +185,8 @@ Json FakeBrowser::execute(std::string_view command, const Json& params) {
       return e.displayed;
     }
     events.push_back("script");
+    scripts.push_back(script);
+    if (on_script) on_script(script);
     return nullptr;
   }
   throw webdriver::WebDriverException("the fake browser does not know " + cmd);

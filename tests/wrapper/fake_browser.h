@@ -49,6 +49,10 @@ class FakeBrowser {
   bool fail_everything = false;  // the browser stopped answering
   int sessions_started = 0;
   int sessions_ended = 0;
+  // Page scripts that are not the element layer's own (the console's `$`): their texts
+  // in order, and a hook that plays what they do on the page.
+  std::vector<std::string> scripts;
+  std::function<void(const std::string&)> on_script;
 
  private:
   std::vector<FakeElement*> lookup(const std::string& key);

@@ -115,6 +115,18 @@ class VornaWebWrapper : public marlet::WebBase {
   // (end of boot configuration)
 
   // ---- firmware and diagnostics (firmware/) ----
+  // Uploads the file through the upgrade page, waits (up to 1200 s) for the progress
+  // element to go, and reports whether the result text names a success.
+  bool set_firmware_upgrade(const std::string& filepath);
+  // The same with the page's other locators and a fixed wait of 300 s: true only for the
+  // exact text "The upgrade is complete.", null when no file or folder is at `fw_path`.
+  // Returns inside the content frame.
+  Json update_fw(const std::string& fw_path);
+  // Starts the one-button collection and waits up to `timeout` seconds for it; returns
+  // the path of "dump_info.tar.gz" under download_dir (an older file there is deleted).
+  std::string set_info_collection(double timeout = 600);
+  // Clicks the operation log's download; returns "operate_log".
+  std::string web_export_bmc_log();
 
   // (end of firmware and diagnostics)
 
@@ -127,6 +139,17 @@ class VornaWebWrapper : public marlet::WebBase {
   // (end of storage)
 
   // ---- health and logs (logs/) ----
+  // True when the alarm page shows one of its all-clear sentences, exactly.
+  bool check_health();
+  // The login page's error label, shown for the moment of the reading.
+  std::string web_get_error_warning();
+  // params: "check_list" (list of text; null or absent: the default sentences). Reads
+  // six pages of the operation log and tests that each sentence occurs in them.
+  bool web_check_bmc_log(const Json& params);
+  // Walks the system events down to `check_time` (seconds since the epoch); true at the
+  // first keyword found (inside the content frame), false at an older row or when the
+  // pager shows a page seen before.
+  bool check_keyword_in_system_log(const Json& keyword_list, const Json& check_time);
 
   // (end of health and logs)
 
