@@ -366,6 +366,14 @@
     document.getElementById("delBtu").addEventListener("click", remove);
   }
 
+  // The page is on its way out (a menu click loads it again): the storage tab goes
+  // first, so that a driver looking for it waits for the new page instead of clicking
+  // the tab of the page that is leaving.
+  window.addEventListener("beforeunload", function () {
+    if (tab.parentNode) tab.parentNode.removeChild(tab);
+    pane.innerHTML = "";
+  });
+
   tab.addEventListener("click", function () {
     Array.prototype.forEach.call(document.querySelectorAll(".tab"), function (t) { t.style.display = "none"; });
     pane.style.display = "block";
