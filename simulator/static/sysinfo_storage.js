@@ -374,9 +374,12 @@
     pane.innerHTML = "";
   });
 
-  tab.addEventListener("click", function () {
+  function showTab() {
     Array.prototype.forEach.call(document.querySelectorAll(".tab"), function (t) { t.style.display = "none"; });
     pane.style.display = "block";
     build();
-  });
+  }
+  tab.addEventListener("click", showTab);
+  // A click on the tab while this script was still on its way is answered now.
+  if ((window.SIM_EARLY_CLICKS || []).indexOf(tab) >= 0) showTab();
 })();
