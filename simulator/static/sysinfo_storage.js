@@ -369,10 +369,26 @@
   // The page is on its way out (a menu click loads it again): the storage tab goes
   // first, so that a driver looking for it waits for the new page instead of clicking
   // the tab of the page that is leaving.
-  window.addEventListener("beforeunload", function () {
+  function retire() {
     if (tab.parentNode) tab.parentNode.removeChild(tab);
     pane.innerHTML = "";
-  });
+  }
+  window.addEventListener("beforeunload", retire);
+  // A click on the console's menu loads a page into this frame: the tab goes at once,
+  // within that click, before the driver can look for it here.
+  function menuClicked(e) {
+    if (e.target && e.target.closest && e.target.closest("#nav")) retire();
+  }
+  try {
+    if (window.top !== window) {
+      window.top.document.addEventListener("click", menuClicked, true);
+      window.addEventListener("pagehide", function () {
+        window.top.document.removeEventListener("click", menuClicked, true);
+      });
+    }
+  } catch (ignored) {
+    // A top document of another origin: the unload hook above has to do.
+  }
 
   function showTab() {
     Array.prototype.forEach.call(document.querySelectorAll(".tab"), function (t) { t.style.display = "none"; });
