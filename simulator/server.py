@@ -137,8 +137,13 @@ class Handler(BaseHTTPRequestHandler):
                 machine = json.dumps(self.state.machine, ensure_ascii=False).replace("</", "<\\/")
             # The refused actions too: a page that shows a change at once (as the console
             # does) must know before it asks that the save will be turned down.
+            # Clicks that land before a page's own scripts have run (a driver is quicker than
+            # a page that is still loading) are kept in SIM_EARLY_CLICKS, so that a script
+            # can answer them once it is ready.
             inject = ("<script>window.SIM_MISSING = %s; window.SIM_REFUSE = %s; window.SIM_FAULTS = %s; "
-                      "window.MACHINE = %s;</script>") % (json.dumps(missing), json.dumps(refused), faults, machine)
+                      "window.MACHINE = %s; window.SIM_EARLY_CLICKS = []; document.addEventListener("
+                      "'click', function (e) { window.SIM_EARLY_CLICKS.push(e.target); }, true);</script>"
+                      ) % (json.dumps(missing), json.dumps(refused), faults, machine)
             data = data.replace(b"</head>", inject.encode("utf-8") + b"</head>", 1)
         return data, CONTENT_TYPES.get(ext, "application/octet-stream")
 

@@ -506,4 +506,47 @@ std::string format_list(std::string_view fmt, const std::vector<std::string>& ar
   return out;
 }
 
+namespace {
+
+char32_t lower_of(char32_t c) {
+  if (c >= 'A' && c <= 'Z') return c + 0x20;
+  if (c >= 0xc0 && c <= 0xde && c != 0xd7) return c + 0x20;  // Latin-1 letters
+  if (c == 0x178) return 0xff;
+  if (c >= 0x391 && c <= 0x3a9 && c != 0x3a2) return c + 0x20;  // Greek
+  if (c >= 0x410 && c <= 0x42f) return c + 0x20;                 // Cyrillic
+  if (c >= 0x400 && c <= 0x40f) return c + 0x50;
+  return c;
+}
+
+}  // namespace
+
+std::string lower(std::string_view s) {
+  std::string out;
+  out.reserve(s.size());
+  for (size_t i = 0; i < s.size();) {
+    char32_t cp;
+    size_t len = decode(s, i, cp);
+    if (len == 1 && static_cast<unsigned char>(s[i]) >= 0x80) {
+      out += s[i];  // a stray byte stays as it is
+    } else if (len == 1) {
+      out += static_cast<char>(lower_of(cp));
+    } else {
+      encode(lower_of(cp), out);
+    }
+    i += len;
+  }
+  return out;
+}
+
+std::string drop_last(std::string_view s) {
+  if (s.empty()) return {};
+  size_t i = s.size() - 1;
+  // Step back over continuation bytes to the start of the last character.
+  size_t floor = s.size() >= 4 ? s.size() - 4 : 0;
+  while (i > floor && (static_cast<unsigned char>(s[i]) & 0xc0) == 0x80) --i;
+  char32_t cp;
+  if (decode(s, i, cp) != s.size() - i) i = s.size() - 1;  // a stray byte counts alone
+  return std::string(s.substr(0, i));
+}
+
 }  // namespace marlet::py

@@ -95,5 +95,12 @@ std::string format(std::string_view fmt, const A&... args) {
   return format_list(fmt, std::vector<std::string>{format_arg(args)...});
 }
 
+// str.lower(): the inverse of upper() over the same letters (ASCII, Latin-1, basic
+// Greek and Cyrillic); every other character is left as it is.
+std::string lower(std::string_view text);
+
+// text[:-1]: the text without its last character (a whole UTF-8 sequence); "" stays "".
+std::string drop_last(std::string_view text);
+
 }  // namespace py
 }  // namespace marlet

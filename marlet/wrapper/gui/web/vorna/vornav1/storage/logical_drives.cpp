@@ -1,0 +1,106 @@
+// Deleting and creating RAID logical drives on the storage tab's configuration panel.
+// Neither operation reads the outcome back: the storage tree readers show it.
+#include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
+
+namespace vorna {
+namespace py = marlet::py;
+
+namespace {
+constexpr const char* kConfigure = "storageConfBut";
+constexpr const char* kLogicalDrivePane = "logicDriveShowId";
+constexpr const char* kSwitchToCreate = "//div[@id='LDSwitchRaio']/div/div[1]/div/div";
+constexpr const char* kSwitchToDelete = "//div[@id='LDSwitchRaio']/div/div[2]/div/div";
+constexpr const char* kDeleteMark = "//span[@id='DelteRadio%s']/div/div/div/div";
+constexpr const char* kDeleteButton = "delBtu";
+constexpr const char* kNameField = "//span[@id='LDCreName']/input";
+constexpr const char* kLevelBox = ".//span[@id='LDCreLevel']/div/div/input";
+// The level list opens as a panel of the page's body, found by its place there.
+constexpr const char* kLevelRows = ".//body/div[13]/ul/li";
+constexpr const char* kLevelText = "./span";
+constexpr const char* kDiskSelection = "ldisk_arr_%s";
+constexpr const char* kSave = "LDCreatePerSave";
+// A call selects at most this many logical drives: marks "0" to "3".
+constexpr const char* kDeleteMarks[] = {"0", "1", "2", "3"};
+
+void open_logical_drive_pane(VornaWebWrapper& w) {
+  w.open_page(pages::kSystemInfo);
+  w.locateElementById(tabs::kStorage);
+  w.locateElementById(kConfigure);
+  w.locateElementById(kLogicalDrivePane);
+}
+
+const Json& required(const Json& params, const char* key) {
+  auto it = params.find(key);
+  if (it == params.end()) throw marlet::KeyError(key);
+  return *it;
+}
+
+// What is refused before the console is touched: params that are no map, and keys that
+// are present with a type the page cannot take. Absent keys fail where they are needed.
+void check_create_params(const Json& params) {
+  if (!params.is_object())
+    throw marlet::TypeError(py::format("create_raid_logical_driver() takes a map of parameters, not %s",
+                                       py::type_name(params)));
+  if (params.contains("name") && !params["name"].is_string())
+    throw marlet::TypeError(py::format("name must be a text, not %s", py::type_name(params["name"])));
+  if (params.contains("count") && !params["count"].is_number_integer())
+    throw marlet::TypeError(py::format("count must be an integer, not %s", py::type_name(params["count"])));
+}
+}  // namespace
+
+void VornaWebWrapper::delete_all_raid_logical_driver() {
+  logger().info("[deleteAllRaidLogicalDriver] start...");
+  open_logical_drive_pane(*this);
+  locateElementByXpath(kSwitchToDelete);
+  settle(5);
+  bool empty = true;
+  for (const char* id : kDeleteMarks) {
+    // The browser's own lookup: a missing mark arrives as NoSuchElementException, which
+    // is a MarletException, and ends the selection there.
+    try {
+      session().find_element_by_xpath(py::format(kDeleteMark, id)).click();
+      settle(1);
+      empty = false;
+    } catch (const marlet::MarletException&) {
+      break;
+    }
+  }
+  if (!empty) {
+    locateElementById(kDeleteButton, {.click = true, .highlight = false, .retry = 1, .delay = 3});
+    confirm_dialog();
+  } else {
+    leave_content_frame();  // no logical drive: nothing to delete, and no failure
+  }
+  settle(10);
+}
+
+void VornaWebWrapper::create_raid_logical_driver(const Json& params) {
+  check_create_params(params);
+  logger().info("[createRaidLogicalDriver] start...");
+  open_logical_drive_pane(*this);
+  locateElementByXpath(kSwitchToCreate);
+  settle(5);
+  fillElementByXpath(kNameField, required(params, "name").get<std::string>());
+  locateElementByXpath(kLevelBox);
+  auto elements = session().find_elements_by_xpath(kLevelRows);
+  bool chosen = false;
+  for (auto& element : elements) {
+    std::string text = element.find_element_by_xpath(kLevelText).text();
+    if (Json(text) == required(params, "level")) {  // exact: case and blanks count
+      element.find_element_by_xpath(kLevelText).click();
+      chosen = true;
+      break;
+    }
+  }
+  // A level the list does not offer leaves the frame, so the disk and save lookups that
+  // follow fail in the element layer and nothing is saved.
+  if (!chosen) leave_content_frame();
+  long long count = required(params, "count").get<long long>();
+  for (long long i = 0; i < count; ++i) locateElementById(py::format(kDiskSelection, i));
+  locateElementById(kSave);
+  confirm_dialog();
+  settle(10);
+}
+
+}  // namespace vorna

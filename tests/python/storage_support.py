@@ -1,0 +1,60 @@
+"""What the storage tests share: the default machine's storage and operating-system
+record, a way to reset the storage in place, and the harness's step that brings the
+console's controller records into the form the storage comparison reads."""
+import copy
+import json
+import os
+import time
+
+ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+SCENARIOS = os.path.join(ROOT, "simulator", "scenarios")
+
+
+def default_storage():
+    with open(os.path.join(SCENARIOS, "default.json"), encoding="utf-8") as f:
+        return json.load(f)["storage"]
+
+
+def os_record():
+    with open(os.path.join(SCENARIOS, "records", "default_os_storage.json"), encoding="utf-8") as f:
+        return json.load(f)
+
+
+def set_storage(sim, storage):
+    """Replaces the machine's storage in place; the login survives."""
+    sim._request("POST", "/__sim/machine", {"storage": copy.deepcopy(storage)})
+
+
+def storage_of(sim):
+    return sim.state()["machine"]["storage"]
+
+
+def eventually(read, accept, timeout=10):
+    """The console saves after OK in the background: poll the simulator, bounded."""
+    deadline = time.time() + timeout
+    value = read()
+    while not accept(value) and time.time() < deadline:
+        time.sleep(0.05)
+        value = read()
+    return value
+
+
+def controllers_by_index(raid_info):
+    """The controller reader's three shapes as one map: {} , a flat record, or a map."""
+    if not raid_info:
+        return {}
+    if "cardname" in raid_info:
+        return {"0": raid_info}
+    return raid_info
+
+
+def raid_for_comparison(raid_info, supported_levels):
+    """The console's controller records in the comparison's form. The levels a
+    controller supports are what its configuration panel offers: `supported_levels`
+    maps a controller index to that text."""
+    out = {}
+    for k, record in controllers_by_index(raid_info).items():
+        out[k] = {"name": record["name"], "firmware_version": record["firmware_version"],
+                  "health status": record["health_status"], "supported raid levels": supported_levels[k],
+                  "memory size": record["memory_size"], "device interface": record["device_interface"]}
+    return out
