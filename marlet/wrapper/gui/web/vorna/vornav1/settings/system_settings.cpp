@@ -46,7 +46,10 @@ bool VornaWebWrapper::web_set_system_config(const Json& params) {
 Json VornaWebWrapper::web_get_device_location_info() {
   logger().info("[getDeviceLocationInfo] start...");
   open_page(pages::kSystemSettings);
-  Json value = optional_json(session().find_element_by_xpath(kLocationInput).get_attribute("value"));
+  // Nothing settles after the menu, so the frame may still be loading the page: the field
+  // is looked up with the element layer's bounded wait for its presence (no click, no
+  // highlight) where a bare lookup would race the frame's navigation.
+  Json value = optional_json(quiet_lookup(kLocationInput).get_attribute("value"));
   logger().info("device location info: " + py::str(value));
   leave_content_frame();
   logger().info("[getDeviceLocationInfo] completion.");
