@@ -23,10 +23,13 @@ Json VornaWebWrapper::bmc_time_zone(const Json& method, const Json& state, const
   // refused before the page is touched.
   if (get) require_text_or_null(state, op, "state");
   if (set) {
-    for (const auto& [value, name] : {std::pair<const Json&, const char*>{state, "state"}, {city, "city"}})
+    auto require_text = [op](const Json& value, const char* name) {
       if (!value.is_string())
         throw marlet::TypeError(py::format("%s() argument '%s' must be a text for SET, not %s", op, name,
                                            py::type_name(value)));
+    };
+    require_text(state, "state");
+    require_text(city, "city");
   }
 
   logger().info("[bmcTimeZone] start...");
