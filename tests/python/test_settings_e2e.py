@@ -216,6 +216,9 @@ def test_ldap_form_refusals(top):
     with pytest.raises(TypeError, match="ldap_ip"):
         w.config_ldap_service(None, "corp.example", "pw")
     assert w.locateElementById("LdapIp", click=False).get_attribute("value") == "10.20.0.8"
+    # Still inside the content frame, where the menu is not: the caller leaves it first.
+    with pytest.raises(MarletException, match="menu_CONFIGURATION"):
+        w.enter_ldap_config()
     w.browser.switch_to_default_content()
     # A tab that is not there is the element layer's failure.
     with pytest.raises(MarletException):
