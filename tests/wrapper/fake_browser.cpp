@@ -127,7 +127,8 @@ Json FakeBrowser::execute(std::string_view command, const Json& params) {
   if (cmd == "WebDriver:GetElementText") return by_uuid(params).text;
   if (cmd == "WebDriver:GetElementTagName") return by_uuid(params).tag;
   if (cmd == "WebDriver:IsElementDisplayed") return by_uuid(params).displayed;
-  if (cmd == "WebDriver:IsElementSelected" || cmd == "WebDriver:IsElementEnabled") return true;
+  if (cmd == "WebDriver:IsElementSelected") return by_uuid(params).selected;
+  if (cmd == "WebDriver:IsElementEnabled") return true;
   if (cmd == "WebDriver:ElementClick") {
     auto& e = by_uuid(params);
     events.push_back("click " + e.key);

@@ -29,6 +29,7 @@ struct FakeElement {
   std::map<std::string, std::string> attributes;
   std::string value;  // what was typed
   int clicks = 0;
+  bool selected = true;  // what IsElementSelected answers; an <option> to be chosen starts false
   std::function<void()> on_click;
 };
 

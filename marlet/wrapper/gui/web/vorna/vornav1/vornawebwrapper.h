@@ -169,7 +169,32 @@ class VornaWebWrapper : public marlet::WebBase {
   // (end of health and logs)
 
   // ---- service settings (settings/) ----
-
+  // Opens the LDAP page and selects the tab of controller `ldap_controller_id` (text or a
+  // whole number, counted from 1); stays in the content frame for config_ldap_service.
+  void enter_ldap_config(const Json& ldap_controller_id = "1");
+  // Fills and saves the form of the selected controller; no navigation, no log line, and
+  // the outcome is not read back. Stays in the content frame. Every argument is text (a
+  // number serves as its text); the three optional fields are left as the page shows them
+  // when null or empty. TypeError naming the argument, before the page is touched.
+  void config_ldap_service(const Json& ldap_ip, const Json& ldap_domainName, const Json& ldap_pwd,
+                           const Json& ldap_cert_enable = "1", const Json& ldap_cert_verify_level = "1",
+                           const Json& ldaps_port = "636", const Json& ldap_bind_dn = nullptr,
+                           const Json& ldap_dn_pwd = nullptr, const Json& user_group_folder_hidden = nullptr);
+  // params: "location" (text; empty or absent writes "xian"). True when the page's saved
+  // value then equals what was entered.
+  bool web_set_system_config(const Json& params);
+  Json web_get_device_location_info();
+  // "GET" with no state: {"state", "city"} of the current setting; "GET" with a state: the
+  // cities offered for it (the region is changed on the page, not saved); "SET": null when
+  // saved, false when the region drop-down cannot be had, WebDisplayException when the
+  // console refuses. Any other method: MarletException, after the page was opened.
+  Json bmc_time_zone(const Json& method = "GET", const Json& state = nullptr, const Json& city = nullptr);
+  // {"value": engine id text}; stays in the content frame.
+  Json get_snmp_engine_id();
+  // The `value` of WebServerTimeOut_hidden, unconverted (null when the field has none).
+  Json web_get_web_timeout();
+  // Partition name -> usage text ("5%"), in page order; stays in the content frame.
+  Json web_get_disk_usage_percent();
   // (end of service settings)
 
   // ---- console idioms (console_idioms.cpp) ----

@@ -1,0 +1,75 @@
+// The system settings page: the device location (written and read), the SNMP engine id
+// and the web time-out.
+#include "marlet/wrapper/gui/web/vorna/vornav1/settings/settings_args.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
+#include "webdriver/keys.h"
+
+namespace vorna {
+namespace py = marlet::py;
+
+namespace {
+constexpr const char* kLocationInput = R"(//*[@id="location_info"])";
+// What is written when the caller gives no location.
+constexpr const char* kDefaultLocation = "xian";
+
+Json optional_json(const std::optional<std::string>& text) { return text ? Json(*text) : Json(nullptr); }
+}  // namespace
+
+bool VornaWebWrapper::web_set_system_config(const Json& params) {
+  if (!params.is_object())
+    throw marlet::TypeError(
+        py::format("web_set_system_config() takes a map of parameters, not %s", py::type_name(params)));
+  Json location = py::get(params, "location");
+  if (!location.is_null() && !location.is_string())
+    throw marlet::TypeError(
+        py::format("web_set_system_config() location must be a text, not %s", py::type_name(location)));
+  logger().info("[setSystemConfig] set system config.");
+  open_page(pages::kSystemSettings, timeout);
+  std::string inputStr = py::truthy(location) ? location.get<std::string>() : kDefaultLocation;
+  // The location sits below the fold: a page-down on the first control brings it up.
+  session().find_element_by_id("btnLongPassword").send_keys(webdriver::Keys::PAGE_DOWN);
+  fillElementByXpath(kLocationInput, inputStr);
+  page_settle();
+  locateElementById("saveDeviceLocation");
+  locateElementById("saveDeviceLocation");
+  auto saved = session().find_element_by_id("location_info_hidden").get_attribute("value");
+  if (saved && *saved == inputStr) {
+    logger().info("[setSystemConfig] completion.");
+    leave_content_frame();
+    settle(3);
+    return true;
+  }
+  leave_content_frame();
+  return false;
+}
+
+Json VornaWebWrapper::web_get_device_location_info() {
+  logger().info("[getDeviceLocationInfo] start...");
+  open_page(pages::kSystemSettings);
+  // Nothing settles after the menu, so the frame may still be loading the page: the field
+  // is looked up with the element layer's bounded wait for its presence (no click, no
+  // highlight) where a bare lookup would race the frame's navigation.
+  Json value = optional_json(quiet_lookup(kLocationInput).get_attribute("value"));
+  logger().info("device location info: " + py::str(value));
+  leave_content_frame();
+  logger().info("[getDeviceLocationInfo] completion.");
+  return value;
+}
+
+Json VornaWebWrapper::get_snmp_engine_id() {
+  logger().info("[getSnmpEngineID] start...");
+  open_page(pages::kSystemSettings);
+  Json record = Json::object();
+  record["value"] = getTextById("snmp_engine_id");
+  logger().info("[getSnmpEngineID] completion.");
+  return record;
+}
+
+Json VornaWebWrapper::web_get_web_timeout() {
+  open_page(pages::kSystemSettings);
+  Json value = optional_json(getAttributeById("WebServerTimeOut_hidden", "value"));
+  leave_content_frame();
+  return value;
+}
+
+}  // namespace vorna
