@@ -506,4 +506,17 @@ std::string format_list(std::string_view fmt, const std::vector<std::string>& ar
   return out;
 }
 
+std::string maps_text(const Json& maps) {
+  if (!maps.is_array()) throw TypeError(std::string("a list of maps is wanted, not ") + type_name(maps));
+  std::string out = "[";
+  for (size_t i = 0; i < maps.size(); ++i) {
+    const Json& map = maps[i];
+    if (!map.is_object())
+      throw TypeError(format("item %s of the list is no map but %s", i, type_name(map)));
+    if (i) out += ", ";
+    out += repr(map);  // {'k': 'v'}, pairs in the map's order
+  }
+  return out + "]";
+}
+
 }  // namespace marlet::py

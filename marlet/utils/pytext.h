@@ -95,5 +95,10 @@ std::string format(std::string_view fmt, const A&... args) {
   return format_list(fmt, std::vector<std::string>{format_arg(args)...});
 }
 
+// str() of a list of maps, as a record field holds it: "[{'k': 'v', 'n': None}, {...}]",
+// "[]" for an empty list; keys and values read as Python's repr() shows them. TypeError
+// when `maps` is no list or one of its items is no map.
+std::string maps_text(const Json& maps);
+
 }  // namespace py
 }  // namespace marlet
