@@ -20,6 +20,12 @@ def console(simulator, tmp_path_factory):
     yield from logged_in_console(simulator, tmp_path_factory)
 
 
+def dismiss(w):
+    """Answers the console's message in the top document, once it shows."""
+    w.waitElement("id", "btnDialogOK", 20, 1)
+    w.browser.find_element_by_id("btnDialogOK").click()
+
+
 def roles(sim):
     return {u["name"]: u["role"] for u in users(sim)}
 
@@ -67,7 +73,7 @@ def test_add_each_role_then_list_and_delete(console, log_lines):
         assert "op1" in roles(sim)
     finally:
         w.password = "Admin@9000"
-        w.browser.find_element_by_id("btnDialogOK").click()  # the console's refusal message
+        dismiss(w)  # the console's refusal message
     assert w.web_del_user_web({"username": "op1"}) is True
     assert eventually(lambda: "op1" in roles(sim), False) is False
 
@@ -93,7 +99,7 @@ def test_refused_calls_leave_the_list_as_it_was(console):
     # A wrong acting password gets through the form but the console turns it down.
     w.web_add_user({"username": "u9", "password": "Pw@1", "cur_password": "wrong"})
     assert eventually(lambda: "Add user (u9) failed" in [e["text"] for e in sim.oplog()], True)
-    w.browser.find_element_by_id("btnDialogOK").click()
+    dismiss(w)
     assert users(sim) == before
 
 
