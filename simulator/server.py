@@ -194,8 +194,12 @@ class Handler(BaseHTTPRequestHandler):
     def _login(self, body):
         name, password = body.get("username", ""), body.get("password", "")
         with self.state.lock:
-            ok = any(u["name"] == name and u["password"] == password for u in self.state.machine["users"])
+            record = next((u for u in self.state.machine["users"]
+                           if u["name"] == name and u["password"] == password), None)
+            ok = record is not None
             tips = bool(self.state.machine.get("login", {}).get("password_tips"))
+            # An account that must change its password at its first login (api_accounts.py).
+            first_login = bool(ok and record.get("first_login"))
             if ok:
                 sid = uuid.uuid4().hex
                 self.state.sessions[sid] = name
@@ -203,7 +207,7 @@ class Handler(BaseHTTPRequestHandler):
             self.state.log_operation(name, "Log in failed")
             return self._json(200, {"ok": False, "message": "Invalid user name or password."})
         self.state.log_operation(name, "Log in successfully")
-        return self._json(200, {"ok": True, "password_tips": tips},
+        return self._json(200, {"ok": True, "password_tips": tips, "first_login": first_login},
                           {"Set-Cookie": "sid=%s; Path=/; HttpOnly; SameSite=Lax" % sid})
 
 

@@ -549,4 +549,17 @@ std::string drop_last(std::string_view s) {
   return std::string(s.substr(0, i));
 }
 
+std::string maps_text(const Json& maps) {
+  if (!maps.is_array()) throw TypeError(std::string("a list of maps is wanted, not ") + type_name(maps));
+  std::string out = "[";
+  for (size_t i = 0; i < maps.size(); ++i) {
+    const Json& map = maps[i];
+    if (!map.is_object())
+      throw TypeError(format("item %s of the list is no map but %s", i, type_name(map)));
+    if (i) out += ", ";
+    out += repr(map);  // {'k': 'v'}, pairs in the map's order
+  }
+  return out + "]";
+}
+
 }  // namespace marlet::py

@@ -101,6 +101,10 @@ std::string lower(std::string_view text);
 
 // text[:-1]: the text without its last character (a whole UTF-8 sequence); "" stays "".
 std::string drop_last(std::string_view text);
+// str() of a list of maps, as a record field holds it: "[{'k': 'v', 'n': None}, {...}]",
+// "[]" for an empty list; keys and values read as Python's repr() shows them. TypeError
+// when `maps` is no list or one of its items is no map.
+std::string maps_text(const Json& maps);
 
 }  // namespace py
 }  // namespace marlet

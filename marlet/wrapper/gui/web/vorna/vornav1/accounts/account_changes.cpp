@@ -1,0 +1,136 @@
+// Adding, deleting and changing the password of the console's local users. Each change
+// is acted out under the logged-in user, whose own password the console asks for.
+#include <optional>
+
+#include "marlet/wrapper/gui/web/vorna/vornav1/accounts/accounts.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
+
+namespace vorna {
+namespace py = marlet::py;
+
+namespace {
+
+// The wrapper's `password` attribute, which the console asks for as the acting user's
+// password. Without a login through web_login it is null, and the console could not be
+// answered, so the call is refused before the page is touched.
+std::string acting_password(const Json& attribute) {
+  if (!attribute.is_string())
+    throw marlet::ValueError(
+        "the wrapper holds no password of the acting user (it is " + py::repr(attribute) +
+        "); log in with web_login first");
+  return attribute.get<std::string>();
+}
+
+// Opens the local users page, opens the add form, fills it, clicks the role selector
+// (none for a null selector) and saves; returns the list once it shows again.
+Element add_through_form(VornaWebWrapper& w, const std::string& acting, const std::string& name,
+                         const std::string& password, const char* role_selector) {
+  w.open_page(pages::kLocalUsers, w.timeout);
+  w.locateElementById(accounts::kAddUser);
+  w.fillElementByXpath(accounts::kActingPassword, acting);
+  w.fillElementByXpath(accounts::kUserName, name);
+  w.fillElementByXpath(accounts::kUserPassword, password);
+  w.fillElementByXpath(accounts::kUserPasswordAgain, password);
+  if (role_selector) w.locateElementByXpath(role_selector);
+  w.locateElementByXpath(accounts::kSave);
+  return w.wait_until_visible(accounts::kUserList);
+}
+
+// The first row whose name equals `name` as a whole, with its row number; none when no
+// row matches (an empty list included).
+std::optional<int> find_row(VornaWebWrapper& w, const std::string& name) {
+  auto rows = w.session().find_elements_by_xpath(accounts::kRows);
+  for (size_t i = 0; i < rows.size(); ++i)
+    if (rows[i].find_element_by_xpath(accounts::kRowName).text() == name) return accounts::row_number(i);
+  return std::nullopt;
+}
+
+}  // namespace
+
+bool VornaWebWrapper::web_add_admin_user(const Json& params) {
+  accounts::require_map(params, "web_add_admin_user");
+  std::string name = accounts::new_user_name(params);
+  std::string pass = accounts::password_param(params, "password");
+  std::string acting = acting_password(password);
+
+  logger().info(py::format("[addAdminUser] user:%s password:%s", name, pass));
+  add_through_form(*this, acting, name, pass, "//input[@num='0']");
+  logger().info("[addAdminUser] completion");
+  leave_content_frame();
+  settle(3);
+  return true;
+}
+
+Json VornaWebWrapper::web_add_user(const Json& params) {
+  accounts::require_map(params, "web_add_user");
+  std::string name = accounts::new_user_name(params);
+  std::string pass = accounts::password_param(params, "password");
+  // The acting user's password comes from the params only, never from the wrapper.
+  std::string acting = accounts::password_param(params, "cur_password");
+  const char* selector = accounts::role_selector(py::get(params, "role"));
+
+  logger().info(py::format("[add_user] user:%s password:%s", name, pass));
+  Json result = Json::object();
+  Element list = add_through_form(*this, acting, name, pass, selector);
+  result["userlist"] = list.text();
+  logger().info("[add_user] completion");
+  result["complete"] = true;
+  leave_content_frame();
+  settle(3);
+  return result;
+}
+
+bool VornaWebWrapper::web_del_user_web(const Json& params) {
+  accounts::require_map(params, "web_del_user_web");
+  std::string name = accounts::text_param(params, "username");
+  std::string acting = acting_password(password);
+
+  logger().info(py::format("[delUser] user:%s", name));
+  open_page(pages::kLocalUsers, timeout);
+  if (auto n = find_row(*this, name)) {
+    std::string control = py::format("del_user%s", *n);
+    setAttributeByXpath(accounts::kDeleteLock, "class", "");
+    locateElementById(control);
+    page_settle();
+    leave_content_frame();  // the dialog that asks the acting user's password is on top
+    fillElementById(accounts::kDeletePassword, acting);
+    locateElementById(kDialogOk);
+    logger().info("[delUser] completion");
+    settle(3);
+    return true;
+  }
+  logger().warn(py::format("[delUser] Not find user name %s", name));
+  leave_content_frame();
+  settle(3);
+  return false;
+}
+
+bool VornaWebWrapper::web_mod_password(const Json& params) {
+  accounts::require_map(params, "web_mod_password");
+  std::string name = accounts::text_param(params, "username");
+  std::string old_pwd = accounts::password_param(params, "old_pwd");
+  std::string new_pwd = accounts::password_param(params, "new_pwd");
+
+  logger().info(py::format("[modPassword] user:%s old_password:%s new_password:%s", name, old_pwd, new_pwd));
+  open_page(pages::kLocalUsers, timeout);
+  if (auto n = find_row(*this, name)) {
+    std::string number = std::to_string(*n);
+    locateElementById("edit_user" + number);
+    settle(1);
+    fillElementById("current_pw_tips" + number, old_pwd);
+    locateElementById("change_pwd_tips" + number);
+    settle(3);
+    fillElementByXpath(accounts::kUserPassword, new_pwd);
+    fillElementByXpath(accounts::kUserPasswordAgain, new_pwd);
+    locateElementByXpath(accounts::kSave);
+    settle(3);
+    close();  // the login the browser holds may no longer hold after the change
+    return true;
+  }
+  logger().warn(py::format("[modPassword] Not find user name %s", name));
+  leave_content_frame();
+  settle(3);
+  return false;
+}
+
+}  // namespace vorna

@@ -1,0 +1,308 @@
+// The local users page: adds, deletes, password changes and the listing, on a scripted
+// console with numbered rows.
+#include "marlet/exception/exceptions.h"
+#include "tests/wrapper/wrapper_fixture.h"
+#include "webdriver/errors.h"
+
+using marlet::Json;
+using Events = std::vector<std::string>;
+
+namespace {
+
+constexpr const char* kRows = "xpath://ul[@id='userlist']/li";
+constexpr const char* kRowDivs = "xpath://ul[@id='userlist']/li/div";
+
+class AccountsTests : public WrapperTest {
+ protected:
+  void SetUp() override {
+    logged_in();
+    for (const char* id : {"menu_CONFIGURATION", "menu_LOCAL_USER", "add_user", "userlist", "btnDialogOK"})
+      fb->add(std::string("id:") + id);
+    for (const char* x : {"//input[@class='yourPassWord']", "//input[@class='userName']",
+                          "//input[@class='userPassWord']", "//input[@class='userPassWord1']"})
+      fb->add(std::string("xpath:") + x).tag = "input";
+    for (const char* x : {"//input[@num='0']", "//input[@num='1']", "//input[@num='2']", "//div[@reskey='SAVE']",
+                          "/html/body/div/div[3]/em[2]"})
+      fb->add(std::string("xpath:") + x);
+    fb->find("xpath:/html/body/div/div[3]/em[2]")->attributes["class"] = "lock";
+    fb->add("id:old_password1").tag = "input";
+  }
+
+  // The list's rows, named in order; row i (from 0) carries the controls of number i + 2.
+  void rows(const std::vector<std::string>& names) {
+    fb->remove(kRows);
+    for (size_t i = 0; i < names.size(); ++i) {
+      auto& li = fb->add(kRows, i > 0);
+      fb->add("@" + li.uuid + " xpath:.//div/span[1]").text = names[i];
+      std::string n = std::to_string(i + 2);
+      for (const char* control : {"del_user", "edit_user", "change_pwd_tips"}) fb->add("id:" + std::string(control) + n);
+      fb->add("id:current_pw_tips" + n).tag = "input";
+    }
+  }
+
+  std::vector<std::string> clicks() const {
+    Events out;
+    for (const auto& e : fb->events)
+      if (e.rfind("click ", 0) == 0) out.push_back(e.substr(6));
+    return out;
+  }
+
+  std::vector<std::string> warnings() const {
+    std::vector<std::string> out;
+    for (const auto& l : log->lines)
+      if (l.level == marlet::LogLevel::Warn) out.push_back(l.text);
+    return out;
+  }
+};
+
+// ---- adding ----
+
+TEST_F(AccountsTests, AdminUserIsAddedUnderTheWrappersPasswordWithTheDefaultRole) {
+  EXPECT_TRUE(w.web_add_admin_user({{"username", "ops1"}, {"password", "Pw@12345"}}));
+  EXPECT_EQ(log->texts(), (Events{"[addAdminUser] user:ops1 password:Pw@12345", "[addAdminUser] completion"}));
+  EXPECT_EQ(fb->events, (Events{"click id:menu_CONFIGURATION", "click id:menu_LOCAL_USER", "frame id:rightMid",
+                                "click id:add_user",
+                                "clear xpath://input[@class='yourPassWord']",
+                                "keys xpath://input[@class='yourPassWord'] Admin@9000",
+                                "clear xpath://input[@class='userName']", "keys xpath://input[@class='userName'] ops1",
+                                "clear xpath://input[@class='userPassWord']",
+                                "keys xpath://input[@class='userPassWord'] Pw@12345",
+                                "clear xpath://input[@class='userPassWord1']",
+                                "keys xpath://input[@class='userPassWord1'] Pw@12345",
+                                "click xpath://input[@num='0']", "click xpath://div[@reskey='SAVE']",
+                                "default content"}));
+  EXPECT_EQ(clock.sleeps().front(), w.timeout) << "a page settle after the menu";
+  EXPECT_EQ(clock.sleeps().back(), 3);
+}
+
+TEST_F(AccountsTests, RoleTextChoosesTheSelectorAndTheResultHoldsTheListText) {
+  fb->find("id:userlist")->text = "admin Administrator\nu1 Operator";
+  const std::pair<Json, const char*> cases[] = {{nullptr, "xpath://input[@num='0']"},
+                                                {"", "xpath://input[@num='0']"},
+                                                {"Operator", "xpath://input[@num='1']"},
+                                                {"Common User", "xpath://input[@num='2']"},
+                                                {"operator", nullptr},
+                                                {"Administrator", nullptr}};
+  for (const auto& [role, selector] : cases) {
+    fb->events.clear();
+    Json params = {{"username", "u1"}, {"password", "Pw@1"}, {"cur_password", "Cur@1"}};
+    if (!role.is_null()) params["role"] = role;
+    EXPECT_EQ(w.web_add_user(params).dump(), R"({"userlist":"admin Administrator\nu1 Operator","complete":true})");
+    EXPECT_EQ(fb->find("xpath://input[@class='yourPassWord']")->value, "Cur@1");
+    Events c = clicks();
+    Events expected = {"id:menu_CONFIGURATION", "id:menu_LOCAL_USER", "id:add_user"};
+    if (selector) expected.push_back(selector);
+    expected.push_back("xpath://div[@reskey='SAVE']");
+    EXPECT_EQ(c, expected) << role.dump();
+  }
+}
+
+TEST_F(AccountsTests, BadParamsAreRefusedBeforeTheLogLineAndThePage) {
+  const Json good = {{"username", "u1"}, {"password", "Pw@1"}, {"cur_password", "Cur@1"}};
+  auto without = [&](const char* key) {
+    Json p = good;
+    p.erase(key);
+    return p;
+  };
+  auto with = [&](const char* key, Json value) {
+    Json p = good;
+    p[key] = std::move(value);
+    return p;
+  };
+  EXPECT_THROW(w.web_add_user(without("username")), marlet::KeyError);
+  EXPECT_THROW(w.web_add_user(without("password")), marlet::KeyError);
+  // The acting password never falls back to the wrapper's own.
+  EXPECT_THROW(w.web_add_user(without("cur_password")), marlet::KeyError);
+  EXPECT_THROW(w.web_add_user(with("role", 1)), marlet::TypeError);
+  EXPECT_THROW(w.web_add_user(with("username", 7)), marlet::TypeError);
+  EXPECT_THROW(w.web_add_user(with("username", "o'brien")), marlet::ValueError);
+  EXPECT_THROW(w.web_add_user(with("username", "j\xc3\xbcrgen")), marlet::ValueError);
+  EXPECT_THROW(w.web_add_user(with("username", "")), marlet::ValueError);
+  EXPECT_THROW(w.web_add_user(with("password", "")), marlet::ValueError);
+  EXPECT_THROW(w.web_add_user("u1"), marlet::TypeError);
+  EXPECT_THROW(w.web_add_admin_user({{"password", "Pw@1"}}), marlet::KeyError);
+  EXPECT_THROW(w.web_del_user_web(Json::object()), marlet::KeyError);
+  EXPECT_THROW(w.web_mod_password({{"username", "u1"}, {"old_pwd", "a"}}), marlet::KeyError);
+  EXPECT_THROW(w.web_mod_password({{"username", "u1"}, {"old_pwd", "a"}, {"new_pwd", ""}}), marlet::ValueError);
+  try {
+    w.web_add_user(without("cur_password"));
+  } catch (const marlet::KeyError& e) {
+    EXPECT_STREQ(e.what(), "cur_password");
+  }
+  w.password = nullptr;  // no acting user's password without web_login
+  EXPECT_THROW(w.web_add_admin_user({{"username", "u1"}, {"password", "Pw@1"}}), marlet::ValueError);
+  EXPECT_THROW(w.web_del_user_web({{"username", "u1"}}), marlet::ValueError);
+  EXPECT_TRUE(log->lines.empty());
+  EXPECT_TRUE(fb->events.empty());
+}
+
+TEST_F(AccountsTests, AListThatNeverShowsAgainRaisesTheWaitsTimeOut) {
+  fb->find("id:userlist")->displayed = false;
+  EXPECT_THROW(w.web_add_admin_user({{"username", "u1"}, {"password", "Pw@1"}}), webdriver::TimeoutException);
+  EXPECT_EQ(log->texts(), Events{"[addAdminUser] user:u1 password:Pw@1"});
+}
+
+// ---- deleting ----
+
+TEST_F(AccountsTests, TheThirdRowIsDeletedThroughDelUser4InTheTopDocument) {
+  rows({"admin", "operator", "ops1", "ops2"});
+  EXPECT_TRUE(w.web_del_user_web({{"username", "ops1"}}));
+  EXPECT_EQ(fb->find("xpath:/html/body/div/div[3]/em[2]")->attributes["class"], "") << "the delete lock is cleared";
+  auto it = std::find(fb->events.begin(), fb->events.end(), "set attribute xpath:/html/body/div/div[3]/em[2] class");
+  ASSERT_NE(it, fb->events.end());
+  EXPECT_EQ(Events(it, fb->events.end()),
+            (Events{"set attribute xpath:/html/body/div/div[3]/em[2] class", "click id:del_user4", "default content",
+                    "clear id:old_password1", "keys id:old_password1 Admin@9000", "click id:btnDialogOK"}));
+  EXPECT_EQ(clock.sleeps(), (std::vector<double>{w.timeout, w.timeout, 3}));
+  EXPECT_EQ(log->texts(), (Events{"[delUser] user:ops1", "[delUser] completion"}));
+}
+
+TEST_F(AccountsTests, NamesMatchWholeAndTheFirstOfTwoEqualNamesIsTaken) {
+  rows({"admin", "ops", "ops1", "ops1"});
+  EXPECT_TRUE(w.web_del_user_web({{"username", "ops1"}}));
+  EXPECT_EQ(fb->find("id:del_user4")->clicks, 1);
+  EXPECT_EQ(fb->find("id:del_user5")->clicks, 0);
+  fb->events.clear();
+  // "op" is a prefix of two names and "ops1 " differs by a blank: neither matches.
+  for (const char* name : {"op", "ops1 ", "OPS"}) EXPECT_FALSE(w.web_del_user_web({{"username", name}})) << name;
+  for (const char* id : {"id:del_user2", "id:del_user3"}) EXPECT_EQ(fb->find(id)->clicks, 0);
+}
+
+TEST_F(AccountsTests, NoMatchingRowWarnsLeavesTheFrameAndSettles) {
+  rows({});
+  EXPECT_FALSE(w.web_del_user_web({{"username", "ghost"}}));
+  EXPECT_EQ(warnings(), Events{"[delUser] Not find user name ghost"});
+  EXPECT_EQ(fb->events.back(), "default content");
+  EXPECT_EQ(clock.sleeps(), (std::vector<double>{w.timeout, 3}));
+  log->lines.clear();
+  EXPECT_FALSE(w.web_mod_password({{"username", "ghost"}, {"old_pwd", "a"}, {"new_pwd", "b"}}));
+  EXPECT_EQ(warnings(), Events{"[modPassword] Not find user name ghost"});
+  EXPECT_FALSE(w.isClosed()) << "a password change that finds no user keeps the browser";
+}
+
+// ---- password change ----
+
+TEST_F(AccountsTests, PasswordChangeGoesThroughTheRowsControlsAndEndsTheBrowser) {
+  rows({"admin", "operator"});
+  EXPECT_TRUE(w.web_mod_password({{"username", "operator"}, {"old_pwd", "Admin@9000"}, {"new_pwd", "New@2026"}}));
+  EXPECT_EQ(log->texts(),
+            Events{"[modPassword] user:operator old_password:Admin@9000 new_password:New@2026"});
+  auto it = std::find(fb->events.begin(), fb->events.end(), "click id:edit_user3");
+  ASSERT_NE(it, fb->events.end());
+  EXPECT_EQ(Events(it, fb->events.end()),
+            (Events{"click id:edit_user3", "clear id:current_pw_tips3", "keys id:current_pw_tips3 Admin@9000",
+                    "click id:change_pwd_tips3", "clear xpath://input[@class='userPassWord']",
+                    "keys xpath://input[@class='userPassWord'] New@2026",
+                    "clear xpath://input[@class='userPassWord1']",
+                    "keys xpath://input[@class='userPassWord1'] New@2026", "click xpath://div[@reskey='SAVE']"}));
+  EXPECT_EQ(clock.sleeps(), (std::vector<double>{w.timeout, 1, 3, 3}));
+  EXPECT_TRUE(w.isClosed());
+  EXPECT_TRUE(w.isLogin) << "isLogin keeps its value";
+  EXPECT_EQ(w.password, "Admin@9000") << "the wrapper's password is not changed";
+  EXPECT_EQ(fb->sessions_ended, 1);
+}
+
+// ---- listing ----
+
+class QueryTests : public AccountsTests {
+ protected:
+  // One row div with the spans the listing reads; `interfaces` are em ids and classes,
+  // `operations` the ids of the operation controls.
+  fake::FakeElement& row(const std::string& name, const std::vector<std::pair<std::string, std::string>>& interfaces,
+                         const std::vector<std::string>& operations, bool first = false) {
+    auto& div = fb->add(kRowDivs, !first);
+    std::string at = "@" + div.uuid + " xpath:";
+    const char* texts[] = {nullptr, name.c_str(), "Administrator", "Indefinite", "Enabled"};
+    for (int i = 1; i <= 4; ++i) fb->add(at + "./span[" + std::to_string(i) + "]").text = texts[i];
+    fb->add(at + "./span[5]/em").attributes["class"] = "enable";
+    fb->add(at + "./span[6]/em").attributes["class"] = "disable";
+    fb->add(at + "./span[7]/em");  // no class attribute at all
+    for (size_t i = 0; i < interfaces.size(); ++i) {
+      auto& span = fb->add(at + "./span[@login_intf]", i > 0);
+      auto& em = fb->add("@" + span.uuid + " xpath:./em");
+      em.attributes["id"] = interfaces[i].first;
+      if (!interfaces[i].second.empty()) em.attributes["class"] = interfaces[i].second;
+    }
+    for (size_t i = 0; i < operations.size(); ++i)
+      fb->add(at + "./span[15]/a", i > 0).attributes["id"] = operations[i];
+    return div;
+  }
+};
+
+TEST_F(QueryTests, RowsBecomeUsersNumberedFromTwoWithTextFormsOfTheirLists) {
+  row("admin", {{"login_intf_user2_0", "enable"}, {"login_intf_user2_3", "disable"}, {"login_intf_user2_7", "on"}},
+      {"edit_user2", "del_user2"}, true);
+  row("operator", {}, {});
+  Json result = w.web_query_users();
+  ASSERT_EQ(result["users"].size(), 2u);
+  EXPECT_EQ(result["add_button_exist"], true);
+  EXPECT_EQ(result["users"][0].dump(),
+            R"({"id":2,"name":"admin","role":"Administrator","password_validity":"Indefinite","status":"Enabled",)"
+            R"("rule1":"enable","rule2":"disable","rule3":"None",)"
+            R"("login_interfaces":"[{'interface_name': 'Web', 'state': 'enable'}, {'interface_name': 'SSH', 'state': 'disable'}, {'interface_name': 'Redfish', 'state': 'on'}]",)"
+            R"("operation":"[{'operation_name': 'edit_user'}, {'operation_name': 'del_user'}]"})");
+  EXPECT_EQ(result["users"][1]["id"], 3);
+  EXPECT_EQ(result["users"][1]["login_interfaces"], "[]");
+  EXPECT_EQ(result["users"][1]["operation"], "[]");
+  EXPECT_EQ(fb->events.back(), "default content");
+  EXPECT_TRUE(log->lines.empty()) << "the listing logs nothing";
+}
+
+TEST_F(QueryTests, InterfaceIdsOutsideTheExpressionAreLeftOutAndTheTableIsKept) {
+  row("admin",
+      {{"login_intf_user12_0", "enable"},  // two-digit user number
+       {"other", "enable"},               // a foreign id
+       {"xlogin_intf_user2_1", "enable"},  // the expression is anchored at the start
+       {"login_intf_user2_1", "a"},
+       {"login_intf_user2_2", "b"},
+       {"login_intf_user2_4", "c"},
+       {"login_intf_user2_5", "d"},
+       {"login_intf_user2_6", "e"},
+       {"login_intf_user3_0", ""}},  // an em without class
+      {}, true);
+  Json users = w.web_query_users()["users"];
+  EXPECT_EQ(users[0]["login_interfaces"],
+            "[{'interface_name': 'SNMP', 'state': 'a'}, {'interface_name': 'IPMI', 'state': 'b'}, "
+            "{'interface_name': 'SFTP', 'state': 'c'}, {'interface_name': '', 'state': 'd'}, "
+            "{'interface_name': 'Local', 'state': 'e'}, {'interface_name': 'Web', 'state': None}]");
+}
+
+TEST_F(QueryTests, OperationNamesAreCutAtTheFirstDigitAndABadIdFails) {
+  row("admin", {}, {"del_user2", "edit_user17x", "reset-pw_3"}, true);
+  EXPECT_EQ(w.web_query_users()["users"][0]["operation"],
+            "[{'operation_name': 'del_user'}, {'operation_name': 'edit_user'}, {'operation_name': 'reset-pw_'}]");
+  fb->remove(kRowDivs);
+  row("admin", {}, {"2del"}, true);
+  EXPECT_THROW(w.web_query_users(), marlet::AttributeError);
+}
+
+TEST_F(QueryTests, APageWithoutTheAddControlStillListsItsUsers) {
+  EXPECT_EQ(w.web_query_users().dump(), R"({"add_button_exist":true,"users":[]})");
+  fb->remove("id:add_user");
+  row("admin", {}, {}, true);
+  Json result = w.web_query_users();
+  EXPECT_EQ(result["add_button_exist"], false);
+  EXPECT_EQ(result["users"].size(), 1u);
+  EXPECT_EQ(result.begin().key(), "add_button_exist");
+}
+
+TEST_F(QueryTests, ARowWithoutOneOfItsSpansFails) {
+  auto& div = row("admin", {}, {}, true);
+  fb->remove("@" + div.uuid + " xpath:./span[3]");
+  EXPECT_THROW(w.web_query_users(), marlet::MarletException);
+}
+
+// ---- the text form of lists of maps ----
+
+TEST(MapsTextTests, ListsOfMapsReadAsPythonPrintsThem) {
+  namespace py = marlet::py;
+  EXPECT_EQ(py::maps_text(Json::array()), "[]");
+  EXPECT_EQ(py::maps_text(Json::parse(R"([{"operation_name": "del_user"}])")), "[{'operation_name': 'del_user'}]");
+  Json two = Json::array({Json{{"interface_name", "Web"}, {"state", "a"}}, Json{{"interface_name", "SSH"}, {"state", nullptr}}});
+  EXPECT_EQ(py::maps_text(two), "[{'interface_name': 'Web', 'state': 'a'}, {'interface_name': 'SSH', 'state': None}]");
+  EXPECT_EQ(py::maps_text(Json::array({Json{{"k", "it's"}}, Json::object()})), R"([{'k': "it's"}, {}])");
+  EXPECT_THROW(py::maps_text(Json::object()), marlet::TypeError);
+  EXPECT_THROW(py::maps_text(Json::array({"a"})), marlet::TypeError);
+}
+
+}  // namespace

@@ -1,0 +1,183 @@
+// Logins from params alone: the shared start, the forced password change of a first
+// login, and the login that reports its failure by its result.
+#include "marlet/exception/exceptions.h"
+#include "tests/wrapper/wrapper_fixture.h"
+#include "webdriver/errors.h"
+
+using marlet::Json;
+using Events = std::vector<std::string>;
+
+namespace {
+
+constexpr const char* kCopyright = "xpath://span[contains(text(),'Copyright')]";
+
+class RegisterTests : public WrapperTest {
+ protected:
+  // A login page whose button logs in when the typed password is `accepted`; with
+  // `first_login` the console then shows its password-change dialog instead of the menu.
+  void console(const std::string& accepted = "Pw@1", bool first_login = false) {
+    fb->add(kCopyright);
+    fb->add("id:iptUserName").tag = "input";
+    fb->add("id:iptPassword").tag = "input";
+    fb->add("id:btnLogin").on_click = [this, accepted, first_login] {
+      if (fb->find("id:iptPassword")->value != accepted) return;
+      if (first_login && !changed) {
+        fb->add("id:changePWDTips");
+        for (const char* id : {"changePwdO", "changePwdN", "changePwdNC"}) fb->add(std::string("id:") + id).tag = "input";
+        fb->add("id:modify_pwd_tips");
+        fb->add("id:ok_change").on_click = [this] {
+          if (!fb->find("id:modify_pwd_tips")->clicks) changed = true;
+          else fb->add("id:menu_INFO");
+        };
+      } else {
+        fb->add("id:menu_INFO");
+      }
+    };
+  }
+  bool changed = false;
+
+  Events lines(marlet::LogLevel level) const {
+    Events out;
+    for (const auto& l : log->lines)
+      if (l.level == level && l.text.rfind("[screenshot]", 0) != 0) out.push_back(l.text);
+    return out;
+  }
+  static Json params(Json extra = Json::object()) {
+    Json p = {{"ipv4", "10.0.0.7"}, {"username", "u1"}, {"password", "Pw@1"}};
+    p.update(extra);
+    return p;
+  }
+};
+
+const Events kStartLines = {"[login] Login BMC Web ...", "[login] ipv4_address: 10.0.0.7", "[login] username: u1",
+                            "[login] password: Pw@1"};
+const Events kStartEvents = {"open browser",         "get https://10.0.0.7/login.html", "clear id:iptUserName",
+                             "keys id:iptUserName u1", "clear id:iptPassword",          "keys id:iptPassword Pw@1",
+                             "click id:btnLogin"};
+
+TEST_F(RegisterTests, TheStartFormsAPortlessUrlLogsTheKeysAndSetsNoRecordAttributes) {
+  console();
+  EXPECT_TRUE(w.web_register(params()));
+  EXPECT_EQ(fb->events, kStartEvents);
+  Events expected = kStartLines;
+  expected.push_back("[login] Login success, title: Vorna Console");
+  EXPECT_EQ(lines(marlet::LogLevel::Info), expected);
+  EXPECT_TRUE(clock.sleeps().empty()) << "no settle after the page or the click";
+  EXPECT_TRUE(w.isLogin);
+  EXPECT_EQ(w.current_user, "u1");
+  EXPECT_TRUE(w.bmc_ip.is_null() && w.username.is_null() && w.password.is_null());
+}
+
+TEST_F(RegisterTests, EmptyOrNullKeysTakeTheWrappersAttributesAndWithNoneTheKeyIsMissing) {
+  console("Admin@9000");
+  w.bmc_ip = "10.1.1.5";
+  w.username = "admin";
+  w.password = "Admin@9000";
+  EXPECT_TRUE(w.web_register_web({{"ipv4", ""}, {"username", nullptr}}));
+  EXPECT_EQ(fb->events.at(1), "get https://10.1.1.5/login.html");
+  EXPECT_EQ(fb->events.at(3), "keys id:iptUserName admin");
+  EXPECT_EQ(fb->events.at(5), "keys id:iptPassword Admin@9000");
+
+  vorna::VornaWebWrapper fresh{Json::object(), log, &clock, factory};
+  fb->events.clear();
+  log->lines.clear();
+  for (const char* key : {"ipv4", "username", "password"}) {
+    Json p = params();
+    p[key] = "";
+    try {
+      fresh.web_register(p);
+      ADD_FAILURE() << key;
+    } catch (const marlet::KeyError& e) {
+      EXPECT_STREQ(e.what(), key);
+    }
+  }
+  EXPECT_THROW(fresh.web_register(params({{"username", 5}})), marlet::TypeError);
+  EXPECT_THROW(fresh.web_register(params({{"new_pwd", Json::array({"x"})}, {"isFirst", true}})), marlet::TypeError);
+  EXPECT_THROW(fresh.web_register_web("10.0.0.7"), marlet::TypeError);
+  EXPECT_TRUE(fb->events.empty());
+  EXPECT_TRUE(log->lines.empty());
+}
+
+TEST_F(RegisterTests, WithoutIsFirstWrongCredentialsStillCountAsALogin) {
+  console("another password");
+  EXPECT_TRUE(w.web_register(params({{"isFirst", false}})));
+  EXPECT_TRUE(w.isLogin);
+  EXPECT_EQ(lines(marlet::LogLevel::Info).back(), "[login] Login success, title: Vorna Console");
+}
+
+TEST_F(RegisterTests, AFirstLoginWithANewPasswordChangesItAndLogsInAgain) {
+  console("Pw@1", true);
+  fb->find("id:btnLogin")->on_click = [this, first = fb->find("id:btnLogin")->on_click] {
+    // After the change the console takes only the new password.
+    if (changed && fb->find("id:iptPassword")->value == "New@2") fb->add("id:menu_INFO");
+    else first();
+  };
+  EXPECT_TRUE(w.web_register(params({{"isFirst", true}, {"new_pwd", "New@2"}})));
+  Events expected = kStartEvents;
+  for (const char* e : {"clear id:changePwdO", "keys id:changePwdO Pw@1", "clear id:changePwdN",
+                        "keys id:changePwdN New@2", "clear id:changePwdNC", "keys id:changePwdNC New@2",
+                        "click id:ok_change", "clear id:iptUserName", "keys id:iptUserName u1", "clear id:iptPassword",
+                        "keys id:iptPassword New@2", "click id:btnLogin"})
+    expected.push_back(e);
+  EXPECT_EQ(fb->events, expected);
+  EXPECT_EQ(clock.sleeps(), std::vector<double>{w.timeout}) << "one page settle after the change";
+  EXPECT_TRUE(fb->find("id:menu_INFO"));
+  EXPECT_TRUE(std::any_of(log->lines.begin(), log->lines.end(),
+                          [](const auto& l) { return l.text.rfind("[screenshot] ", 0) == 0; }))
+      << "a picture of the dialog";
+  EXPECT_EQ(w.password, nullptr) << "the wrapper's password is not changed";
+}
+
+TEST_F(RegisterTests, AFirstLoginWithoutANewPasswordDismissesTheDialogUnchanged) {
+  console("Pw@1", true);
+  EXPECT_TRUE(w.web_register(params({{"isFirst", true}})));
+  EXPECT_EQ(Events(fb->events.end() - 2, fb->events.end()), (Events{"click id:modify_pwd_tips", "click id:ok_change"}));
+  EXPECT_FALSE(changed);
+  EXPECT_TRUE(w.isLogin);
+}
+
+TEST_F(RegisterTests, AnAccountThatIsNotForcedRaisesAWebLoginExceptionAndKeepsTheBrowser) {
+  console();
+  try {
+    w.web_register(params({{"isFirst", true}, {"new_pwd", "New@2"}}));
+    FAIL() << "no exception";
+  } catch (const marlet::WebLoginException& e) {
+    EXPECT_NE(std::string(e.what()).find("changePWDTips"), std::string::npos) << e.what();
+    ASSERT_TRUE(e.cause());
+    EXPECT_THROW(std::rethrow_exception(e.cause()), webdriver::TimeoutException);
+  }
+  EXPECT_EQ(lines(marlet::LogLevel::Error), Events{"[login] Login failed, title: Vorna Console"});
+  EXPECT_FALSE(w.isClosed());
+  EXPECT_FALSE(w.isLogin);
+  EXPECT_TRUE(w.current_user.is_null());
+}
+
+TEST_F(RegisterTests, RegisterWebReportsAFailedLoginByFalseAfterFiveSeconds) {
+  console();
+  EXPECT_FALSE(w.web_register_web(params({{"password", "wrong"}})));
+  Events warnings = lines(marlet::LogLevel::Warn);
+  ASSERT_EQ(warnings.size(), 1u);
+  EXPECT_EQ(warnings[0].rfind("Login Bmc Web Fail! ", 0), 0u) << warnings[0];
+  EXPECT_GE(slept(), 5);
+  EXPECT_FALSE(w.isLogin);
+  EXPECT_TRUE(w.current_user.is_null());
+  EXPECT_FALSE(w.isClosed());
+  // The same browser, now with the right password, logs in without a new navigation.
+  fb->events.clear();
+  EXPECT_TRUE(w.web_register_web(params()));
+  EXPECT_EQ(std::count_if(fb->events.begin(), fb->events.end(), [](auto& e) { return e.rfind("get ", 0) == 0; }), 0);
+  EXPECT_TRUE(w.isLogin);
+  EXPECT_EQ(w.current_user, "u1");
+}
+
+TEST_F(RegisterTests, WithoutALoginPageBothFailAfterTwentySeconds) {
+  console();
+  fb->remove(kCopyright);
+  EXPECT_THROW(w.web_register_web(params()), webdriver::TimeoutException);
+  EXPECT_GE(slept(), 20);
+  EXPECT_THROW(w.web_register(params({{"isFirst", true}})), webdriver::TimeoutException);
+  EXPECT_FALSE(w.isClosed());
+  EXPECT_FALSE(w.isLogin);
+}
+
+}  // namespace
