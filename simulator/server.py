@@ -147,7 +147,25 @@ class Handler(BaseHTTPRequestHandler):
             data = data.replace(b"</head>", inject.encode("utf-8") + b"</head>", 1)
         return data, CONTENT_TYPES.get(ext, "application/octet-stream")
 
+    def _retired(self):
+        # A console that moved away no longer answers on its old address: the connection
+        # is dropped with no reply, as a host that is gone would leave it.
+        if getattr(self.server, "retired", False):
+            self.close_connection = True
+            return True
+        return False
+
+    def _retire_after_reply(self):
+        # The request that moved the console is answered on the old address; right after
+        # that reply the old address stops answering (see Simulator.move).
+        if getattr(self.server, "retire_pending", False) and not self.server.retired:
+            self.server.retired = True
+            self.close_connection = True
+            threading.Thread(target=_close_server, args=(self.server,), name="console-retire").start()
+
     def do_GET(self):
+        if self._retired():
+            return
         path = self.path.split("?", 1)[0]
         self._delay(path)
         if path.startswith("/__sim/"):
@@ -169,6 +187,14 @@ class Handler(BaseHTTPRequestHandler):
         return self._send(200, found[0], found[1])
 
     def do_POST(self):
+        if self._retired():
+            return
+        try:
+            self._post()
+        finally:
+            self._retire_after_reply()
+
+    def _post(self):
         path = self.path.split("?", 1)[0]
         self._delay(path)
         body = self._body()
@@ -211,46 +237,90 @@ class Handler(BaseHTTPRequestHandler):
                           {"Set-Cookie": "sid=%s; Path=/; HttpOnly; SameSite=Lax" % sid})
 
 
-class Simulator(object):
-    """A running simulator (in this process): .url, .port, .state, .shutdown()."""
+def _close_server(httpd):
+    httpd.shutdown()
+    httpd.server_close()
 
-    def __init__(self, httpd, scheme, address, tmpdir):
+
+class Simulator(object):
+    """A running simulator (in this process): .url, .address, .port, .state, .shutdown().
+
+    A saved management address moves it (see move): .url and .address follow."""
+
+    def __init__(self, httpd, scheme, address, tmpdir, ssl_context=None, on_move=None):
         self.httpd = httpd
         self.state = httpd.state
         self.port = httpd.server_address[1]
+        self.scheme = scheme
+        self.address = address
         self.url = "%s://%s:%d" % (scheme, address, self.port)
+        self.on_move = on_move
         self._tmpdir = tmpdir
-        self._thread = threading.Thread(target=httpd.serve_forever, name="console-simulator")
-        self._thread.daemon = True
-        self._thread.start()
+        self._ssl_context = ssl_context
+        self._servers = []
+        self._serve(httpd)
+        self.state.set_served_address(address)
+        self.state.move_console = self.move
+
+    def _serve(self, httpd):
+        thread = threading.Thread(target=httpd.serve_forever, name="console-simulator")
+        thread.daemon = True
+        thread.start()
+        self._servers.append((httpd, thread))
+
+    def move(self, address):
+        """Serves the console on `address`, same port and scheme, from now on. Raises
+        OSError (nothing changed) when the address cannot be bound. The old address keeps
+        answering only the request under way, the one that asked for the move."""
+        httpd = _bind(address, self.port, self._ssl_context)
+        httpd.state = self.state
+        old = self.httpd
+        old.retire_pending = True
+        self.httpd = httpd
+        self.address = address
+        self.url = "%s://%s:%d" % (self.scheme, address, self.port)
+        self._serve(httpd)
+        self.state.set_served_address(address)
+        if self.on_move:
+            self.on_move(self)
 
     def shutdown(self):
-        self.httpd.shutdown()
-        self.httpd.server_close()
-        self._thread.join(10)
+        for httpd, thread in self._servers:
+            if not getattr(httpd, "retired", False):
+                httpd.retired = True
+                _close_server(httpd)
+            thread.join(10)
         if self._tmpdir:
             shutil.rmtree(self._tmpdir, ignore_errors=True)
 
 
-def _make_server(address, port, https, scenario):
+def _bind(address, port, ssl_context):
     if not address.startswith("127."):
         raise ValueError("the simulator serves loopback addresses only (127.0.0.0/8)")
     httpd = ThreadingHTTPServer((address, port), Handler)
     httpd.daemon_threads = True
-    httpd.state = State(scenario)
-    tmpdir = None
+    httpd.retired = False
+    httpd.retire_pending = False
+    if ssl_context is not None:
+        httpd.socket = ssl_context.wrap_socket(httpd.socket, server_side=True)
+    return httpd
+
+
+def _make_server(address, port, https, scenario):
+    ctx, tmpdir = None, None
     if https:
         tmpdir = tempfile.mkdtemp(prefix="vorna-sim-")
         cert, key = make_certificate(tmpdir)
         ctx = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
         ctx.load_cert_chain(cert, key)
-        httpd.socket = ctx.wrap_socket(httpd.socket, server_side=True)
-    return httpd, tmpdir
+    httpd = _bind(address, port, ctx)
+    httpd.state = State(scenario)
+    return httpd, tmpdir, ctx
 
 
-def start_server(address="127.0.0.1", port=0, https=True, scenario="default"):
-    httpd, tmpdir = _make_server(address, port, https, scenario)
-    return Simulator(httpd, "https" if https else "http", address, tmpdir)
+def start_server(address="127.0.0.1", port=0, https=True, scenario="default", on_move=None):
+    httpd, tmpdir, ctx = _make_server(address, port, https, scenario)
+    return Simulator(httpd, "https" if https else "http", address, tmpdir, ctx, on_move)
 
 
 def main(argv=None):
@@ -262,7 +332,11 @@ def main(argv=None):
     group.add_argument("--http", dest="https", action="store_false")
     parser.add_argument("--scenario", default="default")
     args = parser.parse_args(argv)
-    sim = start_server(args.address, args.port, args.https, args.scenario)
+    def moved(sim):
+        print("SIMULATOR MOVED %s" % sim.url)
+        sys.stdout.flush()
+
+    sim = start_server(args.address, args.port, args.https, args.scenario, on_move=moved)
     stop = threading.Event()
     signal.signal(signal.SIGTERM, lambda *a: stop.set())
     signal.signal(signal.SIGINT, lambda *a: stop.set())

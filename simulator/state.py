@@ -43,9 +43,26 @@ def load_scenario(name_or_data):
 
 
 class State(object):
+    # Set by the server: the loopback address the console is served on, and a callable
+    # that moves the console to another address (raises OSError when it cannot).
+    served_address = None
+    move_console = None
+
     def __init__(self, scenario="default"):
         self.lock = threading.RLock()
         self.load(scenario)
+
+    def set_served_address(self, address):
+        with self.lock:
+            self.served_address = address
+            self._show_served_address()
+
+    def _show_served_address(self):
+        # The machine's management address is where the console answers, whatever the
+        # scenario says: what the network page shows can be used to reach it.
+        ipv4 = self.machine.get("network", {}).get("ipv4")
+        if self.served_address and isinstance(ipv4, dict):
+            ipv4["address"] = self.served_address
 
     def load(self, scenario):
         with self.lock:
@@ -54,6 +71,7 @@ class State(object):
             self.oplog = []
             self.events = []
             self.faults = {"slow": {}, "missing": {}, "refuse": []}
+            self._show_served_address()
 
     def snapshot(self):
         with self.lock:

@@ -136,11 +136,32 @@ class VornaWebWrapper : public marlet::WebBase {
   // (end of user accounts)
 
   // ---- management address (network/) ----
-
+  // The address record {"ipv4_address", "ipv4_mask", "ipv4_gateway"} of the network page.
+  Json get_manage_ipv4();
+  Json get_bmc_ip_addr();
+  // Fills and saves an address record, then ends the browser: the console moves away
+  // from the address the browser is on. All three keys required (KeyError before
+  // anything is touched), all text (TypeError naming the key). Returns true.
+  bool _mod_manage_ipv4(const Json& params);
+  bool mod_bmc_ip_addr(const Json& params);
   // (end of management address)
 
   // ---- boot configuration (boot/) ----
-
+  // Boot option codes are the texts "0".."5" (boot/boot_codes.h); effectiveness and boot
+  // mode codes the texts "0" and "1". The setters report nothing; read back for proof.
+  void web_set_boot_option(const Json& params);  // params: {"option": code}
+  Json web_get_boot_option();                    // code, or null for a page value outside the table
+  Json web_get_effective();                      // "0", "1", or false when no button is selected
+  void web_set_effective(const Json& params);    // params: {"mode": "0" | "1"}
+  Json web_get_boot_mode();                      // "0" legacy, "1" UEFI, or false
+  void web_set_boot_mode(const Json& params);    // params: {"mode": "0" | "1"}
+  // A true `mode` selects legacy, a false one UEFI; works in the current window.
+  void change_startup_mode(const Json& mode = 1);
+  // Brings boot mode, effectiveness and boot option to the wanted values, each read
+  // back, through the injected get_/set_ functions; returns the three values found.
+  Json modify_msconfig(const Json& boot_mode, const Json& effective, const Json& option_mode);
+  // browser.switch_to_window(browser.window_handles[0]).
+  void switch_to_first_window();
   // (end of boot configuration)
 
   // ---- firmware and diagnostics (firmware/) ----

@@ -1,0 +1,67 @@
+// The controller's management IPv4 settings on the network page. A change moves the
+// console away from the address the browser is on, so it ends the browser.
+#include <array>
+
+#include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
+
+namespace vorna {
+namespace py = marlet::py;
+
+namespace {
+// Record key -> field of the page, in the record's order.
+constexpr std::array<std::pair<const char*, const char*>, 3> kFields = {{
+    {"ipv4_address", "ipv4_ip"},
+    {"ipv4_mask", "ipv4_mask"},
+    {"ipv4_gateway", "ipv4_gateway"},
+}};
+}  // namespace
+
+Json VornaWebWrapper::get_manage_ipv4() {
+  logger().info("[getManageIpv4] get manage ipv4 address");
+  open_page(pages::kNetwork, timeout);
+  wait_until_visible("ipv4_ip");
+  Json record = Json::object();
+  for (const auto& [key, id] : kFields) {
+    auto value = getAttributeById(id, "value");
+    record[key] = value ? Json(*value) : Json(nullptr);
+  }
+  leave_content_frame();
+  return record;
+}
+
+Json VornaWebWrapper::get_bmc_ip_addr() { return get_manage_ipv4(); }
+
+bool VornaWebWrapper::_mod_manage_ipv4(const Json& params) {
+  if (!params.is_object())
+    throw marlet::TypeError(py::format("_mod_manage_ipv4() takes an address record, not %s", py::repr(params)));
+  // Every key is read, and every value checked, before the log line and the page: a
+  // refused record touches nothing.
+  std::array<std::string, 3> values;
+  for (size_t i = 0; i < kFields.size(); ++i) {
+    auto it = params.find(kFields[i].first);
+    if (it == params.end()) throw marlet::KeyError(kFields[i].first);
+  }
+  for (size_t i = 0; i < kFields.size(); ++i) {
+    const Json& value = params.at(kFields[i].first);
+    if (!value.is_string())
+      throw marlet::TypeError(py::format("_mod_manage_ipv4(): %s must be text, not %s", kFields[i].first,
+                                         py::type_name(value)));
+    values[i] = value.get<std::string>();
+  }
+  logger().info(py::format("[modManageIpv4] ipv4_address:%s ipv4_mask:%s ipv4_gateway:%s", values[0], values[1],
+                           values[2]));
+  open_page(pages::kNetwork, timeout);
+  wait_until_visible("ipv4_ip");
+  for (size_t i = 0; i < kFields.size(); ++i) fillElementById(kFields[i].second, values[i]);
+  locateElementById("saveIPV4Set");
+  settle(3);
+  confirm_dialog();
+  close();
+  settle(3);
+  return true;
+}
+
+bool VornaWebWrapper::mod_bmc_ip_addr(const Json& params) { return _mod_manage_ipv4(params); }
+
+}  // namespace vorna

@@ -1,0 +1,215 @@
+"""Boot settings through the whole stack (the module, headless Firefox, the console
+simulator); every effect is read back from the simulator's state, not from the operation."""
+import time
+import types
+
+import pytest
+
+from marlet.exception.marlet_exception import MarletException
+from marlet.exception.webdisplayexception import WebDisplayException
+from marlet.wrapper.gui.web.vorna.vornav1.function import home
+from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
+from tests.python.console import logged_in_console
+
+STAGES = ["设置Boot Mode", "设置Effective", "设置Blade Boot Option"]
+
+
+def eventually(read, expected, timeout=10):
+    """The console saves in the background after OK: poll the simulator briefly."""
+    deadline = time.time() + timeout
+    value = read()
+    while value != expected and time.time() < deadline:
+        time.sleep(0.05)
+        value = read()
+    return value
+
+
+def boot(sim):
+    b = sim.state()["machine"]["boot"]
+    return b["option"], b["effective"], b["mode"]
+
+
+def saves(sim):
+    return sim.state()["machine"]["boot"].get("saves", 0)
+
+
+def patch(sim, option="2", effective="1", mode="1"):
+    """Puts the machine's boot settings in place; the login survives."""
+    sim._request("POST", "/__sim/machine", {"boot": {"option": option, "effective": effective, "mode": mode}})
+
+
+def settled(sim, before, wait=1.0):
+    """The save count after a short pause: a save in flight would have landed by then."""
+    time.sleep(wait)
+    return saves(sim) - before
+
+
+@pytest.fixture(scope="module")
+def console(simulator, tmp_path_factory):
+    yield from logged_in_console(simulator, tmp_path_factory)
+
+
+@pytest.fixture
+def fresh(console):
+    w, sim = console
+    sim.fault({"clear": True})
+    patch(sim)
+    return w, sim
+
+
+@pytest.mark.smoke
+def test_each_setting_is_saved_and_read_back(fresh, log_lines):
+    w, sim = fresh
+    for code, page_value in (("3", "5"), ("4", "15"), ("5", "6"), ("0", "0"), ("1", "1")):
+        assert w.web_set_boot_option({"option": code}) is None
+        assert eventually(lambda: boot(sim)[0], page_value) == page_value
+        assert w.web_get_boot_option() == code
+    assert log_lines.texts()[:3] == ["[setBootOption] option:3", "[getBootOption] ...", "[setBootOption] option:4"]
+
+    w.web_set_effective({"mode": "0"})
+    assert eventually(lambda: boot(sim)[1], "0") == "0"
+    assert w.web_get_effective() == "0"
+    w.web_set_effective(params={"mode": "1"})
+    assert eventually(lambda: boot(sim)[1], "1") == "1"
+    assert w.web_get_effective() == "1"
+
+    w.web_set_boot_mode({"mode": "0"})
+    assert eventually(lambda: boot(sim)[2], "0") == "0"
+    assert w.web_get_boot_mode() == "0"
+    w.web_set_boot_mode({"mode": "1"})
+    assert eventually(lambda: boot(sim)[2], "1") == "1"
+    assert w.web_get_boot_mode() == "1"
+    assert log_lines.texts("error") == []
+    assert "Set boot device to (DVD-ROM) successfully" in [e["text"] for e in sim.oplog()]
+
+
+def test_setting_what_is_shown_saves_nothing(fresh):
+    w, sim = fresh
+    patch(sim, option="15")
+    before = saves(sim)
+    w.web_set_boot_option({"option": "4"})
+    patch(sim, option="9")  # outside the table: no key reads as null, which equals it
+    w.web_set_boot_option({})
+    assert settled(sim, before) == 0
+    assert boot(sim)[0] == "9"
+    assert w.web_get_boot_option() is None
+
+
+def test_bad_codes_log_or_fail_and_change_nothing(fresh, log_lines):
+    w, sim = fresh
+    before = saves(sim)
+    w.web_set_effective({"mode": 0})
+    w.web_set_boot_mode({"mode": 1})
+    w.web_set_boot_mode({"mode": "UEFI"})
+    assert log_lines.texts("error") == ["no this mode 0", "no this mode 1", "no this mode UEFI"]
+    with pytest.raises(MarletException):
+        w.web_set_boot_option({"option": 3})  # an integer is no code: no list entry
+    w.web_switch_page_logout()  # the failure left the content frame entered
+    with pytest.raises(TypeError):
+        w.web_set_effective("0")
+    assert settled(sim, before) == 0
+    assert boot(sim) == ("2", "1", "1")
+    assert w.web_get_boot_option() == "2"  # the console still answers from the top document
+
+
+def test_no_selected_button_reads_false(fresh, log_lines):
+    w, sim = fresh
+    patch(sim, effective=None, mode=None)
+    assert w.web_get_effective() is False
+    assert w.web_get_boot_mode() is False
+    assert log_lines.texts("error") == ["get Boot Mode error", "get Boot Mode error"]
+
+
+def test_startup_mode_goes_by_truth(fresh):
+    w, sim = fresh
+    w.change_startup_mode("0")  # a non-empty text is true: legacy
+    assert eventually(lambda: boot(sim)[2], "0") == "0"
+    w.change_startup_mode(0)
+    assert eventually(lambda: boot(sim)[2], "1") == "1"
+    w.change_startup_mode()
+    assert eventually(lambda: boot(sim)[2], "0") == "0"
+    w.change_startup_mode(mode=[])
+    assert eventually(lambda: boot(sim)[2], "1") == "1"
+
+
+def test_msconfig_from_a_changed_and_an_unchanged_start(fresh, log_lines):
+    w, sim = fresh
+    found = w.modify_msconfig("0", "0", "3")
+    assert found == ("1", "1", "2")
+    assert boot(sim) == ("5", "0", "0")
+    assert [t for t in log_lines.texts() if not t.startswith("[")] == STAGES
+    before = saves(sim)
+    assert w.modify_msconfig(boot_mode="0", effective="0", option_mode="3") == ("0", "0", "3")
+    assert settled(sim, before) == 0
+
+
+def test_msconfig_raises_the_stage_that_did_not_take(fresh):
+    w, sim = fresh
+    # An integer effectiveness never equals the page's text: the mode stays applied, the
+    # option is never reached.
+    with pytest.raises(WebDisplayException) as info:
+        w.modify_msconfig("0", 0, "3")
+    assert str(info.value) == "Set Effective To once Failed "
+    assert boot(sim) == ("2", "1", "0")
+
+    sim.fault({"refuse": ["boot"]})
+    with pytest.raises(WebDisplayException) as info:
+        w.modify_msconfig("1", "1", "2")
+    assert str(info.value) == "Set Boot Mode To uefi Failed "
+    assert boot(sim) == ("2", "1", "0")
+
+
+def test_a_function_replaced_on_the_object_is_the_one_called(fresh):
+    w, sim = fresh
+    calls = []
+    w.get_boot_option = lambda: calls.append("read") or "3"
+    try:
+        assert w.modify_msconfig("1", "1", "3") == ("1", "1", "3")
+        assert calls == ["read"]
+        w.set_boot_option = lambda value: calls.append(value)
+        with pytest.raises(WebDisplayException) as info:
+            w.modify_msconfig("1", "1", "4")
+        assert str(info.value) == "Set Blade Boot Option To CD_ROM_BOOT Failed "
+        assert calls == ["read", "read", "4", "read"]
+        assert boot(sim)[0] == "2"
+    finally:  # the module's functions back on the shared console
+        for name in ("get_boot_option", "set_boot_option"):
+            setattr(w, name, types.MethodType(getattr(home, name), w))
+
+
+class CountingWrapper(VornaWebWrapper):
+    """A harness's subclass that brings its own boot functions: no sibling module, and
+    the mode read and written through its own coding (True for UEFI)."""
+    modules = []
+
+    def __init__(self, params):
+        super(CountingWrapper, self).__init__(params)
+        self.writes = []
+
+    def get_boot_mode(self):
+        return self.web_get_boot_mode() == "1"
+
+    def set_boot_mode(self, value):
+        self.writes.append(value)
+        self.web_set_boot_mode({"mode": "1" if value else "0"})
+
+    def get_boot_option(self):
+        return self.web_get_boot_option()
+
+    def set_effective(self, value):
+        self.web_set_effective({"mode": value})
+
+    def set_boot_option(self, value):
+        self.web_set_boot_option({"option": value})
+
+
+def test_a_subclass_brings_its_own_functions(sim, tmp_path):
+    sim._request("POST", "/__sim/machine", {"boot": {"option": "2", "effective": "1", "mode": "0"}})
+    w = CountingWrapper({"browser": {"screenshot_dir": str(tmp_path)}})
+    try:
+        w.web_login({"bmc": sim.controller()})
+        assert w.modify_msconfig(True, "1", "2") == (False, "1", "2")
+        assert w.writes == [True]
+        assert eventually(lambda: boot(sim)[2], "1") == "1"
+    finally:
+        w.web_close()

@@ -1,0 +1,106 @@
+"""The management IPv4 address through the whole stack. A change ends the browser, so each
+test logs in on its own; the move to a new address runs on a simulator of its own, so the
+shared one stays where it is."""
+import json
+import ssl
+import time
+from urllib.request import Request, urlopen
+
+import pytest
+
+from simulator.server import start_server
+
+OWN_ADDRESS, NEW_ADDRESS = "127.77.0.1", "127.77.0.2"
+
+
+class Controller(object):
+    def __init__(self, local_ip, port):
+        self.local_ip = local_ip
+        self.username = "admin"
+        self.password = "Admin@9000"
+        self.extra_port = {"https": port}
+
+
+def eventually(read, expected, timeout=10):
+    deadline = time.time() + timeout
+    value = read()
+    while value != expected and time.time() < deadline:
+        time.sleep(0.05)
+        value = read()
+    return value
+
+
+def ipv4(sim):
+    return sim.state()["machine"]["network"]["ipv4"]
+
+
+def answers(url):
+    ctx = ssl.create_default_context()
+    ctx.check_hostname = False
+    ctx.verify_mode = ssl.CERT_NONE
+    try:
+        with urlopen(Request(url + "/api/machine"), context=ctx, timeout=5) as r:
+            return json.loads(r.read().decode("utf-8"))["network"]["ipv4"]["address"]
+    except OSError:
+        return None
+
+
+def test_read_refuse_bad_records_and_change_the_gateway(sim, wrapper, log_lines):
+    wrapper.web_login({"bmc": sim.controller()})
+    record = wrapper.get_manage_ipv4()
+    assert list(record.items()) == [("ipv4_address", sim.address), ("ipv4_mask", "255.255.255.0"),
+                                    ("ipv4_gateway", "127.0.0.254")]
+    assert wrapper.get_bmc_ip_addr() == record
+    assert log_lines.texts()[-2:] == ["[getManageIpv4] get manage ipv4 address"] * 2
+
+    lines = len(log_lines.lines)
+    with pytest.raises(KeyError) as info:
+        wrapper._mod_manage_ipv4({"ipv4_address": sim.address, "ipv4_mask": "255.0.0.0"})
+    assert info.value.args == ("ipv4_gateway",)
+    with pytest.raises(TypeError) as info:
+        wrapper.mod_bmc_ip_addr(dict(record, ipv4_mask=24))
+    assert "ipv4_mask" in str(info.value)
+    # Refused before the log line: only the failure pictures were logged.
+    assert [t for t in log_lines.texts()[lines:] if not t.startswith("[screenshot]")] == []
+    assert not wrapper.isClosed()
+    assert ipv4(sim) == {"address": sim.address, "mask": "255.255.255.0", "gateway": "127.0.0.254"}
+
+    try:
+        # The record read goes back unchanged but for the gateway: the address stays.
+        assert wrapper.mod_bmc_ip_addr(params=dict(record, ipv4_gateway="127.0.0.9")) is True
+        assert wrapper.isClosed() and wrapper.isLogin
+        assert log_lines.texts()[-1] == (
+            "[modManageIpv4] ipv4_address:%s ipv4_mask:255.255.255.0 ipv4_gateway:127.0.0.9" % sim.address)
+        assert eventually(lambda: ipv4(sim)["gateway"], "127.0.0.9") == "127.0.0.9"
+        assert ipv4(sim)["address"] == sim.address
+    finally:
+        sim._request("POST", "/__sim/machine", {"network": {"ipv4": {"gateway": "127.0.0.254"}}})
+
+
+def test_a_new_address_moves_the_console_and_the_next_login_follows(wrapper, log_lines):
+    own = start_server(address=OWN_ADDRESS, port=0, https=True)
+    try:
+        bmc = Controller(OWN_ADDRESS, own.port)
+        assert wrapper.web_login({"bmc": bmc}) is True
+        record = wrapper.get_manage_ipv4()
+        assert record["ipv4_address"] == OWN_ADDRESS
+        record["ipv4_address"] = NEW_ADDRESS
+        assert wrapper._mod_manage_ipv4(record) is True
+        assert wrapper.isClosed() and wrapper.bmc_ip == OWN_ADDRESS
+
+        new_url = "https://%s:%d" % (NEW_ADDRESS, own.port)
+        assert eventually(lambda: answers(new_url), NEW_ADDRESS) == NEW_ADDRESS
+        assert answers("https://%s:%d" % (OWN_ADDRESS, own.port)) is None  # the old address is gone
+        assert own.url == new_url
+
+        # The record still names the old address; "ip_address" reaches the new one.
+        assert wrapper.web_login({"bmc": bmc, "ip_address": NEW_ADDRESS}) is True
+        assert wrapper.browser.current_url.startswith(new_url)
+        assert wrapper.get_manage_ipv4() == {"ipv4_address": NEW_ADDRESS, "ipv4_mask": "255.255.255.0",
+                                             "ipv4_gateway": "127.0.0.254"}
+        assert wrapper.bmc_ip == OWN_ADDRESS
+        texts = [e["text"] for e in own.state.snapshot()["oplog"]]
+        assert "Set IPv4 address (%s), mask (255.255.255.0), gateway (127.0.0.254) successfully" % NEW_ADDRESS in texts
+    finally:
+        wrapper.web_close()
+        own.shutdown()

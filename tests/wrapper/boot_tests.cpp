@@ -1,0 +1,394 @@
+// Boot option, effectiveness, boot mode, start-up mode and the three-stage settings call.
+#include <map>
+
+#include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/boot/boot_codes.h"
+#include "tests/wrapper/wrapper_fixture.h"
+#include "webdriver/errors.h"
+
+using marlet::Json;
+using Events = std::vector<std::string>;
+
+namespace {
+
+// The boot settings page of a console: it shows the machine as saved whenever its menu
+// entry opens it; choices on the page stay there until the save and the dialog's OK.
+struct Machine {
+  std::string option = "2";     // page value of StartOptionConf
+  std::string effective = "1";  // "0", "1", or "" for no selection
+  std::string mode = "1";       // "0", "1", or ""
+};
+
+class BootTests : public WrapperTest {
+ protected:
+  void SetUp() override {
+    logged_in();
+    fb->add("id:menu_CONFIGURATION");
+    fb->add("id:menu_BOOTOPTION_SETUP").on_click = [this] { render(); };
+    fb->add("id:saveBootOption").on_click = [this] { dialog = true; };
+    fb->add(R"(xpath://*[@id="saveBootOption"]/span)").on_click = [this] { dialog = true; };
+    fb->add("id:btnDialogOK").on_click = [this] {
+      if (!dialog) return;
+      dialog = false;
+      ++saves;
+      machine = shown();
+    };
+    for (const auto& row : vorna::boot::kOptions) {
+      std::string value = row.page_value;
+      fb->add(std::string("id:StartOptionConf xpath:") + row.entry).on_click = [this, value] {
+        fb->find("id:StartOptionConf")->attributes["value"] = value;
+      };
+    }
+    radio_pair("start_option_once", "start_option_permanent");
+    radio_pair("start_option_legecy", "start_option_uefi");
+    render();
+    fb->events.clear();
+  }
+
+  void radio_pair(const std::string& first, const std::string& second) {
+    auto& a = fb->add("id:" + first);
+    auto& b = fb->add("id:" + second);
+    a.attributes["value"] = "0";
+    b.attributes["value"] = "1";
+    a.on_click = [this, first, second] { check(first, second, "0"); };
+    b.on_click = [this, first, second] { check(first, second, "1"); };
+  }
+  void check(const std::string& first, const std::string& second, const std::string& value) {
+    auto& a = fb->find("id:" + first)->attributes;
+    auto& b = fb->find("id:" + second)->attributes;
+    a.erase("checked");
+    b.erase("checked");
+    if (value == "0") a["checked"] = "true";
+    if (value == "1") b["checked"] = "true";
+  }
+  void render() {
+    fb->find("id:StartOptionConf") ? void() : void(fb->add("id:StartOptionConf"));
+    fb->find("id:StartOptionConf")->attributes["value"] = machine.option;
+    check("start_option_once", "start_option_permanent", machine.effective);
+    check("start_option_legecy", "start_option_uefi", machine.mode);
+    if (tamper) tamper();
+  }
+  Machine shown() {
+    auto pick = [this](const char* first, const char* second) -> std::string {
+      if (fb->find(std::string("id:") + first)->attributes.count("checked")) return "0";
+      if (fb->find(std::string("id:") + second)->attributes.count("checked")) return "1";
+      return "";
+    };
+    return {fb->find("id:StartOptionConf")->attributes["value"], pick("start_option_once", "start_option_permanent"),
+            pick("start_option_legecy", "start_option_uefi")};
+  }
+  Events errors() const {
+    Events out;
+    for (const auto& l : log->lines)
+      if (l.level == marlet::LogLevel::Error) out.push_back(l.text);
+    return out;
+  }
+  void reset() {
+    fb->events.clear();
+    log->lines.clear();
+    clock.clear();
+  }
+
+  Machine machine;
+  std::function<void()> tamper;  // changes the page after each render
+  bool dialog = false;
+  int saves = 0;
+  static inline const Events kOpen = {"click id:menu_CONFIGURATION", "click id:menu_BOOTOPTION_SETUP",
+                                      "frame id:rightMid"};
+  static Events opened(Events rest) {
+    Events all = kOpen;
+    all.insert(all.end(), rest.begin(), rest.end());
+    return all;
+  }
+};
+
+TEST_F(BootTests, CodesMapBothWaysAndNothingElseMaps) {
+  using vorna::boot::code_of_page_value;
+  using vorna::boot::entry_of_code;
+  const std::map<std::string, std::string> pages = {{"0", "0"}, {"1", "1"}, {"2", "2"},
+                                                    {"5", "3"}, {"15", "4"}, {"6", "5"}};
+  for (const auto& [page, code] : pages) EXPECT_EQ(code_of_page_value(page), code) << page;
+  for (const char* outside : {"3", "4", "05", " 5", "", "15 ", "CD_ROM_BOOT"})
+    EXPECT_TRUE(code_of_page_value(std::string(outside)).is_null()) << outside;
+  EXPECT_TRUE(code_of_page_value(std::nullopt).is_null());
+  EXPECT_EQ(entry_of_code("3"), "//option[@reskey='CD_ROM_BOOT']");
+  EXPECT_EQ(entry_of_code("4"), "//option[@reskey='REMOVEABLE_MEDIA_BOOT']");
+  EXPECT_EQ(entry_of_code("5"), "//option[@reskey='BIOS_SETUP']");
+  for (const Json& outside : {Json(3), Json("6"), Json("15"), Json(nullptr), Json(true), Json("")})
+    EXPECT_TRUE(entry_of_code(outside).is_null()) << outside.dump();
+}
+
+TEST_F(BootTests, EqualityIsPythonsWithNoConversionOfText) {
+  using vorna::boot::py_equal;
+  EXPECT_FALSE(py_equal("1", 1));
+  EXPECT_FALSE(py_equal(nullptr, "0"));
+  EXPECT_TRUE(py_equal(nullptr, nullptr));
+  EXPECT_TRUE(py_equal(false, 0));  // a read that found nothing equals a wanted 0
+  EXPECT_TRUE(py_equal(1, true));
+  EXPECT_TRUE(py_equal(1, 1.0));
+  EXPECT_FALSE(py_equal(false, "0"));
+  EXPECT_FALSE(py_equal(false, nullptr));
+}
+
+TEST_F(BootTests, OptionIsReadThroughTheTable) {
+  const std::map<std::string, Json> cases = {{"0", "0"}, {"2", "2"}, {"5", "3"}, {"15", "4"},
+                                             {"6", "5"}, {"3", nullptr}, {"", nullptr}};
+  for (const auto& [page, code] : cases) {
+    machine.option = page;
+    reset();
+    EXPECT_EQ(w.web_get_boot_option(), code) << page;
+    EXPECT_EQ(fb->events, opened({"default content"}));
+    EXPECT_EQ(log->texts(), Events{"[getBootOption] ..."});
+    EXPECT_TRUE(clock.sleeps().empty()) << "the boot settings page opens with no settle";
+  }
+}
+
+TEST_F(BootTests, SettingTheOptionShownTouchesNothing) {
+  machine.option = "5";
+  w.web_set_boot_option({{"option", "3"}});
+  EXPECT_EQ(fb->events, opened({"default content"}));
+  EXPECT_EQ(log->texts(), Events{"[setBootOption] option:3"});
+  // No key on a page value outside the table: null equals null.
+  machine.option = "9";
+  reset();
+  w.web_set_boot_option(Json::object());
+  EXPECT_EQ(fb->events, opened({"default content"}));
+  EXPECT_EQ(log->texts(), Events{"[setBootOption] option:None"});
+  EXPECT_EQ(saves, 0);
+}
+
+TEST_F(BootTests, AnotherOptionIsChosenSavedAndConfirmed) {
+  w.web_set_boot_option({{"option", "4"}});
+  EXPECT_EQ(fb->events, opened({"click id:StartOptionConf xpath://option[@reskey='REMOVEABLE_MEDIA_BOOT']",
+                                "click id:saveBootOption", "default content", "click id:btnDialogOK"}));
+  EXPECT_EQ(machine.option, "15");
+  EXPECT_EQ(saves, 1);
+  EXPECT_EQ(w.web_get_boot_option(), "4");
+}
+
+TEST_F(BootTests, AnOptionOutsideTheTableFailsBeforeAnythingIsSaved) {
+  for (const Json& option : {Json(3), Json("6"), Json(nullptr), Json("CD_ROM_BOOT")}) {
+    reset();
+    EXPECT_THROW(w.web_set_boot_option({{"option", option}}), webdriver::InvalidArgumentException) << option.dump();
+    EXPECT_EQ(fb->events, opened({})) << "the frame stays entered, nothing chosen or saved";
+    EXPECT_EQ(log->texts(), Events{"[setBootOption] option:" + marlet::py::str(option)});
+  }
+  EXPECT_EQ(saves, 0);
+  EXPECT_EQ(machine.option, "2");
+  reset();
+  EXPECT_THROW(w.web_set_boot_option("3"), marlet::TypeError);
+  EXPECT_TRUE(fb->events.empty() && log->lines.empty());
+}
+
+TEST_F(BootTests, RadioPairsAnswerTextTheFirstWinsAndNoneIsFalse) {
+  machine.effective = "0";
+  machine.mode = "0";
+  EXPECT_EQ(w.web_get_effective(), "0");
+  EXPECT_EQ(w.web_get_boot_mode(), "0");
+  machine.effective = "1";
+  machine.mode = "1";
+  EXPECT_EQ(w.web_get_effective(), "1");
+  EXPECT_EQ(w.web_get_boot_mode(), "1");
+  EXPECT_TRUE(errors().empty());
+
+  // Both buttons of each pair report checked: once and legacy win.
+  tamper = [this] {
+    for (auto id : {"start_option_once", "start_option_permanent", "start_option_legecy", "start_option_uefi"})
+      fb->find(std::string("id:") + id)->attributes["checked"] = "true";
+  };
+  EXPECT_EQ(w.web_get_effective(), "0");
+  EXPECT_EQ(w.web_get_boot_mode(), "0");
+
+  // A checked button whose value is not its code does not count; nor does an empty checked.
+  tamper = [this] {
+    fb->find("id:start_option_once")->attributes["value"] = "1";
+    fb->find("id:start_option_legecy")->attributes["checked"] = "";
+  };
+  machine.effective = "0";
+  machine.mode = "0";
+  reset();
+  EXPECT_EQ(w.web_get_effective(), false);
+  EXPECT_EQ(w.web_get_boot_mode(), false);
+  EXPECT_EQ(errors(), (Events{"get Boot Mode error", "get Boot Mode error"}));
+
+  // Nothing selected at all.
+  tamper = nullptr;
+  fb->find("id:start_option_once")->attributes["value"] = "0";
+  machine.effective = "";
+  machine.mode = "";
+  reset();
+  EXPECT_EQ(w.web_get_effective(), false);
+  EXPECT_EQ(fb->events, opened({"default content"}));
+  EXPECT_EQ(w.web_get_boot_mode(), false);
+  EXPECT_EQ(errors(), (Events{"get Boot Mode error", "get Boot Mode error"}));
+}
+
+TEST_F(BootTests, ReadsOfTheModeGoToTheFirstWindowFirst) {
+  fb->windows = {"w-1", "w-2"};
+  EXPECT_EQ(w.web_get_boot_mode(), "1");
+  Events expected = {"window w-1"};
+  expected.insert(expected.end(), kOpen.begin(), kOpen.end());
+  expected.push_back("default content");
+  EXPECT_EQ(fb->events, expected);
+  reset();
+  w.web_get_effective();
+  EXPECT_EQ(fb->events, opened({"default content"})) << "the effectiveness is read in the current window";
+}
+
+TEST_F(BootTests, EffectivenessAndModeAreSetByTheirButtonsAndTheInnerSpan) {
+  w.web_set_effective({{"mode", "0"}});
+  EXPECT_EQ(fb->events, opened({"click id:start_option_once", R"(click xpath://*[@id="saveBootOption"]/span)",
+                                "default content", "click id:btnDialogOK"}));
+  EXPECT_EQ(machine.effective, "0");
+  reset();
+  w.web_set_boot_mode({{"mode", "0"}});
+  Events expected = {"window w-1"};
+  for (auto e : opened({"click id:start_option_legecy", R"(click xpath://*[@id="saveBootOption"]/span)",
+                        "default content", "click id:btnDialogOK"}))
+    expected.push_back(e);
+  EXPECT_EQ(fb->events, expected);
+  EXPECT_EQ(machine.mode, "0");
+  w.web_set_effective({{"mode", "1"}});
+  w.web_set_boot_mode({{"mode", "1"}});
+  EXPECT_EQ(machine.effective, "1");
+  EXPECT_EQ(machine.mode, "1");
+  EXPECT_EQ(saves, 4);
+  EXPECT_TRUE(log->texts().empty()) << "the setters log nothing on success";
+}
+
+TEST_F(BootTests, ModesOtherThanTheTextsZeroAndOneLogAndChangeNothing) {
+  for (const Json& mode : {Json(0), Json(1), Json("2"), Json(nullptr), Json(true), Json(" 1")}) {
+    reset();
+    w.web_set_effective({{"mode", mode}});
+    EXPECT_EQ(fb->events, opened({"default content"})) << mode.dump();
+    w.web_set_boot_mode({{"mode", mode}});
+    EXPECT_EQ(errors(), (Events{"no this mode " + marlet::py::str(mode), "no this mode " + marlet::py::str(mode)}));
+  }
+  EXPECT_EQ(saves, 0);
+  EXPECT_THROW(w.web_set_effective(Json::array({"0"})), marlet::TypeError);
+  EXPECT_THROW(w.web_set_boot_mode(nullptr), marlet::TypeError);
+}
+
+TEST_F(BootTests, StartupModeGoesByTruthWithTheOppositeSense) {
+  const std::pair<Json, const char*> cases[] = {{Json(1), "start_option_legecy"}, {Json("0"), "start_option_legecy"},
+                                                {Json(0), "start_option_uefi"},   {Json(""), "start_option_uefi"},
+                                                {Json(nullptr), "start_option_uefi"}};
+  fb->windows = {"w-1", "w-2"};
+  for (const auto& [mode, button] : cases) {
+    reset();
+    w.change_startup_mode(mode);
+    EXPECT_EQ(fb->events, opened({std::string("click id:") + button, "click id:saveBootOption", "default content",
+                                  "click id:btnDialogOK"}))
+        << mode.dump() << ": no first-window step, the save button itself";
+    EXPECT_EQ(machine.mode, std::string(button) == "start_option_legecy" ? "0" : "1");
+  }
+  w.change_startup_mode();
+  EXPECT_EQ(machine.mode, "0");
+}
+
+// Injected functions of a harness: by default they stand on the page operations, like
+// the module `home`; a test may replace any of them and sees every call.
+class ScriptedSibling final : public vorna::SiblingFunctions {
+ public:
+  explicit ScriptedSibling(vorna::VornaWebWrapper& w) {
+    fns["get_boot_mode"] = [&w](const Json&) { return w.web_get_boot_mode(); };
+    fns["get_boot_option"] = [&w](const Json&) { return w.web_get_boot_option(); };
+    fns["set_boot_mode"] = [&w](const Json& a) { return w.web_set_boot_mode({{"mode", a[0]}}), Json(); };
+    fns["set_boot_option"] = [&w](const Json& a) { return w.web_set_boot_option({{"option", a[0]}}), Json(); };
+    fns["set_effective"] = [&w](const Json& a) { return w.web_set_effective({{"mode", a[0]}}), Json(); };
+  }
+  Json call(const std::string& name, const Json& args) override {
+    calls.push_back(name + args.dump());
+    auto it = fns.find(name);
+    if (it == fns.end()) throw marlet::KeyError(name);
+    return it->second(args);
+  }
+  std::map<std::string, std::function<Json(const Json&)>> fns;
+  Events calls;
+};
+
+class MsconfigTests : public BootTests {
+ protected:
+  void SetUp() override {
+    BootTests::SetUp();
+    w.set_sibling_functions(sibling);
+  }
+  std::shared_ptr<ScriptedSibling> sibling = std::make_shared<ScriptedSibling>(w);
+  static inline const Events kStages = {"设置Boot Mode", "设置Effective", "设置Blade Boot Option"};
+};
+
+TEST_F(MsconfigTests, OnlyTheStagesThatDifferAreWrittenAndTheFoundValuesReturned) {
+  machine = {"5", "1", "1"};  // DVD-ROM, permanent, UEFI
+  Json found = w.modify_msconfig("0", "1", "4");
+  EXPECT_EQ(found, Json::array({"1", "1", "3"})) << "what stood there before, not the read-backs";
+  EXPECT_EQ(machine.mode, "0");
+  EXPECT_EQ(machine.effective, "1");
+  EXPECT_EQ(machine.option, "15");
+  EXPECT_EQ(saves, 2);
+  EXPECT_EQ(sibling->calls, (Events{R"(get_boot_mode[])", R"(set_boot_mode["0"])", R"(get_boot_mode[])",
+                                    R"(get_boot_option[])", R"(set_boot_option["4"])", R"(get_boot_option[])"}));
+  Events info;
+  for (const auto& l : log->lines)
+    if (l.level == marlet::LogLevel::Info && l.text.rfind("[", 0) != 0) info.push_back(l.text);
+  EXPECT_EQ(info, kStages);
+  EXPECT_EQ(fb->events.front(), "window w-1");
+
+  // Already in place: nothing written, the same values back.
+  saves = 0;
+  sibling->calls.clear();
+  EXPECT_EQ(w.modify_msconfig("0", "1", "4"), Json::array({"0", "1", "4"}));
+  EXPECT_EQ(saves, 0);
+  EXPECT_EQ(sibling->calls, (Events{"get_boot_mode[]", "get_boot_option[]"}));
+}
+
+TEST_F(MsconfigTests, AFailedReadBackRaisesItsStagesMessageWithNoRollBack) {
+  machine = {"2", "0", "1"};
+  // An integer effectiveness never equals the page's text: written, read back, refused.
+  try {
+    w.modify_msconfig("0", 1, "3");
+    FAIL() << "no failure";
+  } catch (const marlet::WebDisplayException& e) {
+    EXPECT_STREQ(e.what(), "Set Effective To once Failed ");
+  }
+  EXPECT_EQ(machine.mode, "0") << "the first stage stays applied";
+  EXPECT_EQ(machine.option, "2") << "the third stage never ran";
+  EXPECT_EQ(errors(), Events{"no this mode 1"});
+  auto texts = log->texts();
+  EXPECT_EQ(std::count(texts.begin(), texts.end(), "设置Blade Boot Option"), 0) << "the third stage never began";
+
+  // A writer that does nothing: the first stage's message, whatever was wanted.
+  sibling->fns["set_boot_mode"] = [](const Json&) { return Json(); };
+  try {
+    w.modify_msconfig("1", "0", "3");
+    FAIL() << "no failure";
+  } catch (const marlet::WebDisplayException& e) {
+    EXPECT_STREQ(e.what(), "Set Boot Mode To uefi Failed ");
+  }
+  sibling->fns["set_boot_option"] = [](const Json&) { return Json(); };
+  try {
+    w.modify_msconfig("0", "0", "3");
+    FAIL() << "no failure";
+  } catch (const marlet::WebDisplayException& e) {
+    EXPECT_STREQ(e.what(), "Set Blade Boot Option To CD_ROM_BOOT Failed ");
+  }
+}
+
+TEST_F(MsconfigTests, ReplacedFunctionsAreObeyedAndTheirCodingIsCompared) {
+  // A harness coding of its own: integers for the mode, read and written by its functions.
+  int mode = 0;
+  sibling->fns["get_boot_mode"] = [&mode](const Json&) { return Json(mode); };
+  sibling->fns["set_boot_mode"] = [&mode](const Json& a) { return mode = a[0].get<int>(), Json(); };
+  sibling->fns["get_boot_option"] = [](const Json&) { return Json("2"); };
+  EXPECT_EQ(w.modify_msconfig(1, "1", "2"), Json::array({0, "1", "2"}));
+  EXPECT_EQ(mode, 1);
+  EXPECT_EQ(saves, 0) << "the page was only read, for the effectiveness";
+  EXPECT_EQ(machine.mode, "1");
+
+  // Without injected functions the call fails as a missing attribute, before any stage.
+  w.set_sibling_functions(nullptr);
+  reset();
+  EXPECT_THROW(w.modify_msconfig("1", "1", "2"), marlet::AttributeError);
+  EXPECT_EQ(log->texts(), Events{"设置Boot Mode"});
+}
+
+}  // namespace
