@@ -69,7 +69,7 @@ TEST_F(TabRetryTests, AFirstFailedClickEarnsOneMoreTryAndThePageIsNotReopened) {
   };
   Json fans = w.web_get_fan_web_info();
   EXPECT_EQ(fans.dump(),
-            R"([{"Name":"Fan0","Model":"08038","Speed (RPM)":"8640","Speed Ratio (%)":"45","BOM Code":"31180215"}])");
+            R"J([{"Name":"Fan0","Model":"08038","Speed (RPM)":"8640","Speed Ratio (%)":"45","BOM Code":"31180215"}])J");
   EXPECT_EQ(count("click id:tabFan"), 2);
   EXPECT_EQ(count("click id:menu_SYSTEM_INFO"), 3) << "three clicks on the entry, once";
   EXPECT_EQ(count("click id:menu_INFO"), 1);
