@@ -191,27 +191,43 @@
   var RENDER = {tabFan: renderFans, tabPower: renderPower, tabProcess: renderProcessors, tabMemory: renderMemory,
                 tabCard: renderCards, tabOther: renderOther};
 
-  // Every `.tab` pane is hidden (the storage pane too) and the other inventory panes
-  // emptied, then the clicked tab's pane is shown and filled.
+  // A click on another tab hides every `.tab` pane (the storage pane too), empties the
+  // inventory panes and shows the clicked tab's pane; its tables fill at once, late, or
+  // only from the second click, as the faults say. A click on the open tab changes
+  // nothing once its tables are filled or on their way.
+  var activeTab = null, fill = "none";  // none | pending | filled
   function showTab(tabId) {
-    Array.prototype.forEach.call(document.querySelectorAll(".tab"), function (p) { p.style.display = "none"; });
-    Array.prototype.forEach.call(document.querySelectorAll(".tabs span"), function (s) {
-      s.className = s.id === tabId ? "active" : "";
-    });
-    generation++;
-    Object.keys(RENDER).forEach(function (t) { document.getElementById(PANES[t]).innerHTML = ""; });
-    var pane = document.getElementById(PANES[tabId]);
-    pane.style.display = "block";
-    if (tabId === "tabSystem") { showSystemPane(); return; }
     clicks[tabId] = (clicks[tabId] || 0) + 1;
+    var pane = document.getElementById(PANES[tabId]);
+    // Another script (the storage tab's) may have hidden the pane: then it starts afresh.
+    var open = tabId === activeTab && pane.style.display === "block";
+    if (open && fill !== "none") return;
+    if (!open) {
+      Array.prototype.forEach.call(document.querySelectorAll(".tab"), function (p) { p.style.display = "none"; });
+      Array.prototype.forEach.call(document.querySelectorAll(".tabs span"), function (s) {
+        s.className = s.id === tabId ? "active" : "";
+      });
+      generation++;
+      Object.keys(RENDER).forEach(function (t) { document.getElementById(PANES[t]).innerHTML = ""; });
+      activeTab = tabId;
+      fill = "none";
+      pane.style.display = "block";
+    }
+    if (tabId === "tabSystem") { showSystemPane(); fill = "filled"; return; }
     if ((faults.second_click || []).indexOf(tabId) >= 0 && clicks[tabId] < 2) return;
     tableSeq = 0;
-    var late = (faults.late || {})[tabId], mine = ++generation;
+    var late = (faults.late || {})[tabId], mine = generation;
     if (late) {
-      // Filled late only if no other tab (or a later click) took the page meanwhile.
-      setTimeout(function () { if (mine === generation) RENDER[tabId](pane); }, parseFloat(late) * 1000);
+      fill = "pending";
+      // Filled late only if no other tab took the page meanwhile.
+      setTimeout(function () {
+        if (mine !== generation) return;
+        RENDER[tabId](pane);
+        fill = "filled";
+      }, parseFloat(late) * 1000);
     } else {
       RENDER[tabId](pane);
+      fill = "filled";
     }
   }
 

@@ -27,6 +27,11 @@ def record(name):
         return json.load(f)
 
 
+def said(log_lines, level=None):
+    """The log lines but the pictures' own."""
+    return [t for t in log_lines.texts(level) if not t.startswith("[screenshot] ")]
+
+
 def items(records):
     """Records as lists of (key, value) pairs: equality then includes key order."""
     if isinstance(records, dict):
@@ -77,7 +82,7 @@ def test_power_supplies_with_their_consumption(inv, log_lines):
     expected = [dict(s) for s in INV["power"]["supplies"]]
     expected[0]["ConsumedWatts"], expected[1]["ConsumedWatts"] = "236", "228"
     assert items(w.web_get_power_web_info()) == items(expected)
-    assert log_lines.texts() == ["[getPower] start...", "get Power Consumption Info"]
+    assert said(log_lines) == ["[getPower] start...", "get Power Consumption Info"]
     # One supply, a text naming two (one with a blank before W): the first is joined.
     patch({"power": {"supplies": INV["power"]["supplies"][:1], "consumption": "PS1 :311W PS2: 200 W"}})
     one = w.web_get_power_web_info()
@@ -91,7 +96,7 @@ def test_power_without_its_statistics_field(inv, log_lines):
     sim.fault({"missing": {"power_statistics": ["actual_power"]}})
     supplies = w.web_get_power_web_info()
     assert items(supplies) == items(INV["power"]["supplies"])
-    assert log_lines.lines[-1] == ("warn", "There is no ConsumedWatts Info")
+    assert said(log_lines, "warn") == ["There is no ConsumedWatts Info"]
 
 
 def test_mainboard_and_backplanes(inv):
@@ -109,13 +114,23 @@ def test_mainboard_and_backplanes(inv):
     # It stays in the content frame: the page's own elements are at hand.
     assert w.getTextById("txtBoardID") == board["board_id"]
     w.web_switch_page_logout()
-    # With no PCIe card the backplanes' table is the tab's first.
+    # With no PCIe card the backplanes' table is the tab's first. A body of two rows:
+    # both are backplanes here, while the card reader takes one record from it.
     other = copy.deepcopy(INV["other"])
     other[0]["components"] = []
-    other[1]["components"].append(["Rear Disk Backplane", "Rear", "Vorna", "1", "2 x 2.5\" NVMe", ".A", "1.01",
-                                   "0x0092", "CPU1"])
+    front = other[1]["components"][0]
+    rear = ["Rear Disk Backplane", "Rear", "Vorna", "1", "2 x 2.5\" NVMe", ".A", "1.01", "0x0092", "CPU1"]
+    other[1]["components"] = [{"rows": [front, rear]}]
+    other[1]["name"] = "Disk Backplane(2)"
     patch({"other": other})
-    assert w.get_back_info() == {"Front Disk Backplane": "1.05"}, "one row per body: the second is not a row of the first"
+    assert items(w.get_back_info()) == [("Front Disk Backplane", "1.05"), ("Rear Disk Backplane", "1.01")]
+    w.web_switch_page_logout()
+    assert [b["Name"] for b in w.web_get_hard_back_board_info()] == ["Front Disk Backplane"]
+    # Two bodies of one row each: the second backplane is no second row of a table.
+    other[1]["components"] = [front, rear]
+    patch({"other": other})
+    with pytest.raises(MarletException):
+        w.get_back_info()
     w.web_switch_page_logout()
 
 
@@ -153,7 +168,7 @@ def test_card_tables_with_no_components(inv, log_lines):
         entry["components"] = []
     patch({"other": other})
     assert w.web_get_pcie_web_info() == []
-    assert log_lines.lines[-1] == ("error", "没有获取到PCIE信息标签")
+    assert said(log_lines, "error") == ["没有获取到PCIE信息标签"]
     for reader, text in ((w.web_get_hard_back_board_info, "没有获取到硬盘背板信息标签，《硬盘背板标签》:[]"),
                          (w.web_get_riser_info, "没有获取到Riser卡信息标签，《Riser卡标签》:[]"),
                          (w.get_tpm_info, "没有获取到安全模块信息标签，《安全模块标签》:[]"),
@@ -199,7 +214,7 @@ def test_processors_one_or_all(inv, log_lines):
     # A type that selects nothing leaves the frame entered on the open tab: the inner
     # reader works from there.
     assert items(w.web_get_cpu_info_all()) == cpu_records(True)
-    assert log_lines.texts() == ["[getCpuInfoVorna] get cpu info from vorna."] * 3
+    assert said(log_lines) == ["[getCpuInfoVorna] get cpu info from vorna."] * 3
     patch({"processors": INV["processors"][:1]})
     assert len(w.web_get_cpu_info_vorna({"type": "all"})) == 1
     patch({"processors": []})
@@ -235,7 +250,7 @@ def test_memory_by_titles_with_and_without_part_numbers(inv, log_lines):
     patch({"memory": {"part_number": False, "bom_title": "BOM Code", "modules": modules[:1]}})
     log_lines.lines[:] = []
     assert items(w.web_get_memory_web_info()) == memory_records(modules[:1], pn=False)
-    assert log_lines.texts() == ["[getFan] start...", "No part number exists."]
+    assert said(log_lines) == ["[getFan] start...", "No part number exists."]
     patch({"memory": {"modules": []}})
     with pytest.raises(WebElementException) as e:
         w.web_get_memory_web_info()
@@ -342,7 +357,7 @@ def test_inventory_then_bench_comparisons(inv, log_lines):
     w.compare_back_board(w.web_get_hard_back_board_info(), bench["back_board"])
     w.compare_riser(w.web_get_riser_info(), bench["riser"])
     w.compare_raid(w.web_get_other_raid_info(), bench["raid"])
-    assert "电源实际信息<类型>PAC1600S12 <厂商>Delvoe <额定功率>1600W <输入模式>AC <部件编码>02131877" in log_lines.texts()
+    assert "电源实际信息<类型>PAC1600S12 <厂商>Delvoe <额定功率>1600W <输入模式>AC <部件编码>02131877" in said(log_lines)
     # A supply that the console shows differently is the comparison's difference.
     supplies = copy.deepcopy(INV["power"]["supplies"])
     supplies[1]["Input Mode"] = "DC"
