@@ -178,15 +178,18 @@ def test_card_tables_with_no_components(inv, log_lines):
         assert str(e.value) == text
 
 
-def test_a_row_short_of_cells_fails_within_the_lookup_bound(inv):
+def test_a_row_short_of_cells_fails_within_the_lookup_bound(inv, log_lines):
     w, sim, patch = inv
     other = copy.deepcopy(INV["other"])
     other[2]["components"] = [["Riser1", "Vorna", "1"]]
     patch({"other": other})
     started = time.time()
-    with pytest.raises(MarletException):
+    with pytest.raises(MarletException) as e:
         w.web_get_riser_info()
+    assert "./td[4]" in str(e.value)
     assert time.time() - started < 30
+    pictures = [t for t in log_lines.texts() if t.startswith("[screenshot] ")]
+    assert pictures[-1].endswith("web_get_riser_info_failed.png"), "the failure leaves a picture of the page"
     w.web_switch_page_logout()
 
 
@@ -352,12 +355,14 @@ def test_a_missing_tab_fails_both_runs_of_the_page_retry(inv):
 def test_inventory_then_bench_comparisons(inv, log_lines):
     w, sim, patch = inv
     bench = record("default_bench.json")
+    oplog = sim.oplog()
     w.compare_power(w.web_get_power_web_info(), bench["power"])
     w.compare_pcie(w.web_get_pcie_web_info(), bench["pcie"])
     w.compare_back_board(w.web_get_hard_back_board_info(), bench["back_board"])
     w.compare_riser(w.web_get_riser_info(), bench["riser"])
     w.compare_raid(w.web_get_other_raid_info(), bench["raid"])
     assert "电源实际信息<类型>PAC1600S12 <厂商>Delvoe <额定功率>1600W <输入模式>AC <部件编码>02131877" in said(log_lines)
+    assert sim.oplog() == oplog, "reading the inventory changes nothing on the console"
     # A supply that the console shows differently is the comparison's difference.
     supplies = copy.deepcopy(INV["power"]["supplies"])
     supplies[1]["Input Mode"] = "DC"
