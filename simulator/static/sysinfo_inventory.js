@@ -6,6 +6,11 @@
 //   late: {"tabFan": 1.5}          the tab's tables fill that many seconds after the click
 //   second_click: ["tabMemory"]    the tab's tables fill only from its second click on
 //   no_port_detail: true           a port row's toggle opens no detail row
+//   missing_tab_once: {"tabOther": "t1"}
+//                                  the tab is absent from this page until one page without
+//                                  it has been open for a while (a reader's failed lookup)
+//                                  and left; then present. The text names the occasion, so
+//                                  the same fault can be set again with another text.
 (function () {
   "use strict";
   var m = window.MACHINE || {}, inv = m.inventory || {}, faults = window.SIM_FAULTS || {};
@@ -229,6 +234,25 @@
       RENDER[tabId](pane);
       fill = "filled";
     }
+  }
+
+  // A tab missing until a page without it has been looked at and left: a reader's
+  // second opening of the page (page retry) finds it, a second click on the same page
+  // (tab retry) does not. Kept in sessionStorage, which the frame's loads share.
+  var loadedAt = Date.now(), withheld = [];
+  Object.keys(faults.missing_tab_once || {}).forEach(function (tabId) {
+    var key = "sim.missing_tab_once." + tabId + "." + faults.missing_tab_once[tabId];
+    if (window.sessionStorage.getItem(key)) return;
+    var tab = document.getElementById(tabId);
+    if (tab) tab.parentNode.removeChild(tab);
+    withheld.push(key);
+  });
+  if (withheld.length) {
+    window.addEventListener("pagehide", function () {
+      // A page the driver replaced at once (a repeated menu click) does not count.
+      if (Date.now() - loadedAt < 200) return;
+      withheld.forEach(function (key) { window.sessionStorage.setItem(key, "seen"); });
+    });
   }
 
   Object.keys(PANES).forEach(function (tabId) {

@@ -340,6 +340,20 @@ def test_a_late_table_under_the_tab_loop_and_under_the_tab_retry(inv):
     assert str(e.value).endswith(":[]")
 
 
+def test_a_tab_missing_from_the_first_page_under_the_page_retry_and_the_tab_retry(inv):
+    w, sim, patch = inv
+    token = str(time.time())
+    sim.fault({"missing_tab_once": {"tabOther": token}})
+    # The page retry opens the page again: the second opening has the tab.
+    assert items(w.web_get_riser_info()) == card(INV["other"][2], RISER)
+    # The tab retry clicks again on the same page: the tab is still missing.
+    sim.fault({"missing_tab_once": {"tabFan": token}})
+    with pytest.raises(MarletException) as e:
+        w.web_get_fan_web_info()
+    assert "tabFan" in str(e.value) and not isinstance(e.value, WebElementException)
+    w.web_switch_page_logout()
+
+
 def test_a_missing_tab_fails_both_runs_of_the_page_retry(inv):
     w, sim, patch = inv
     sim.fault({"missing": {"system_info": ["tabOther"]}})
