@@ -255,6 +255,22 @@
     });
   }
 
+  // A click on the console's menu replaces this page: from that moment it offers nothing,
+  // so a driver that looks into the frame at once waits for the new page instead of
+  // clicking a tab of the old one.
+  function leaving(event) {
+    var t = event.target;
+    if (t && t.closest && t.closest('[id^="menu_"]')) document.body.innerHTML = "";
+  }
+  try {
+    if (window.parent !== window) {
+      window.parent.document.addEventListener("click", leaving, true);
+      window.addEventListener("pagehide", function () {
+        try { window.parent.document.removeEventListener("click", leaving, true); } catch (e) { /* top gone */ }
+      });
+    }
+  } catch (e) { /* not framed by the console */ }
+
   Object.keys(PANES).forEach(function (tabId) {
     var tab = document.getElementById(tabId);
     if (tab) tab.addEventListener("click", function () { showTab(tabId); });
