@@ -113,6 +113,9 @@ def test_mainboard_and_backplanes(inv):
     assert w.get_back_info() == {"Front Disk Backplane": "1.05"}
     # It stays in the content frame: the page's own elements are at hand.
     assert w.getTextById("txtBoardID") == board["board_id"]
+    # The RAID card's name where the storage readers look for it.
+    assert w.getTextByXpath("//div[@id='raidTableid']/div/div[2]/div/div[2]/table/tbody/tr[1]/td[1]") == \
+        "RAID Card VR3508"
     w.web_switch_page_logout()
     # With no PCIe card the backplanes' table is the tab's first. A body of two rows:
     # both are backplanes here, while the card reader takes one record from it.
