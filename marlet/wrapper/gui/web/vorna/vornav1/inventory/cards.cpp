@@ -2,6 +2,7 @@
 // with their property lists and ports (each port's detail row opened and closed again).
 #include "marlet/exception/exceptions.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/inventory/inventory_records.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/inventory/system_info_page.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
 namespace vorna {
@@ -60,12 +61,7 @@ Json VornaWebWrapper::get_nic_info() {
 
 Json VornaWebWrapper::web_get_netcard_web_info() {
   logger().info("[getFan] start...");
-  locateElementById("menu_INFO");
-  settle(5);
-  locateElementById("menu_SYSTEM_INFO");
-  settle(5);
-  enter_content_frame();
-  settle(5);
+  open_system_info_settled(*this);
   auto netcardTree = tab_loop(tabs::kCard, 5, "//td[@id='CardTreeL']/ul/li/ul/li");
   _screenshot();
   empty_guard(netcardTree, "没有获取到网络信息标签");
@@ -92,12 +88,7 @@ Json VornaWebWrapper::web_get_netcard_web_info() {
 Json VornaWebWrapper::web_get_fccard_info() {
   logger().info("[getFccardInfo] start...");
   auto get_fc_image = [this] {
-    locateElementById("menu_INFO");
-    settle(5);
-    locateElementById("menu_SYSTEM_INFO");
-    settle(5);
-    enter_content_frame();
-    settle(5);
+    open_system_info_settled(*this);
     auto fccardTree = tab_loop([this] {
       locateElementById(tabs::kCard);
       locateElementByXpath("//*[@id='CardTreeL']/ul/li[2]/span");  // opens the tree's second branch

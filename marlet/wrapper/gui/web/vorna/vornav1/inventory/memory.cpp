@@ -1,6 +1,7 @@
 // The memory modules of tabMemory. Cells are found by their tdtitle, so the console's
 // column order does not matter.
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/inventory/system_info_page.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
 namespace vorna {
@@ -24,12 +25,7 @@ constexpr std::pair<const char*, const char*> kMemoryTitles[] = {
 
 Json VornaWebWrapper::web_get_memory_web_info() {
   logger().info("[getFan] start...");
-  locateElementById("menu_INFO");
-  settle(5);
-  locateElementById("menu_SYSTEM_INFO");
-  settle(5);
-  enter_content_frame();
-  settle(5);
+  open_system_info_settled(*this);
   auto allMemory = tab_loop(tabs::kMemory, 5, "//table[@id='DataTables_Table_0']/tbody/tr");
   _screenshot();
   empty_guard(allMemory, "没有获取到内存信息标签，《内存标签》:%s");

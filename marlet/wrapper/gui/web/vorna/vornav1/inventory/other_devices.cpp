@@ -1,6 +1,7 @@
 // Every entry of tabOther's list, each table's columns named by its own header row.
 #include "marlet/exception/exceptions.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/inventory/inventory_records.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/inventory/system_info_page.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
 namespace vorna {
@@ -13,12 +14,7 @@ std::string entry_name(const std::string& name) {
 
 Json VornaWebWrapper::web_get_other_devices_info() {
   logger().info("[getFan] start...");
-  locateElementById("menu_INFO");
-  settle(5);
-  locateElementById("menu_SYSTEM_INFO");
-  settle(5);
-  enter_content_frame();
-  settle(5);
+  open_system_info_settled(*this);
   auto otherDevicesTable = tab_loop(tabs::kOther, 5, "//div[@id='otherTableid']/ul/li");
   settle(10);
   _screenshot();
