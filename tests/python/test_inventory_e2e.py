@@ -89,6 +89,10 @@ def test_power_supplies_with_their_consumption(inv, log_lines):
     assert len(one) == 1 and one[0]["ConsumedWatts"] == "311"
     patch({"power": {"consumption": "PS1: 311 W"}})
     assert "ConsumedWatts" not in w.web_get_power_web_info()[0]
+    patch({"power": {"supplies": []}})
+    with pytest.raises(WebElementException) as e:
+        w.web_get_power_web_info()
+    assert str(e.value) == "没有获取到电源信息标签，《电源标签》:[]"
 
 
 def test_power_without_its_statistics_field(inv, log_lines):
@@ -296,6 +300,10 @@ def test_network_and_fc_cards(inv):
     with pytest.raises(WebElementException) as e:
         w.web_get_fccard_info()
     assert str(e.value) == "没有获取到FC卡信息"
+    patch({"cards": {"branches": [dict(nets, cards=[]), dict(fcs, cards=[])]}})
+    with pytest.raises(WebElementException) as e:
+        w.web_get_netcard_web_info()
+    assert str(e.value) == "没有获取到网络信息标签"
 
 
 def test_a_port_detail_that_never_appears(inv):
