@@ -6,6 +6,7 @@ drives headless Firefox through VornaWebWrapper as a test harness would.
 from __future__ import print_function
 
 import argparse
+import json
 import logging
 import os
 import subprocess
@@ -40,6 +41,45 @@ def start_simulator():
     raise SystemExit("the console simulator did not start")
 
 
+def load_record(name):
+    with open(os.path.join(ROOT, "simulator", "scenarios", "records", name), encoding="utf-8") as f:
+        return json.load(f)
+
+
+def compare(step, comparison, *args):
+    """Runs one bench comparison and prints its result: agreed, or the first difference."""
+    from marlet.exception.marlet_exception import MarletException
+    try:
+        comparison(*args)
+        print("%s: agrees" % step)
+    except MarletException as e:
+        print("%s: differs: %s" % (step, e))
+
+
+def read_and_compare_inventory(wrapper):
+    """Reads the machine's inventory from the console and holds the power supplies and
+    the memory against the bench table and the operating system's record shipped with
+    the simulator's default scenario."""
+    bench = load_record("default_bench.json")
+    os_memory = load_record("default_os_memory.json")
+    print("mainboard:", wrapper.web_get_main_board_info())
+    fans = wrapper.web_get_fan_web_info()
+    print("fans: %d, first %s" % (len(fans), fans[0]))
+    supplies = wrapper.web_get_power_web_info()
+    for supply in supplies:
+        print("power supply %s: %s, %s rated, consuming %s W"
+              % (supply["Slot"], supply["Type"], supply["Rated Power"], supply.get("ConsumedWatts", "?")))
+    cpus = wrapper.web_get_cpu_info_vorna({"type": "all"})
+    print("processors: %s" % ", ".join("%s %s (%s cores)" % (c["CPU_name"], c["Model_name"], c["Core(s)_per_socket"])
+                                       for c in cpus))
+    memory = wrapper.web_get_memory_web_info()
+    print("memory modules: %d, first %s %s" % (len(memory), memory[0]["name"], memory[0]["capacity"]))
+    print("PCIe cards:", [c["CardDescription"] for c in wrapper.web_get_pcie_web_info()])
+    print("network cards:", [(c.get("Name:"), len(c["portInfos"])) for c in wrapper.web_get_netcard_web_info()])
+    compare("power supplies against the bench table", wrapper.compare_power, supplies, bench["power"])
+    compare("memory against the operating system", wrapper.compare_memory, memory, os_memory)
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--time-scale", type=float, default=0.1,
@@ -67,6 +107,7 @@ def main():
         print("firmware versions:", wrapper.web_get_firmware_version())
         print("power state:", wrapper.web_get_power_status())
         print("power figures:", wrapper.web_get_power_capping_info({}))
+        read_and_compare_inventory(wrapper)
         print("picture of the console:", wrapper._screenshot("demo"))
         wrapper.web_logout()
         print("logged out; isLogin =", wrapper.isLogin)

@@ -181,6 +181,29 @@ class VornaWebWrapper : public marlet::WebBase {
   // (end of firmware and diagnostics)
 
   // ---- inventory readers (inventory/) ----
+  // The system information page, tab by tab. Each reader returns records of the cells'
+  // texts as the console shows them, in page order.
+  Json web_get_main_board_info();
+  // Backplane name -> version; returns with the content frame entered.
+  Json get_back_info();
+  Json web_get_fan_web_info();
+  // With "ConsumedWatts" joined in from the power statistics page where it names a supply.
+  Json web_get_power_web_info();
+  // The four card tables of tabOther: one record per table body, from its first row.
+  Json web_get_pcie_web_info();
+  Json web_get_hard_back_board_info();
+  Json web_get_riser_info();
+  Json web_get_other_raid_info();
+  Json get_tpm_info();
+  // params["type"]: "single" or "all"; anything else gives null (frame left entered).
+  Json web_get_cpu_info_vorna(const Json& params);
+  Json web_get_cpu_info_vorna_single();
+  Json web_get_cpu_info_all();
+  Json web_get_memory_web_info();
+  Json get_nic_info();
+  Json web_get_netcard_web_info();
+  Json web_get_fccard_info();
+  Json web_get_other_devices_info();
 
   // (end of inventory readers)
 
@@ -293,6 +316,34 @@ class VornaWebWrapper : public marlet::WebBase {
   }
   // The texts of "./td[1]" .. "./td[columns]" of one table row.
   std::vector<std::string> row_read(Element& row, int columns);
+  // Up to `attempts` runs of `attempt` (tab click, settle, lookup); the first run that
+  // finds an element ends the loop. Nothing is caught: a raised failure ends the reader.
+  template <class F>
+  std::vector<Element> tab_loop(F&& attempt, int attempts = 3) {
+    std::vector<Element> found;
+    for (int i = 0; i < attempts; ++i) {
+      found = attempt();
+      if (!found.empty()) break;
+    }
+    return found;
+  }
+  // The plain loop: click the tab, settle, quiet lookups of `rows_xpath`.
+  std::vector<Element> tab_loop(const std::string& tab_id, double settle_seconds, const std::string& rows_xpath);
+  // When the lookup found nothing: leaves the content frame and raises
+  // WebElementException with `message`, whose "%s" (if any) shows the empty list, "[]".
+  void empty_guard(const std::vector<Element>& found, const std::string& message);
+  // Column finders. By position: the text of "./td[n]". By title: the text of the cell
+  // whose tdtitle attribute is `title` (`quote` is the XPath quote the page's readers
+  // use). By header row: the labels of a header row's cells (empty ones kept, so later
+  // columns keep their positions), and one row read against them, insert-if-absent.
+  static std::string cell_text(Element& row, int column);
+  static std::string titled_cell_text(Element& row, const std::string& title, char quote = '"');
+  static std::vector<std::string> header_labels(std::vector<Element>& header_cells, const std::string& label_xpath);
+  static Json row_by_header(Element& row, const std::vector<std::string>& labels);
+  // Every run of decimal digits in `text`, left to right ("\d+", all matches).
+  static std::vector<std::string> digit_runs(const std::string& text);
+  // digit_runs(text)[index], or IndexError "list index out of range".
+  static std::string digit_run(const std::string& text, size_t index);
 
   // A picture after a failed operation, best effort: never throws.
   void screenshot_after_failure(const std::string& operation) noexcept;

@@ -1,0 +1,40 @@
+// Every entry of tabOther's list, each table's columns named by its own header row.
+#include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/inventory/inventory_records.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/inventory/system_info_page.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
+
+namespace vorna {
+namespace py = marlet::py;
+
+std::string entry_name(const std::string& name) {
+  // re.findall("^[^\(]*", name)[0].strip(): all up to the first "(".
+  return py::strip(name.substr(0, name.find('(')));
+}
+
+Json VornaWebWrapper::web_get_other_devices_info() {
+  logger().info("[getFan] start...");
+  open_system_info_settled(*this);
+  auto otherDevicesTable = tab_loop(tabs::kOther, 5, "//div[@id='otherTableid']/ul/li");
+  settle(10);
+  _screenshot();
+  empty_guard(otherDevicesTable, "没有获取到其他设备信息标签");
+  Json otherDevicesInfos = Json::array();
+  for (auto& oneDeviceInfo : otherDevicesTable) {
+    Json record = Json::object();
+    auto infoName = oneDeviceInfo.get_attribute("name");
+    if (!infoName) throw marlet::TypeError("expected string or bytes-like object");
+    record.emplace("name", entry_name(*infoName));
+    auto theadTable = oneDeviceInfo.find_elements_by_xpath("./div[2]/div/div/div[2]/div/div[1]/div/table/thead/tr/th");
+    auto tbodyTable = oneDeviceInfo.find_elements_by_xpath("./div[2]/div/div/div[2]/div/div[2]/table/tbody/tr");
+    auto keys = header_labels(theadTable, "./div/label");
+    Json infoList = Json::array();
+    for (auto& tbody : tbodyTable) infoList.push_back(row_by_header(tbody, keys));
+    record.emplace("info", std::move(infoList));
+    otherDevicesInfos.push_back(std::move(record));
+  }
+  leave_content_frame();
+  return otherDevicesInfos;
+}
+
+}  // namespace vorna

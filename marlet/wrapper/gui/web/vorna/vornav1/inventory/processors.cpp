@@ -1,0 +1,91 @@
+// The processors of tabProcess: a block of label and value rows per processor, three of
+// whose texts give numbers (digit runs).
+#include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
+
+namespace vorna {
+namespace py = marlet::py;
+
+namespace {
+constexpr const char* kNoCpu = "没有获取到CPU信息标签";
+
+std::string row_text(Element& block, int row) {
+  return block.find_element_by_xpath("./tr[" + std::to_string(row) + "]/td[2]/span").text();
+}
+
+// Rows 1 to 7 of a processor's block: the ten keys both readers share.
+Json common_fields(Element& cpuPermutation) {
+  Json cpuInfo = Json::object();
+  cpuInfo.emplace("CPU_name", row_text(cpuPermutation, 1));
+  cpuInfo.emplace("Manufacturer", row_text(cpuPermutation, 2));
+  cpuInfo.emplace("Model_name", row_text(cpuPermutation, 3));
+  cpuInfo.emplace("CPU_ID", row_text(cpuPermutation, 4));
+  cpuInfo.emplace("CPU_MHz", VornaWebWrapper::digit_run(row_text(cpuPermutation, 5), 0));
+  std::string cores = row_text(cpuPermutation, 6);
+  cpuInfo.emplace("Core(s)_per_socket", VornaWebWrapper::digit_run(cores, 0));
+  cpuInfo.emplace("Thread(s)_per_socket", VornaWebWrapper::digit_run(cores, 1));
+  std::string caches = row_text(cpuPermutation, 7);
+  cpuInfo.emplace("L1_cache", VornaWebWrapper::digit_run(caches, 0));
+  cpuInfo.emplace("L2_cache", VornaWebWrapper::digit_run(caches, 1));
+  cpuInfo.emplace("L3_cache", VornaWebWrapper::digit_run(caches, 2));
+  return cpuInfo;
+}
+}  // namespace
+
+Json VornaWebWrapper::web_get_cpu_info_vorna(const Json& params) {
+  if (!params.is_object())
+    throw marlet::TypeError(py::format("web_get_cpu_info_vorna() params must be a dict, not %s", py::type_name(params)));
+  Json requestType = py::get(params, "type");
+  logger().info("[getCpuInfoVorna] get cpu info from vorna.");
+  locateElementById("menu_INFO");
+  settle(5);
+  locateElementById("menu_SYSTEM_INFO");
+  settle(5);
+  enter_content_frame();
+  tab_retry(tabs::kProcess, 10, [] { return 0; });
+  if (requestType == "single") return web_get_cpu_info_vorna_single();
+  if (requestType == "all") return web_get_cpu_info_all();
+  return nullptr;  // the content frame stays entered
+}
+
+Json VornaWebWrapper::web_get_cpu_info_vorna_single() {
+  std::optional<Element> cpuPermutation;
+  try {
+    cpuPermutation = quiet_lookup("//div[@id='cpupermutation']/div[1]/div/table/tbody");
+  } catch (const marlet::MarletException&) {
+  }
+  if (!cpuPermutation) {
+    leave_content_frame();
+    throw marlet::WebElementException(kNoCpu);
+  }
+  Json cpuInfo = common_fields(*cpuPermutation);
+  leave_content_frame();
+  return cpuInfo;
+}
+
+Json VornaWebWrapper::web_get_cpu_info_all() {
+  std::optional<Element> cpuPermutations;
+  try {
+    cpuPermutations = quiet_lookup("//div[@id='cpupermutation']");
+  } catch (const marlet::MarletException&) {
+  }
+  if (!cpuPermutations) {
+    leave_content_frame();
+    throw marlet::WebElementException(kNoCpu);
+  }
+  auto cpuList = cpuPermutations->find_elements_by_xpath("./div[@class='monitor']");
+  Json cpuInfos = Json::array();
+  for (auto& block : cpuList) {
+    Element cpuPermutation = block.find_element_by_xpath("./div/table/tbody");
+    Json cpuInfo = common_fields(cpuPermutation);
+    cpuInfo.emplace("CPU_Status", row_text(cpuPermutation, 8));
+    cpuInfo.emplace("Bom_Code", row_text(cpuPermutation, 9));
+    cpuInfo.emplace("CPU_SN", row_text(cpuPermutation, 10));
+    cpuInfo.emplace("Others", row_text(cpuPermutation, 11));
+    cpuInfos.push_back(std::move(cpuInfo));
+  }
+  leave_content_frame();
+  return cpuInfos;
+}
+
+}  // namespace vorna
