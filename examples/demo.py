@@ -1,4 +1,5 @@
-"""An example harness script: log into a console, show what happened, log out.
+"""An example harness script: log into a console, read identity, power, inventory and
+storage, compare them against the bench records shipped with the simulator, log out.
 
 Starts the console simulator on loopback over HTTPS unless --url names a console, then
 drives headless Firefox through VornaWebWrapper as a test harness would.
@@ -80,6 +81,26 @@ def read_and_compare_inventory(wrapper):
     compare("memory against the operating system", wrapper.compare_memory, memory, os_memory)
 
 
+def read_and_compare_storage(wrapper):
+    """Reads the RAID controller, the disks and the logical drives from the console and
+    holds them against the operating system's storage record shipped with the simulator.
+    The controller panes do not show the RAID levels a controller supports: the harness
+    supplies them (here, the levels the simulated controller's configuration panel offers)."""
+    record = load_record("default_os_storage.json")
+    with open(os.path.join(ROOT, "simulator", "scenarios", "default.json"), encoding="utf-8") as f:
+        levels = ", ".join(json.load(f)["storage"]["controllers"][0]["levels"])
+    raid = wrapper.web_get_raid_web_info()  # one controller: its record itself
+    print("RAID controller: %s, firmware %s, %s" % (raid["cardname"], raid["firmware_version"], raid["health_status"]))
+    web_raid = {"0": {"name": raid["name"], "firmware_version": raid["firmware_version"],
+                      "health status": raid["health_status"], "supported raid levels": levels,
+                      "memory size": raid["memory_size"], "device interface": raid["device_interface"]}}
+    disks = wrapper.get_storage_info({"raid_disk": True})
+    print("disks by controller:", {k: sorted(v) for k, v in disks.items()})
+    print("logical drives:", wrapper.web_get_logical_driver_info())
+    compare("storage against the operating system", wrapper.compare_storage,
+            web_raid, record["raidInfo"], disks, record["diskInfo"])
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--time-scale", type=float, default=0.1,
@@ -108,6 +129,7 @@ def main():
         print("power state:", wrapper.web_get_power_status())
         print("power figures:", wrapper.web_get_power_capping_info({}))
         read_and_compare_inventory(wrapper)
+        read_and_compare_storage(wrapper)
         print("picture of the console:", wrapper._screenshot("demo"))
         wrapper.web_logout()
         print("logged out; isLogin =", wrapper.isLogin)
