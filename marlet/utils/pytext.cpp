@@ -460,27 +460,31 @@ char32_t upper_of(char32_t c) {
   return c;
 }
 
-}  // namespace
-
-std::string upper(std::string_view s) {
+// Maps every character through `of`, re-encoding as UTF-8; a stray byte stays as it is.
+// `sharp_s`, when given, replaces U+00DF (str.upper() turns it into two letters).
+std::string map_letters(std::string_view s, char32_t (*of)(char32_t), const char* sharp_s) {
   std::string out;
   out.reserve(s.size());
   for (size_t i = 0; i < s.size();) {
     char32_t cp;
     size_t len = decode(s, i, cp);
     if (len == 1 && static_cast<unsigned char>(s[i]) >= 0x80) {
-      out += s[i];  // a stray byte stays as it is
-    } else if (cp == 0xdf) {
-      out += "SS";
+      out += s[i];
+    } else if (cp == 0xdf && sharp_s) {
+      out += sharp_s;
     } else if (len == 1) {
-      out += static_cast<char>(upper_of(cp));
+      out += static_cast<char>(of(cp));
     } else {
-      encode(upper_of(cp), out);
+      encode(of(cp), out);
     }
     i += len;
   }
   return out;
 }
+
+}  // namespace
+
+std::string upper(std::string_view s) { return map_letters(s, upper_of, "SS"); }
 
 std::string format_list(std::string_view fmt, const std::vector<std::string>& args) {
   std::string out;
@@ -520,23 +524,7 @@ char32_t lower_of(char32_t c) {
 
 }  // namespace
 
-std::string lower(std::string_view s) {
-  std::string out;
-  out.reserve(s.size());
-  for (size_t i = 0; i < s.size();) {
-    char32_t cp;
-    size_t len = decode(s, i, cp);
-    if (len == 1 && static_cast<unsigned char>(s[i]) >= 0x80) {
-      out += s[i];  // a stray byte stays as it is
-    } else if (len == 1) {
-      out += static_cast<char>(lower_of(cp));
-    } else {
-      encode(lower_of(cp), out);
-    }
-    i += len;
-  }
-  return out;
-}
+std::string lower(std::string_view s) { return map_letters(s, lower_of, nullptr); }
 
 std::string drop_last(std::string_view s) {
   if (s.empty()) return {};

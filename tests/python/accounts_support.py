@@ -1,24 +1,15 @@
 """Helpers of the accounts' end-to-end tests: polling the simulator's users, and a second
 simulator on the standard HTTPS port of a loopback address, which the logins from params
 need since they form their URL without a port."""
-import time
 
 import pytest
 
 from simulator.server import start_server
 
+from tests.python.console import eventually
+
 # Loopback addresses tried in turn for port 443; the shared simulator keeps 127.0.0.1.
 ADDRESSES_443 = ["127.0.0.%d" % i for i in range(2, 10)]
-
-
-def eventually(read, expected, timeout=10):
-    """The console saves in the background after a click: poll briefly, bounded."""
-    deadline = time.time() + timeout
-    value = read()
-    while value != expected and time.time() < deadline:
-        time.sleep(0.05)
-        value = read()
-    return value
 
 
 def users(sim):

@@ -1,5 +1,7 @@
 """A console logged in once for a whole test module: most end-to-end tests read or change
 the machine through one login, which saves a browser start and a login per test."""
+import time
+
 from marlet.utils.time import set_time_scale
 from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
 from tests.python.pace import TIME_SCALE
@@ -15,3 +17,22 @@ def logged_in_console(simulator, tmp_path_factory, scenario="default"):
     yield w, simulator
     simulator.fault({"clear": True})
     w.web_close()
+
+
+def eventually(read, accept, timeout=20):
+    """The console saves in the background after a click: polls `read()` until its value
+    equals `accept` (or `accept(value)` holds, for a predicate) or `timeout` seconds pass,
+    and returns the last value read."""
+    holds = accept if callable(accept) else (lambda value: value == accept)
+    deadline = time.time() + timeout
+    value = read()
+    while not holds(value) and time.time() < deadline:
+        time.sleep(0.05)
+        value = read()
+    return value
+
+
+def patch(sim, machine):
+    """Changes the machine in place (maps merge, anything else replaces); the login
+    survives, where a scenario load would end it."""
+    sim._request("POST", "/__sim/machine", machine)

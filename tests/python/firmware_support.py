@@ -3,11 +3,11 @@ once per module whose browser downloads into a folder of the module's own, and b
 polls of the simulator's state and of the download folder."""
 import os
 import tarfile
-import time
 
 from marlet.utils.time import set_time_scale
 from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
 from tests.python.pace import TIME_SCALE
+from tests.python.console import eventually, patch
 
 
 def console_with_downloads(simulator, tmp_path_factory, scenario="default"):
@@ -21,21 +21,6 @@ def console_with_downloads(simulator, tmp_path_factory, scenario="default"):
     yield w, simulator, downloads
     simulator.fault({"clear": True})
     w.web_close()
-
-
-def patch(sim, machine):
-    """Changes the machine in place (maps merge, lists replace); the login survives."""
-    sim._request("POST", "/__sim/machine", machine)
-
-
-def eventually(read, accept, timeout=20):
-    """Polls `read()` until `accept(value)` holds or `timeout` seconds pass; the last value."""
-    deadline = time.time() + timeout
-    value = read()
-    while not accept(value) and time.time() < deadline:
-        time.sleep(0.1)
-        value = read()
-    return value
 
 
 def complete_archive(path):

@@ -4,7 +4,8 @@ console's controller records into the form the storage comparison reads."""
 import copy
 import json
 import os
-import time
+
+from tests.python.console import eventually
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 SCENARIOS = os.path.join(ROOT, "simulator", "scenarios")
@@ -27,16 +28,6 @@ def set_storage(sim, storage):
 
 def storage_of(sim):
     return sim.state()["machine"]["storage"]
-
-
-def eventually(read, accept, timeout=10):
-    """The console saves after OK in the background: poll the simulator, bounded."""
-    deadline = time.time() + timeout
-    value = read()
-    while not accept(value) and time.time() < deadline:
-        time.sleep(0.05)
-        value = read()
-    return value
 
 
 def controllers_by_index(raid_info):

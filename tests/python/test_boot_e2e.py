@@ -10,18 +10,9 @@ from marlet.exception.webdisplayexception import WebDisplayException
 from marlet.wrapper.gui.web.vorna.vornav1.function import home
 from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
 from tests.python.console import logged_in_console
+from tests.python.console import eventually
 
 STAGES = ["设置Boot Mode", "设置Effective", "设置Blade Boot Option"]
-
-
-def eventually(read, expected, timeout=10):
-    """The console saves in the background after OK: poll the simulator briefly."""
-    deadline = time.time() + timeout
-    value = read()
-    while value != expected and time.time() < deadline:
-        time.sleep(0.05)
-        value = read()
-    return value
 
 
 def boot(sim):

@@ -5,14 +5,10 @@ import pytest
 from marlet.exception.marlet_exception import MarletException
 from marlet.exception.webdriverexception import WebDriverException
 from tests.python.console import logged_in_console
+from tests.python.console import patch
 
 INSTALL_AGENT = ("To enable complete software information to be displayed, "
                  "install Tolmar 2.0 and start it on the OS.")
-
-
-def patch(sim, machine):
-    """Changes the machine in place; the login survives (a scenario load would end it)."""
-    sim._request("POST", "/__sim/machine", machine)
 
 
 @pytest.fixture(scope="module")

@@ -3,12 +3,13 @@ test logs in on its own; the move to a new address runs on a simulator of its ow
 shared one stays where it is."""
 import json
 import ssl
-import time
 from urllib.request import Request, urlopen
 
 import pytest
 
 from simulator.server import start_server
+
+from tests.python.console import eventually
 
 OWN_ADDRESS, NEW_ADDRESS = "127.77.0.1", "127.77.0.2"
 
@@ -19,15 +20,6 @@ class Controller(object):
         self.username = "admin"
         self.password = "Admin@9000"
         self.extra_port = {"https": port}
-
-
-def eventually(read, expected, timeout=10):
-    deadline = time.time() + timeout
-    value = read()
-    while value != expected and time.time() < deadline:
-        time.sleep(0.05)
-        value = read()
-    return value
 
 
 def ipv4(sim):

@@ -5,25 +5,11 @@ import time
 import pytest
 
 from tests.python.console import logged_in_console
-
-
-def eventually(read, expected, timeout=10):
-    """The console saves in the background after OK: poll the simulator briefly."""
-    deadline = time.time() + timeout
-    value = read()
-    while value != expected and time.time() < deadline:
-        time.sleep(0.05)
-        value = read()
-    return value
+from tests.python.console import eventually, patch
 
 
 def power(sim):
     return sim.state()["machine"]["power"]
-
-
-def patch(sim, machine):
-    """Changes the machine in place; the login survives (a scenario load would end it)."""
-    sim._request("POST", "/__sim/machine", machine)
 
 
 @pytest.fixture(scope="module")

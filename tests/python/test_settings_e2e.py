@@ -9,27 +9,13 @@ import pytest
 from marlet.exception.marlet_exception import MarletException
 from marlet.exception.webdisplayexception import WebDisplayException
 from tests.python.console import logged_in_console
+from tests.python.console import eventually, patch
 
 TIME_RE = re.compile(r"^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d$")
 
 
-def eventually(read, expected, timeout=10):
-    """The console saves in the background: poll the simulator's state, bounded."""
-    deadline = time.time() + timeout
-    value = read()
-    while value != expected and time.time() < deadline:
-        time.sleep(0.05)
-        value = read()
-    return value
-
-
 def settings(sim):
     return sim.state()["machine"]["settings"]
-
-
-def patch(sim, machine):
-    """Changes the machine in place; the login survives (a scenario load would end it)."""
-    sim._request("POST", "/__sim/machine", machine)
 
 
 def oplog_texts(sim):
