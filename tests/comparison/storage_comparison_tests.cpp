@@ -13,7 +13,7 @@ const Json kOsController = {{"Model", "RAID 9560"}, {"Firmware Version", "5.1"},
 const Json kDisk = {{"Interface Type", "SAS"}, {"Model", "ST1200"}, {"Serial Number", "WFK0"},
                     {"Firmware Version", "E004"}, {"Firmware State", "ONLINE"}, {"Capacity", "1.091 TB"},
                     {"Capable Speed", "12 Gbps"}, {"Negotiated Speed", "12 Gbps"}};
-const Json kOsDisk = {{"PD Type", "SAS"}, {"Model", "SEAGATE ST1200MM"}, {"Serial Number", "WFK0ABCD"},
+const Json kOsDisk = {{"PD Type", "SAS"}, {"Model", "STRATALINE ST1200MM"}, {"Serial Number", "WFK0ABCD"},
                       {"Device Firmware Level", "E004"}, {"Firmware state", "Online, Spun Up"},
                       {"Raw Size", "1.091 TB [0x8bba0cb0 Sectors]"}, {"Device Speed", "12.0Gb/s"},
                       {"Link Speed", "12.0Gb/s"}};
@@ -52,7 +52,7 @@ TEST_F(StorageComparison, AgreeingSidesLogStagesControllersAndDisksNormalised) {
                 "对比RAID信息", kWebControllerLine, kOsControllerLine, "对比物理盘信息",
                 "web下查询信息 硬盘名称：Slot0，接口类型：SAS，型号：ST1200，序列号：WFK0，固件版本：E004，"
                 "固件状态：ONLINE，容量：1117.184 GB，支持的速率：12 Gbps，协商速率：12 Gbps",
-                "os下查询信息 硬盘名称：PD 0，接口类型：SAS，型号：SEAGATE ST1200MM，序列号：WFK0ABCD，"
+                "os下查询信息 硬盘名称：PD 0，接口类型：SAS，型号：STRATALINE ST1200MM，序列号：WFK0ABCD，"
                 "固件版本：E004，固件状态：Online, Spun Up，容量：1117.184 GB，支持的速率：12.0Gb/s，协商速率：12.0Gb/s"}));
 }
 
@@ -68,7 +68,7 @@ TEST_F(StorageComparison, EachFieldRaisesItsMessageConsoleFirst) {
       {sides({}, {{"On Board Memory Size", "4096 MB"}}), "内存容量不一致，《bmc web》:4096MB,《os》:4096 MB"},
       {sides({{"device interface", "SAS-12G"}}), "设备接口不一致，《bmc web》:SAS-12G,《os》:SAS 12G"},
       {sides({}, {}, {{"Interface Type", "SATA"}}), "接口类型不一致 《bmc web》:SATA,《os》:SAS"},
-      {sides({}, {}, {{"Model", "ST1200MM X"}}), "型号不一致 《bmc web》:ST1200MM X,《os》:SEAGATE ST1200MM"},
+      {sides({}, {}, {{"Model", "ST1200MM X"}}), "型号不一致 《bmc web》:ST1200MM X,《os》:STRATALINE ST1200MM"},
       {sides({}, {}, {}, {{"Serial Number", "WFK"}}), "序列号不一致 《bmc web》:WFK0,《os》:WFK"},
       {sides({}, {}, {{"Firmware Version", "E005"}}), "固件版本不一致 《bmc web》:E005,《os》:E004"},
       {sides({}, {}, {{"Firmware State", "Online"}}), "固件状态不一致 《bmc web》:Online,《os》:Online, Spun Up"},
@@ -166,9 +166,9 @@ TEST_F(StorageComparison, BrokenInputFailsWithPythonKinds) {
 
   // A broken system disk fails only after the console's side of that disk is logged.
   Sides broken = sides();
-  broken.disk["c0"]["PD 0"] = "SEAGATE";
+  broken.disk["c0"]["PD 0"] = "STRATALINE";
   log.lines.clear();
-  EXPECT_EQ(run(broken, log), (Failure{"TypeError", "diskInfo['c0']['PD 0'] must be a dict, not str: 'SEAGATE'"}));
+  EXPECT_EQ(run(broken, log), (Failure{"TypeError", "diskInfo['c0']['PD 0'] must be a dict, not str: 'STRATALINE'"}));
   ASSERT_FALSE(log.texts().empty());
   EXPECT_EQ(log.texts().back().rfind("web下查询信息 硬盘名称：Slot0", 0), 0u) << log.texts().back();
 }

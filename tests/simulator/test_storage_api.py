@@ -30,7 +30,7 @@ def test_the_default_machine_agrees_with_its_record():
         record = json.load(f)
     storage = State("default").machine["storage"]
     controllers = storage["controllers"]
-    assert [c["title"] for c in controllers] == ["RAID Card VR3508", "PCIe Card HBA9500-8i"]
+    assert [c["title"] for c in controllers] == ["RAID Card VR3508", "PCIe Card HBA7700-8i"]
     assert len(controllers[0]["logical_drives"]) == 2
     assert sum(len(d["disks"]) for d in controllers[0]["logical_drives"]) == 6
     assert len(controllers[0]["disks"]) == 8 and len(controllers[1]["disks"]) == 2

@@ -239,13 +239,13 @@ TEST_F(ReaderRecordTests, ProcessorsTakeDigitRunsAndFailOnTooFew) {
     for (size_t i = 0; i < values.size(); ++i)
       fb->add(key + " xpath:./tr[" + std::to_string(i + 1) + "]/td[2]/span").text = values[i];
   };
-  std::vector<std::string> cpu0 = {"CPU0", "Intel(R) Corporation", "Xeon 6330", "000606A6", "2000 MHz",
+  std::vector<std::string> cpu0 = {"CPU0", "Korvat(R) Corporation", "Arcus 6330", "000606A6", "2000 MHz",
                                    "28 Cores / 56 Threads", "L1 80.5KB / 2048 KB / 43008KB", "Present", "4102",
                                    "SN-0", "N/A"};
   fb->add("xpath://div[@id='cpupermutation']/div[1]/div/table/tbody");
   block("xpath://div[@id='cpupermutation']/div[1]/div/table/tbody", cpu0);
   Json single = w.web_get_cpu_info_vorna({{"type", "single"}});
-  EXPECT_EQ(single.dump(), R"({"CPU_name":"CPU0","Manufacturer":"Intel(R) Corporation","Model_name":"Xeon 6330",)"
+  EXPECT_EQ(single.dump(), R"({"CPU_name":"CPU0","Manufacturer":"Korvat(R) Corporation","Model_name":"Arcus 6330",)"
                            R"("CPU_ID":"000606A6","CPU_MHz":"2000","Core(s)_per_socket":"28",)"
                            R"("Thread(s)_per_socket":"56","L1_cache":"1","L2_cache":"80","L3_cache":"5"})")
       << "digit runs are taken by position, a label's digit and a decimal point included";
@@ -363,7 +363,7 @@ class CardTreeTests : public InventoryTest {
 
 TEST_F(CardTreeTests, NetCardsPropertiesFromTheFourthEntryPortsWithTheirDetails) {
   std::vector<std::pair<std::string, std::string>> props = {
-      {"Slot:", "1"}, {"Status:", "Present"}, {"Health:", "OK"}, {"Name:", "X710"}, {"Name:", "second"}};
+      {"Slot:", "1"}, {"Status:", "Present"}, {"Health:", "OK"}, {"Name:", "X770"}, {"Name:", "second"}};
   Port p1{{{"Port", "1"}, {"Status", "Up"}, {"Port Type", "SFP+"}, {"Media type", "Optical"}},
           {{"MAC: Address:", "b4:05"}, {"Status", "from details"}, {"Speed:", "10G"}}};
   Port p2{{{"Port", "2"}, {"Status", "Down"}, {"Port Type", "SFP+"}, {"Media type", "Copper"}}, {}};
@@ -372,7 +372,7 @@ TEST_F(CardTreeTests, NetCardsPropertiesFromTheFourthEntryPortsWithTheirDetails)
        {{"a", "1"}, {"b", "2"}, {"c", "3"}}, {});
   Json cards = w.web_get_netcard_web_info();
   ASSERT_EQ(cards.size(), 2u);
-  EXPECT_EQ(cards[0].dump(), R"({"Name:":"X710","portInfos":[)"
+  EXPECT_EQ(cards[0].dump(), R"({"Name:":"X770","portInfos":[)"
                              R"({"Port":"1","Status":"Up","Port_Type":"SFP+","Media_type":"Optical","MAC Address":"b4:05","Speed":"10G"},)"
                              R"({"Port":"2","Status":"Down","Port_Type":"SFP+","Media_type":"Copper"}]})")
       << "property labels keep their colons, detail labels lose every one, the first value of a key stands";
@@ -456,9 +456,9 @@ TEST_F(ReaderRecordTests, MainboardAndBackplanes) {
 }
 
 TEST_F(ReaderRecordTests, NicInfoReadsTheOpenCard) {
-  fb->add(R"(xpath://*[@id="cardTable"]/ul/li[4]/p)").text = "X710";
+  fb->add(R"(xpath://*[@id="cardTable"]/ul/li[4]/p)").text = "X770";
   fb->add(R"(xpath://*[@id="cardTable"]/ul/li[7]/p)").text = "Ethernet";
-  EXPECT_EQ(w.get_nic_info().dump(), R"({"name":"X710","type":"Ethernet"})");
+  EXPECT_EQ(w.get_nic_info().dump(), R"({"name":"X770","type":"Ethernet"})");
   EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:menu_INFO", "click id:menu_SYSTEM_INFO", "frame id:rightMid",
                                                   "click id:tabCard", "default content"}));
 }

@@ -49,7 +49,7 @@ TEST(StorageTreeRules, LabelRuleDropsTheLastCharacterStripsJoinsAndLowers) {
 TEST(StorageTreeRules, TitlesSortEntriesCaseSensitivelyAndTheIndexRulesDiffer) {
   using st::Entry;
   const std::pair<const char*, Entry> cases[] = {
-      {"RAID Card VR3508", Entry::RaidController}, {"Onboard MegaRAID", Entry::RaidController},
+      {"RAID Card VR3508", Entry::RaidController}, {"Onboard OmniRAID", Entry::RaidController},
       {"RAID Disk Set", Entry::RaidController},    {"PCIe Card HBA", Entry::CardController},
       {"PCIe Card Disk", Entry::CardController},   {"raid card", Entry::Other},
       {"PCIE Card", Entry::Other},                 {"Disk3(Onboard)", Entry::PassThroughDisk},
