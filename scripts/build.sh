@@ -10,6 +10,10 @@ extra=""
 if [ -x "$PY37_ROOT/bin/python3.7" ]; then
   extra="$PY37_ROOT"
 fi
+# ccache: paths relative to the checkout and no build folder in the hash, so that every
+# clone or worktree of the project shares one cache (the precompiled headers included).
+export CCACHE_BASEDIR="$(pwd)" CCACHE_NOHASHDIR=1
+export CCACHE_SLOPPINESS="pch_defines,time_macros,include_file_mtime,include_file_ctime"
 generator=()
 command -v ninja >/dev/null 2>&1 && generator=(-G Ninja)
 if [ ! -f "$BUILD_DIR/CMakeCache.txt" ]; then
