@@ -1,24 +1,16 @@
 """The simulator's boot settings and IPv4 saves, and the console moving with its address."""
 import json
-import ssl
 from urllib.error import URLError
-from urllib.request import Request, urlopen
 
 import pytest
 
 from simulator.server import start_server
+from tests.simulator.client import request
 
 
 def call(url, method, path, body=None, cookie=None):
-    headers = {"Content-Type": "application/json"}
-    if cookie:
-        headers["Cookie"] = cookie
-    data = None if body is None else json.dumps(body).encode("utf-8")
-    ctx = ssl.create_default_context()
-    ctx.check_hostname = False
-    ctx.verify_mode = ssl.CERT_NONE
     try:
-        with urlopen(Request(url + path, data=data, method=method, headers=headers), context=ctx, timeout=10) as r:
+        with request(url, method, path, body, cookie) as r:
             return r.status, json.loads(r.read().decode("utf-8")), r.headers.get("Set-Cookie")
     except URLError as e:
         if hasattr(e, "code"):

@@ -1,14 +1,13 @@
 """The simulator's file upload and downloads (raw bodies and attachments of the server)."""
 import hashlib
 import io
-import json
 import tarfile
 from urllib.error import HTTPError
-from urllib.request import Request, urlopen
 
 import pytest
 
 from simulator.server import start_server
+from tests.simulator.client import request
 
 
 @pytest.fixture
@@ -19,10 +18,7 @@ def sim():
 
 
 def call(sim, method, path, cookie=None, body=None, raw=None, headers=None):
-    h = {"Content-Type": "application/json", "Cookie": cookie or ""}
-    h.update(headers or {})
-    data = raw if raw is not None else (None if body is None else json.dumps(body).encode("utf-8"))
-    with urlopen(Request(sim.url + path, data=data, method=method, headers=h), timeout=10) as r:
+    with request(sim.url, method, path, body, cookie or "", raw, headers) as r:
         return r.read(), r.headers
 
 

@@ -1,11 +1,10 @@
 """The console simulator's own endpoints: logins, sessions, actions, the control API."""
 import json
-import ssl
-from urllib.request import Request, urlopen
 
 import pytest
 
 from simulator.server import start_server
+from tests.simulator.client import request
 
 
 @pytest.fixture
@@ -16,14 +15,7 @@ def sim():
 
 
 def call(sim, method, path, body=None, cookie=None):
-    headers = {"Content-Type": "application/json"}
-    if cookie:
-        headers["Cookie"] = cookie
-    data = None if body is None else json.dumps(body).encode("utf-8")
-    ctx = ssl.create_default_context()
-    ctx.check_hostname = False
-    ctx.verify_mode = ssl.CERT_NONE
-    with urlopen(Request(sim.url + path, data=data, method=method, headers=headers), context=ctx, timeout=10) as r:
+    with request(sim.url, method, path, body, cookie) as r:
         text = r.read().decode("utf-8")
         return (json.loads(text) if r.headers["Content-Type"].startswith("application/json") else text,
                 r.headers.get("Set-Cookie"))
