@@ -2,7 +2,8 @@
 # file needs it, so it is precompiled once per target instead of parsed in every file.
 function(vorna_target_defaults target)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wno-unused-parameter)
-  target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
+  # Headers by project path, from the source tree or an installed include folder.
+  target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:include>)
   target_precompile_headers(${target} PRIVATE <nlohmann/json.hpp> <string> <vector> <memory>)
 endfunction()
 

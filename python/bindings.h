@@ -9,4 +9,5 @@ void init_errors(py::module_& m);
 void init_platform(py::module_& m);
 void init_webdriver(py::module_& m);
 void init_wrapper(py::module_& m);
+void init_activity(py::module_& m);
 }  // namespace vorna_py

@@ -8,5 +8,6 @@ PYBIND11_MODULE(vornawebwrapper, m) {
   vorna_py::init_platform(m);
   vorna_py::init_webdriver(m);
   vorna_py::init_wrapper(m);
+  vorna_py::init_activity(m);
   m.attr("__all__") = pybind11::make_tuple("VornaWebWrapper");
 }

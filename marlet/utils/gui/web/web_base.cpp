@@ -225,6 +225,8 @@ std::optional<Element> WebBase::waitElement(const std::string& kind, const std::
   By by = by_kind(kind, locator);
   session();  // a closed browser fails here, not as a time-out
   webdriver::WebDriverWait waiter(browser, wait, poll);
+  ActivityScope shown(activity, "wait", wait, *clock_, current_operation,
+                      describe(kind, locator) + (visibility ? "" : " to go"));
   std::string message = py::format("%s not %s after %s seconds", describe(kind, locator),
                                    visibility ? "visible" : "hidden", wait);
   if (visibility) return waiter.until(ec::visibility_of_element_located(by), message).element;

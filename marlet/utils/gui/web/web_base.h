@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "marlet/log/logger.h"
+#include "marlet/utils/gui/web/activity.h"
 #include "marlet/utils/time.h"
 #include "webdriver/element.h"
 #include "webdriver/launcher.h"
@@ -104,6 +105,8 @@ class WebBase {
   std::string download_dir;
   // The operation under way, if the caller says; names pictures taken without a name.
   std::string current_operation;
+  // The settle or wait under way, for a watcher on another thread (a progress line).
+  Activity activity;
 
   // Seams.
   Logger& logger() const { return *logger_; }

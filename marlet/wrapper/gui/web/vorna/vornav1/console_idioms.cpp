@@ -34,6 +34,7 @@ void VornaWebWrapper::confirm_dialog() {
 
 Element VornaWebWrapper::wait_until_visible(const std::string& id, double wait, double poll) {
   session();
+  marlet::ActivityScope shown(activity, "wait", wait, clock(), current_operation, "id=" + id);
   return *webdriver::WebDriverWait(browser, wait, poll)
               .until(ec::visibility_of_element_located(webdriver::By::id(id)))
               .element;
@@ -41,6 +42,7 @@ Element VornaWebWrapper::wait_until_visible(const std::string& id, double wait, 
 
 Element VornaWebWrapper::wait_until_visible_class(const std::string& class_name, double wait, double poll) {
   session();
+  marlet::ActivityScope shown(activity, "wait", wait, clock(), current_operation, "class=" + class_name);
   return *webdriver::WebDriverWait(browser, wait, poll)
               .until(ec::visibility_of_element_located(webdriver::By::class_name(class_name)))
               .element;

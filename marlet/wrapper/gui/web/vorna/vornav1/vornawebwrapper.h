@@ -277,7 +277,10 @@ class VornaWebWrapper : public marlet::WebBase {
   void repeated_click(const std::string& id, int times);
   void enter_content_frame();
   void leave_content_frame();
-  void settle(double seconds) { sleep(seconds); }
+  void settle(double seconds) {
+    marlet::ActivityScope shown(activity, "settle", seconds, clock(), current_operation);
+    sleep(seconds);
+  }
   void page_settle() { sleep(timeout); }
   // Follows the menu path, settles `settle_seconds` (none when 0), enters the frame.
   void open_page(const MenuPath& path, double settle_seconds = 0);

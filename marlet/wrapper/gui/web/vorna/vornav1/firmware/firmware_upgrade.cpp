@@ -27,6 +27,7 @@ bool VornaWebWrapper::set_firmware_upgrade(const std::string& filepath) {
   confirm_dialog();
   settle(10);
   // The progress element lives in the top document, where confirm_dialog left us.
+  marlet::ActivityScope shown(activity, "wait", 1200, clock(), current_operation, "id=processcir to go");
   webdriver::WebDriverWait(browser, 1200, 60).until_not(ec::visibility_of_element_located(webdriver::By::id(kProgress)));
   enter_content_frame();
   std::string result = getTextById(kUpgradeResult);

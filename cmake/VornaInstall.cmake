@@ -1,0 +1,55 @@
+# Installation: `cmake --install <build> --prefix P` puts
+#   P/include/{marlet,webdriver}/...        the headers, by their include paths
+#   P/lib/lib*.a, P/lib/cmake/vorna/         the C++ libraries and their CMake package:
+#                                            find_package(vorna) gives vorna::wrapper
+#   P/<VORNA_PYTHON_INSTALL_DIR>/marlet/     the Python package with the extension module(s)
+#   P/bin/vorna                              the command line
+# The build tree gets a launcher too: <build>/bin/vorna runs against <build>/python.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+# ---- C++ libraries and headers ----
+set_target_properties(vorna PROPERTIES EXPORT_NAME wrapper)
+install(TARGETS marlet_platform marlet_web webdriver vorna EXPORT vornaTargets
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/marlet ${PROJECT_SOURCE_DIR}/webdriver
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+  FILES_MATCHING PATTERN "*.h")
+set(VORNA_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/vorna)
+install(EXPORT vornaTargets NAMESPACE vorna:: DESTINATION ${VORNA_CMAKE_DIR})
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/vornaConfig.cmake.in
+  ${CMAKE_CURRENT_BINARY_DIR}/vornaConfig.cmake INSTALL_DESTINATION ${VORNA_CMAKE_DIR})
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/vornaConfig.cmake DESTINATION ${VORNA_CMAKE_DIR})
+
+# ---- Python package, extension modules, command line ----
+if(VORNA_BUILD_PYTHON)
+  find_package(Python3 REQUIRED COMPONENTS Interpreter)
+  # The interpreter's own site-packages layout with the prefix put in its place, e.g.
+  # lib/python3.11/site-packages: P/<that> is on sys.path when P is the interpreter's
+  # prefix, or through PYTHONPATH; the installed bin/vorna finds it by itself.
+  execute_process(COMMAND ${Python3_EXECUTABLE} -c
+      "import os, sysconfig; p = sysconfig.get_path('platlib', 'posix_prefix', vars={'base': '/PREFIX', 'platbase': '/PREFIX'}); print(os.path.relpath(p, '/PREFIX'))"
+    OUTPUT_VARIABLE vorna_site_dir OUTPUT_STRIP_TRAILING_WHITESPACE RESULT_VARIABLE vorna_site_rc)
+  if(NOT vorna_site_rc EQUAL 0 OR vorna_site_dir STREQUAL "")
+    message(FATAL_ERROR "Cannot ask ${Python3_EXECUTABLE} for its site-packages layout")
+  endif()
+  set(VORNA_PYTHON_INSTALL_DIR ${vorna_site_dir} CACHE STRING
+      "Where the Python package goes, relative to the install prefix")
+
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/python/marlet DESTINATION ${VORNA_PYTHON_INSTALL_DIR}
+    FILES_MATCHING PATTERN "*.py" PATTERN "__pycache__" EXCLUDE)
+  # The module for each interpreter it was built for (python/CMakeLists.txt).
+  get_property(vorna_py_targets DIRECTORY ${PROJECT_SOURCE_DIR}/python PROPERTY BUILDSYSTEM_TARGETS)
+  list(FILTER vorna_py_targets INCLUDE REGEX "^vornawebwrapper")
+  install(TARGETS ${vorna_py_targets}
+    LIBRARY DESTINATION ${VORNA_PYTHON_INSTALL_DIR}/marlet/wrapper/gui/web/vorna/vornav1)
+
+  set(VORNA_LAUNCHER_PYTHON ${Python3_EXECUTABLE})
+  set(VORNA_LAUNCHER_PACKAGE_DIR ../python)
+  configure_file(${PROJECT_SOURCE_DIR}/python/vorna.in ${CMAKE_BINARY_DIR}/bin/vorna @ONLY
+    FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+  file(RELATIVE_PATH VORNA_LAUNCHER_PACKAGE_DIR /PREFIX/${CMAKE_INSTALL_BINDIR} /PREFIX/${VORNA_PYTHON_INSTALL_DIR})
+  configure_file(${PROJECT_SOURCE_DIR}/python/vorna.in ${CMAKE_CURRENT_BINARY_DIR}/install/vorna @ONLY)
+  install(PROGRAMS ${CMAKE_CURRENT_BINARY_DIR}/install/vorna DESTINATION ${CMAKE_INSTALL_BINDIR})
+endif()

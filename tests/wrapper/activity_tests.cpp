@@ -1,0 +1,141 @@
+// The activity record: what a settle or a bounded wait publishes while it runs, as a
+// watcher on another thread would read it at each tick of the clock.
+#include <atomic>
+#include <thread>
+
+#include "marlet/exception/exceptions.h"
+#include "marlet/utils/gui/web/activity.h"
+#include "tests/wrapper/wrapper_fixture.h"
+#include "webdriver/errors.h"
+
+using marlet::ActivitySnapshot;
+
+namespace {
+
+// A fake clock that takes a snapshot of the watched activity before each sleep: what a
+// progress line drawn at that moment would show.
+class ProbeClock final : public marlet::Clock {
+ public:
+  TimePoint now() override { return now_; }
+  void sleep(Duration d) override {
+    if (watched) seen.push_back(watched->snapshot(*this));
+    if (d.count() > 0) now_ += d;
+  }
+  marlet::Activity* watched = nullptr;
+  std::vector<std::optional<ActivitySnapshot>> seen;
+
+ private:
+  TimePoint now_{};
+};
+
+class ActivityTests : public ::testing::Test {
+ protected:
+  std::shared_ptr<fake::FakeBrowser> fb = std::make_shared<fake::FakeBrowser>();
+  ProbeClock clock;
+  vorna::VornaWebWrapper w{marlet::Json::object(), std::make_shared<marlet::RecordingLogger>(), &clock,
+                           std::make_shared<fake::FakeFactory>(fb)};
+  void SetUp() override {
+    w.openFirefox();
+    clock.watched = &w.activity;
+  }
+};
+
+}  // namespace
+
+TEST_F(ActivityTests, ASettleShowsItsBoundAndTheOperationAndIsGoneAfter) {
+  w.current_operation = "web_get_memory_web_info";
+  EXPECT_FALSE(w.activity.snapshot(clock));
+  w.settle(15);
+  ASSERT_EQ(clock.seen.size(), 1u);
+  ASSERT_TRUE(clock.seen[0]);
+  EXPECT_EQ(clock.seen[0]->kind, "settle");
+  EXPECT_EQ(clock.seen[0]->operation, "web_get_memory_web_info");
+  EXPECT_EQ(clock.seen[0]->seconds, 15);
+  EXPECT_DOUBLE_EQ(clock.seen[0]->left, 15);
+  EXPECT_FALSE(w.activity.snapshot(clock)) << "a finished settle must not linger";
+}
+
+TEST_F(ActivityTests, AWaitCountsDownItsDeadlineAndEndsEvenWhenItTimesOut) {
+  w.current_operation = "web_login";
+  fb->add("id:iptUserName").displayed = false;
+  EXPECT_THROW(w.waitElement("id", "iptUserName", 5, 1), webdriver::TimeoutException);
+  ASSERT_GE(clock.seen.size(), 4u);
+  std::vector<double> left;
+  for (auto& s : clock.seen) {
+    ASSERT_TRUE(s);
+    EXPECT_EQ(s->kind, "wait");
+    EXPECT_EQ(s->what, "id=iptUserName");
+    EXPECT_EQ(s->seconds, 5);
+    left.push_back(s->left);
+  }
+  EXPECT_DOUBLE_EQ(left[0], 5);
+  EXPECT_DOUBLE_EQ(left[1], 4);
+  EXPECT_DOUBLE_EQ(left[2], 3);
+  EXPECT_FALSE(w.activity.snapshot(clock)) << "the time-out must clear the record";
+}
+
+TEST_F(ActivityTests, TheWrapperWaitsAndAWaitForAnElementToGoAreShownToo) {
+  fb->add("class:loginMain");
+  w.wait_until_visible_class("loginMain", 20, 1);  // visible at once: no sleep, nothing seen
+  EXPECT_TRUE(clock.seen.empty());
+  fb->add("id:ipv4_ip").displayed = false;
+  EXPECT_THROW(w.wait_until_visible("ipv4_ip", 2, 1), webdriver::TimeoutException);
+  ASSERT_FALSE(clock.seen.empty());
+  EXPECT_EQ(clock.seen[0]->what, "id=ipv4_ip");
+  clock.seen.clear();
+  fb->add("id:diaginfoProgress");
+  EXPECT_THROW(w.waitElement("id", "diaginfoProgress", 3, 1, false), webdriver::TimeoutException);
+  ASSERT_FALSE(clock.seen.empty());
+  EXPECT_EQ(clock.seen[0]->what, "id=diaginfoProgress to go");
+  EXPECT_FALSE(w.activity.snapshot(clock));
+}
+
+TEST_F(ActivityTests, AnInnerActivityHidesTheOuterOneUntilItEnds) {
+  {
+    marlet::ActivityScope outer(w.activity, "wait", 60, clock, "set_info_collection", "id=diaginfoProgress");
+    clock.sleep(marlet::Clock::Duration(10));
+    {
+      marlet::ActivityScope inner(w.activity, "settle", 2, clock, "set_info_collection");
+      auto s = w.activity.snapshot(clock);
+      ASSERT_TRUE(s);
+      EXPECT_EQ(s->kind, "settle");
+      clock.sleep(marlet::Clock::Duration(5));  // past the inner deadline: left stops at 0
+      EXPECT_DOUBLE_EQ(w.activity.snapshot(clock)->left, 0);
+    }
+    auto s = w.activity.snapshot(clock);
+    ASSERT_TRUE(s);
+    EXPECT_EQ(s->kind, "wait");
+    EXPECT_EQ(s->what, "id=diaginfoProgress");
+    EXPECT_DOUBLE_EQ(s->left, 45) << "the outer deadline is kept, not restarted";
+  }
+  EXPECT_FALSE(w.activity.snapshot(clock));
+}
+
+// A watcher thread reads while the operation's thread opens and closes scopes: every
+// snapshot is whole (kind and bound of one scope, never a mix).
+TEST_F(ActivityTests, SnapshotsFromAnotherThreadAreNeverTorn) {
+  marlet::FakeClock still;
+  std::atomic<bool> done{false};
+  std::atomic<int> torn{0}, read{0};
+  std::thread watcher([&] {
+    while (!done) {
+      if (auto s = w.activity.snapshot(still)) {
+        ++read;
+        bool ok = (s->kind == "settle" && s->seconds == 15 && s->what.empty()) ||
+                  (s->kind == "wait" && s->seconds == 20 && s->what == "id=menu_INFO");
+        if (!ok) ++torn;
+      }
+    }
+  });
+  for (int i = 0; i < 20000; ++i) {
+    if (i % 2) {
+      marlet::ActivityScope a(w.activity, "settle", 15, still, "op");
+    } else {
+      marlet::ActivityScope a(w.activity, "wait", 20, still, "op", "id=menu_INFO");
+    }
+    if (i % 1000 == 0) std::this_thread::yield();
+  }
+  done = true;
+  watcher.join();
+  EXPECT_EQ(torn, 0);
+}
