@@ -31,3 +31,6 @@ import pytest
 sys.exit(pytest.main(["-q", "-p", "no:cacheprovider", "-m", "smoke", "tests/python"]))
 PYEOF
 fi
+
+echo "== Installation (cmake --install, the installed vorna, the C++ example)"
+bash scripts/test_install.sh

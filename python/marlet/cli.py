@@ -417,8 +417,15 @@ def controller_record(args, password):
 
 
 def setup_logging(cls, verbose, scrub):
-    """The wrapper's log lines: none by default, masked lines on stderr with --verbose."""
+    """The wrapper's log lines: none by default, masked lines on stderr with --verbose.
+    Returns a function that puts the logger back as it was."""
     logger = cls.logger
+    saved = (list(logger.handlers), logger.propagate, logger.level)
+
+    def restore():
+        logger.handlers[:] = saved[0]
+        logger.propagate, logger.level = saved[1], saved[2]
+
     logger.propagate = False
     for h in list(logger.handlers):
         logger.removeHandler(h)
@@ -430,6 +437,7 @@ def setup_logging(cls, verbose, scrub):
         logger.setLevel(logging.INFO)
     else:
         logger.addHandler(logging.NullHandler())
+    return restore
 
 
 class Session(object):
@@ -505,6 +513,7 @@ def main(argv=None, stdout=None, stderr=None):
 
     operation = None
     session = None
+    restore_logging = None
     try:
         cls = wrapper_class()
         parser = build_parser(cls)
@@ -532,7 +541,7 @@ def main(argv=None, stdout=None, stderr=None):
         if not args.time_scale > 0:
             raise UsageError("--time-scale must be above 0")
         set_time_scale(args.time_scale)
-        setup_logging(cls, args.verbose, scrub)
+        restore_logging = setup_logging(cls, args.verbose, scrub)
 
         params = {"host": args.host, "device": args.device}
         if browser:
@@ -568,6 +577,9 @@ def main(argv=None, stdout=None, stderr=None):
             operation = "web_login"
         emit_error(error_record(e, scrub, operation if not isinstance(e, UsageError) else None))
         return exit_code_of(e)
+    finally:
+        if restore_logging:
+            restore_logging()
 
 
 if __name__ == "__main__":
