@@ -10,6 +10,8 @@ include(CMakePackageConfigHelpers)
 
 # ---- C++ libraries and headers ----
 set_target_properties(vorna PROPERTIES EXPORT_NAME wrapper)
+# The headers are C++20 (designated initialisers, defaulted comparisons): say so to users.
+target_compile_features(marlet_platform PUBLIC cxx_std_20)
 install(TARGETS marlet_platform marlet_web webdriver vorna EXPORT vornaTargets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})

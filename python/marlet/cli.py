@@ -465,6 +465,9 @@ class Session(object):
     def __exit__(self, exc_type, exc, tb):
         if self.login and self.wrapper.isLogin and not self.wrapper.isClosed():
             try:
+                # Several operations end inside the content frame; the log-out link is
+                # in the top document.
+                self.wrapper.browser.switch_to_default_content()
                 self.wrapper.web_logout()
             except Exception as e:
                 self.report({"warning": "logout failed", "error": type(e).__name__, "message": str(e)})
@@ -478,7 +481,7 @@ class Session(object):
             self.report({"warning": "closing the browser failed", "error": type(e).__name__, "message": str(e)})
 
 
-def run_inventory(wrapper):
+def run_inventory(wrapper, scrub):
     """{reader: result or {"error", "message"}}, and how many readers failed."""
     document, failed = {}, 0
     for name in INVENTORY_READERS:
@@ -486,7 +489,7 @@ def run_inventory(wrapper):
             document[name] = getattr(wrapper, name)()
         except Exception as e:
             failed += 1
-            document[name] = {"error": type(e).__name__, "message": str(e)}
+            document[name] = error_record(e, scrub)
         # Some readers end inside the content frame; the next one starts at the top.
         try:
             if not wrapper.isClosed():
@@ -559,7 +562,7 @@ def main(argv=None, stdout=None, stderr=None):
         with progress, session as w:
             if args.command == "inventory":
                 operation = None
-                document, failed = run_inventory(w)
+                document, failed = run_inventory(w, scrub)
                 result, code = document, (EXIT_FAILED if failed else EXIT_OK)
             else:
                 result, code = getattr(w, operation)(*call_args), EXIT_OK
