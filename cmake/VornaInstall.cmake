@@ -44,8 +44,14 @@ if(VORNA_BUILD_PYTHON)
   # The module for each interpreter it was built for (python/CMakeLists.txt).
   get_property(vorna_py_targets DIRECTORY ${PROJECT_SOURCE_DIR}/python PROPERTY BUILDSYSTEM_TARGETS)
   list(FILTER vorna_py_targets INCLUDE REGEX "^vornawebwrapper")
-  install(TARGETS ${vorna_py_targets}
-    LIBRARY DESTINATION ${VORNA_PYTHON_INSTALL_DIR}/marlet/wrapper/gui/web/vorna/vornav1)
+  set(vorna_py_extra ${vorna_py_targets})
+  list(REMOVE_ITEM vorna_py_extra vornawebwrapper)
+  set(vorna_py_dest ${VORNA_PYTHON_INSTALL_DIR}/marlet/wrapper/gui/web/vorna/vornav1)
+  install(TARGETS vornawebwrapper LIBRARY DESTINATION ${vorna_py_dest})
+  # The builds for further interpreters go along when they were built (--target picks).
+  if(vorna_py_extra)
+    install(TARGETS ${vorna_py_extra} LIBRARY DESTINATION ${vorna_py_dest} OPTIONAL)
+  endif()
 
   set(VORNA_LAUNCHER_PYTHON ${Python3_EXECUTABLE})
   set(VORNA_LAUNCHER_PACKAGE_DIR ../python)
