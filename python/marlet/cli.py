@@ -77,9 +77,12 @@ NOT_CALLABLE = {"web_login", "web_logout", "web_close", "web_kill_firefox"}
 # Run with no login first: they log in themselves from their params, or need no console.
 NO_LOGIN = {"web_register", "web_register_web", "compare_power", "compare_pcie", "compare_back_board",
             "compare_riser", "compare_raid", "compare_memory", "compare_storage"}
-# `vorna inventory`: every reader that takes no arguments (web_get_cpu_info_vorna is the
-# two processor readers behind one parameter).
-INVENTORY_READERS = [name for name in dict(SUBSYSTEMS)["inventory"] if name != "web_get_cpu_info_vorna"]
+# `vorna inventory`: every reader, with its arguments. The processors are read through
+# web_get_cpu_info_vorna: web_get_cpu_info_vorna_single and web_get_cpu_info_all are its
+# inner readers and work only on the processors' tab it opens ("all" gives every one).
+INNER_READERS = {"web_get_cpu_info_vorna_single", "web_get_cpu_info_all"}
+INVENTORY_ARGS = {"web_get_cpu_info_vorna": [{"type": "all"}]}
+INVENTORY_READERS = [name for name in dict(SUBSYSTEMS)["inventory"] if name not in INNER_READERS]
 
 EXIT_OK, EXIT_FAILED, EXIT_BAD_INPUT, EXIT_INTERRUPTED = 0, 1, 2, 130
 
@@ -486,7 +489,7 @@ def run_inventory(wrapper, scrub):
     document, failed = {}, 0
     for name in INVENTORY_READERS:
         try:
-            document[name] = getattr(wrapper, name)()
+            document[name] = getattr(wrapper, name)(*INVENTORY_ARGS.get(name, []))
         except Exception as e:
             failed += 1
             document[name] = error_record(e, scrub)

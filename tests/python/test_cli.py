@@ -67,7 +67,8 @@ def test_every_public_operation_is_in_exactly_one_subsystem():
     table = [n for _, names in cli.SUBSYSTEMS for n in names]
     assert set(table) == set(listed)
     assert "web_get_memory_web_info" in cli.INVENTORY_READERS
-    assert "web_get_cpu_info_vorna" not in cli.INVENTORY_READERS
+    assert "web_get_cpu_info_vorna" in cli.INVENTORY_READERS
+    assert not set(cli.INVENTORY_READERS) & {"web_get_cpu_info_all", "web_get_cpu_info_vorna_single"}
 
 
 class FakeWrapper(object):

@@ -84,6 +84,7 @@ def test_inventory_gives_every_reader_and_a_failed_one_as_its_error(vorna, sim):
     inventory = scenario()["inventory"]
     assert document["web_get_main_board_info"]["board_id"] == inventory["mainboard"]["board_id"]
     assert len(document["web_get_memory_web_info"]) == len(inventory["memory"]["modules"])
+    assert len(document["web_get_cpu_info_vorna"]) == len(inventory["processors"])
     failed = [name for name, value in document.items()
               if isinstance(value, dict) and set(value) == {"error", "message"}]
     assert failed == ["web_get_fan_web_info"], "one failed reader must not spoil the next ones"
