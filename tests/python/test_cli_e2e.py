@@ -64,13 +64,19 @@ def test_a_call_prints_the_result_logs_out_and_shows_its_progress(vorna, sim):
     expected = scenario()["inventory"]["memory"]["modules"]
     assert [m["name"] for m in modules] == [m["Name"] for m in expected]
     assert logins_and_logouts(sim) == (1, 1)
-    # Off a terminal: plain progress lines, one per second at most, nothing else.
-    assert err, "no progress line at all"
+    # Off a terminal: plain progress lines, one per second at most. The only other line
+    # allowed is a warning record: the logout's own wait for the login page is 1 s at
+    # this pace, which a loaded machine can miss after the logout itself went through.
+    progress = [line for line in err if not line.startswith("{")]
     for line in err:
+        if line.startswith("{"):
+            assert set(json.loads(line)) == {"warning", "error", "message"}, line
+    assert progress, "no progress line at all"
+    for line in progress:
         assert PROGRESS.match(line), line
-    tags = {PROGRESS.match(line).group(1) for line in err}
+    tags = {PROGRESS.match(line).group(1) for line in progress}
     assert tags <= {"web_login", "web_get_memory_web_info", "web_logout"}
-    assert any(" settle " in line for line in err)
+    assert any(" settle " in line for line in progress)
 
 
 def test_inventory_gives_every_reader_and_a_failed_one_as_its_error(vorna, sim):
