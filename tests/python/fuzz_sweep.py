@@ -229,6 +229,8 @@ class Sweep(object):
         self.known_keys = {}        # operation -> keys learnt from its KeyErrors
         self.calls = 0
         self.violations = 0
+        self.fault = None
+        self.login = None           # logs the wrapper in again, for the console part
         self.last_state = state() if state else None
 
     def value(self, op):
@@ -245,6 +247,11 @@ class Sweep(object):
         started = time.time()
         outcome, detail = "result", ""
         try:
+            if self.fault == "crash":
+                import ctypes
+                ctypes.string_at(0)  # a read of address 0: SIGSEGV
+            elif self.fault == "hang":
+                time.sleep(3600)
             getattr(self.wrapper, op)(*args, **kwargs)
         except DOCUMENTED as e:
             outcome = "refused"
@@ -267,6 +274,12 @@ class Sweep(object):
         self.violations += bad
         emit({"event": "end", "op": op, "outcome": outcome, "detail": detail[:300], "seconds": round(seconds, 3),
               "changed": changed, "bad": bad})
+        if self.login is not None and self.wrapper.isClosed():
+            # The call ended the browser: log in again, so the operations after it are
+            # swept on a live console and not merely refused for want of a browser.
+            emit({"event": "relogin", "after": op})
+            self.login()
+            self.last_state = self.state()
 
     def sweep(self, op, draws):
         params = parameters(getattr(VornaWebWrapper, op))
@@ -332,6 +345,8 @@ def main():
     ap.add_argument("--screenshots", default=None)
     ap.add_argument("--time-scale", type=float, default=0.02)
     ap.add_argument("--only", default=None, help="sweep only these operations (comma separated)")
+    ap.add_argument("--fault", choices=["crash", "hang"], default=None,
+                    help="make every call crash or hang instead: proves the parent's reports")
     a = ap.parse_args()
     sys.setrecursionlimit(10000)
     set_time_scale(a.time_scale)
@@ -339,12 +354,18 @@ def main():
     browser = {"screenshot_dir": a.screenshots} if a.screenshots else {}
     wrapper = VornaWebWrapper({"browser": browser})
     state = None
+    login = None
     if a.part == "console":
         address, port = a.url.split("://")[1].rsplit(":", 1)
-        wrapper.web_login({"bmc": {"local_ip": address, "username": "admin", "password": "Admin@9000",
-                                   "extra_port": {"https": int(port)}}})
+
+        def login():
+            wrapper.web_login({"bmc": {"local_ip": address, "username": "admin", "password": "Admin@9000",
+                                       "extra_port": {"https": int(port)}}})
+        login()
         state = state_reader(a.url)
     sweep = Sweep(wrapper, rng, state)
+    sweep.login = login
+    sweep.fault = a.fault
     ops = operations(a.part)
     if a.only:
         ops = [o for o in ops if o in a.only.split(",")]
