@@ -6,7 +6,8 @@ signal) or a call that does not return, and names the operation and inputs at fa
 Run as `python3 -m tests.python.fuzz_sweep --part PART --seed N [--url URL]`:
   compare  the comparisons (no browser), many inputs each;
   console  every operation that keeps the login, against one logged-in console at URL;
-           the console's state (GET /__sim/state) must not change across a refused call;
+           the console's state (GET /__sim/state) must not change across a call refused
+           with one of the Python kinds (TypeError, KeyError, ValueError, ...);
   session  the operations that start or end a session (logins, logout, close, kill,
            password and address changes), on a wrapper that never logged in.
 The operations are read from the class, so a new one is swept without any change here.
@@ -28,8 +29,13 @@ from marlet.utils.time import set_time_scale
 from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
 
 # What an operation may raise on a bad day; anything else is a fault of the driver.
-# (AttributeError: a controller record without one of the attributes a login reads.)
-DOCUMENTED = (TypeError, KeyError, ValueError, IndexError, ZeroDivisionError, AttributeError, MarletException)
+# The refusals of an input, raised before the console is changed (AttributeError: a
+# controller record without one of the attributes a login reads).
+REFUSALS = (TypeError, KeyError, ValueError, IndexError, ZeroDivisionError, AttributeError)
+# What an operation may raise on a bad day: a refusal, or a failure of the console or the
+# browser (a time-out, a missing element, a setting that did not take), which may come
+# after the operation changed something. Anything else is a fault of the driver.
+DOCUMENTED = REFUSALS + (MarletException,)
 
 # Operations that log in, log out, close the browser or change what the login rests on.
 SESSION = {"web_login", "web_register", "web_register_web", "web_logout", "web_close", "web_kill_firefox",
@@ -254,7 +260,7 @@ class Sweep(object):
                 time.sleep(3600)
             getattr(self.wrapper, op)(*args, **kwargs)
         except DOCUMENTED as e:
-            outcome = "refused"
+            outcome = "refused" if isinstance(e, REFUSALS) else "failed"
             detail = "%s: %s" % (type(e).__name__, _text(e))
             if isinstance(e, KeyError) and e.args and isinstance(e.args[0], str):
                 keys = self.known_keys.setdefault(op, [])
@@ -267,13 +273,20 @@ class Sweep(object):
         changed = None
         if self.state is not None:
             now = self.state()
-            if outcome != "result" and now != self.last_state:
+            if outcome == "refused" and now != self.last_state:
                 changed = _difference(self.last_state, now)
             self.last_state = now
         bad = outcome == "undocumented" or changed is not None
         self.violations += bad
         emit({"event": "end", "op": op, "outcome": outcome, "detail": detail[:300], "seconds": round(seconds, 3),
               "changed": changed, "bad": bad})
+        if self.login is not None and not self.wrapper.isClosed():
+            # A refusal midway may leave the browser inside the content frame, where the
+            # next operation would not find the menu: start each call from the top.
+            try:
+                self.wrapper.browser.switch_to_default_content()
+            except MarletException:
+                pass
         if self.login is not None and self.wrapper.isClosed():
             # The call ended the browser: log in again, so the operations after it are
             # swept on a live console and not merely refused for want of a browser.
