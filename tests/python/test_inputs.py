@@ -96,3 +96,25 @@ def test_a_call_that_fits_no_signature_names_types_not_values(w):
     # The wrapped methods keep their names and signatures for help() and tools.
     assert VornaWebWrapper.compare_power.__name__ == "compare_power"
     assert VornaWebWrapper.compare_power.__doc__.startswith("compare_power(self: ")
+
+
+def test_a_login_record_or_key_that_fails_when_read_is_a_type_error_before_any_browser(w):
+    class Record(object):
+        local_ip = "10.0.0.1"
+        username = "admin"
+
+        @property
+        def password(self):
+            raise OSError("vault locked")
+
+    with pytest.raises(TypeError) as refused:
+        w.web_login({"bmc": Record()})
+    assert isinstance(refused.value.__cause__, OSError)
+    with pytest.raises(TypeError):
+        w.web_login({"bmc": {"local_ip": "10.0.0.1"}, Unprintable(): 1})
+    oddly_named = type("\ud800", (), {"__str__": Unprintable.__str__})
+    with pytest.raises(TypeError, match="a value of type list could not be read"):
+        w.compare_power([oddly_named()], [])
+    with pytest.raises(TypeError, match=r"a value of type \? could not be read"):
+        w.web_login({"bmc": {"local_ip": "10.0.0.1"}, "username": oddly_named()})
+    assert w.isClosed()
