@@ -99,6 +99,7 @@ void init_webdriver(py::module_& m) {
   py::class_<wd::Session, std::shared_ptr<wd::Session>>(m, "_Browser")
       .def("get", &wd::Session::get, release())
       .def_property_readonly("title", &wd::Session::title, release())
+      .def_property_readonly("capabilities", [](const wd::Session& s) { return s.capabilities(); })
       .def_property_readonly("current_url", &wd::Session::current_url, release())
       .def_property_readonly("page_source", &wd::Session::page_source, release())
       .def_property_readonly("window_handles", &wd::Session::window_handles, release())

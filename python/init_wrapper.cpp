@@ -221,9 +221,13 @@ void init_wrapper(py::module_& m) {
     if (!py::isinstance(params, mapping)) throw py::type_error("web_login() takes a map of parameters");
     py::object bmc = params["bmc"];  // KeyError('bmc') before anything else happens
     Json p = Json::object();
-    for (auto item : py::dict(params)) {
-      std::string key = py::str(item.first).cast<std::string>();
-      p[key] = key == "bmc" ? controller_record(item.second) : to_json(item.second);
+    try {
+      for (auto item : py::dict(params)) {
+        std::string key = to_json(py::str(item.first)).get<std::string>();
+        p[key] = key == "bmc" ? controller_record(item.second) : to_json(item.second);
+      }
+    } catch (py::error_already_set& e) {
+      raise_unreadable(e, params);  // a harness object whose attribute or text fails
     }
     return operation(&VornaWebWrapper::web_login, "web_login")(w, p);
   }, py::arg("params"));

@@ -7,9 +7,29 @@ namespace {
 // Deeper than any record or params map; a list or map that holds itself ends here.
 constexpr int kMaxDepth = 100;
 
-std::string type_name_of(py::handle v) { return py::str(py::type::of(v).attr("__name__")).cast<std::string>(); }
+// A type's name as text; "?" for a name with no UTF-8 form (a class may be named so).
+std::string name_text(py::handle name) {
+  Py_ssize_t size = 0;
+  const char* data = PyUnicode_Check(name.ptr()) ? PyUnicode_AsUTF8AndSize(name.ptr(), &size) : nullptr;
+  if (!data) {
+    PyErr_Clear();
+    return "?";
+  }
+  return std::string(data, static_cast<size_t>(size));
+}
 
-Json foreign(py::handle v) { return marlet::py::foreign(type_name_of(v), py::str(v).cast<std::string>()); }
+std::string type_name_of(py::handle v) { return name_text(py::type::of(v).attr("__name__")); }
+
+// The UTF-8 of a str. A text that has none (a lone surrogate) raises Python's own
+// UnicodeEncodeError, a ValueError, instead of pybind11's untyped cast failure.
+std::string utf8_of(py::handle text) {
+  Py_ssize_t size = 0;
+  const char* data = PyUnicode_AsUTF8AndSize(text.ptr(), &size);
+  if (!data) throw py::error_already_set();
+  return std::string(data, static_cast<size_t>(size));
+}
+
+Json foreign(py::handle v) { return marlet::py::foreign(type_name_of(v), utf8_of(py::str(v))); }
 
 Json convert(py::handle v, int depth) {
   if (depth > kMaxDepth)
@@ -24,13 +44,13 @@ Json convert(py::handle v, int depth) {
     return foreign(v);  // beyond 64 bits: its digits, still an int to messages and equality
   }
   if (PyFloat_Check(v.ptr())) return v.cast<double>();
-  if (PyUnicode_Check(v.ptr())) return v.cast<std::string>();
+  if (PyUnicode_Check(v.ptr())) return utf8_of(v);
   if (PyDict_Check(v.ptr())) {
     Json out = Json::object();
     for (auto item : py::reinterpret_borrow<py::dict>(v)) {
       // A key that is no text must find nothing under a text key, and 1 and "1" stay two.
-      std::string key = PyUnicode_Check(item.first.ptr()) ? item.first.cast<std::string>()
-                                                          : marlet::py::foreign_key(py::repr(item.first).cast<std::string>());
+      std::string key = PyUnicode_Check(item.first.ptr()) ? utf8_of(item.first)
+                                                          : marlet::py::foreign_key(utf8_of(py::repr(item.first)));
       out[key] = convert(item.second, depth + 1);
     }
     return out;
@@ -47,7 +67,28 @@ Json convert(py::handle v, int depth) {
 
 }  // namespace
 
-Json to_json(py::handle v) { return convert(v, 0); }
+void raise_unreadable(py::error_already_set& e, py::handle v) {
+  // A failure of the harness's own object (a __str__, __iter__ or __getitem__ that
+  // raises) becomes a TypeError that names the value's type, with the original as its
+  // cause. The failure kinds an operation may raise anyway pass as they are, and so do
+  // KeyboardInterrupt and SystemExit, which are no Exception.
+  if (!e.matches(PyExc_Exception) || e.matches(PyExc_TypeError) || e.matches(PyExc_ValueError) ||
+      e.matches(PyExc_KeyError) || e.matches(PyExc_IndexError) || e.matches(PyExc_ZeroDivisionError) ||
+      e.matches(PyExc_AttributeError))
+    throw;
+  std::string message = "a value of type " + type_name_of(v) + " could not be read: " +
+                        name_text(e.type().attr("__name__")) + " was raised while reading it";
+  py::raise_from(e, PyExc_TypeError, message.c_str());
+  throw py::error_already_set();
+}
+
+Json to_json(py::handle v) {
+  try {
+    return convert(v, 0);
+  } catch (py::error_already_set& e) {
+    raise_unreadable(e, v);
+  }
+}
 
 py::object from_json(const Json& v) {
   switch (v.type()) {

@@ -16,6 +16,9 @@ namespace py = pybind11;
 using marlet::Json;
 
 Json to_json(py::handle value);
+// Re-raises a failure met while reading `value`: as it is when it is one of the kinds an
+// operation may raise (or no Exception at all), otherwise as a TypeError caused by it.
+[[noreturn]] void raise_unreadable(py::error_already_set& e, py::handle value);
 py::object from_json(const Json& value);
 
 }  // namespace vorna_py

@@ -9,5 +9,7 @@ PYBIND11_MODULE(vornawebwrapper, m) {
   vorna_py::init_webdriver(m);
   vorna_py::init_wrapper(m);
   vorna_py::init_activity(m);
+  // A refused call names its arguments' types, never their values (passwords, huge texts).
+  pybind11::module_::import("marlet._argument_errors").attr("hide_argument_values_in")(m);
   m.attr("__all__") = pybind11::make_tuple("VornaWebWrapper");
 }

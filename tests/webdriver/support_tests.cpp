@@ -1,7 +1,9 @@
 // Locators and the wait loop, on a scripted transport and a fake clock.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <functional>
+#include <limits>
 
 #include "webdriver/errors.h"
 #include "webdriver/session.h"
@@ -99,4 +101,30 @@ TEST(WaitTests, OnlyAMissingElementCountsAsNotYet) {
   } catch (const TimeoutException& e) {
     EXPECT_STREQ(e.what(), "no title");
   }
+}
+
+TEST(WaitTests, WaitsThatCouldNeverEndAreRefusedBeforeTheFirstCheck) {
+  marlet::FakeClock clock;
+  int finds = 0;
+  auto session = Session::create(std::make_unique<LambdaTransport>([&](std::string_view c, const Json&) -> Json {
+                                   if (c == "WebDriver:FindElement") ++finds;
+                                   throw NoSuchElementException("not yet");
+                                 }),
+                                 Json::object(), {}, &clock);
+  const double inf = std::numeric_limits<double>::infinity();
+  for (double timeout : {inf, -inf, std::nan(""), 1e300, 9.3e9})
+    EXPECT_THROW(WebDriverWait(session, timeout, 1), InvalidArgumentException) << timeout;
+  for (double poll : {inf, std::nan(""), 1e300})
+    EXPECT_THROW(WebDriverWait(session, 5, poll), InvalidArgumentException) << poll;
+  EXPECT_EQ(finds, 0);
+  try {
+    WebDriverWait(session, inf, 1);
+  } catch (const InvalidArgumentException& e) {
+    EXPECT_STREQ(e.what(), "timeout must be a finite number of seconds up to 9.2e+09, not inf");
+  }
+  // The longest wait still runs, and a poll of zero or less keeps Selenium's half second.
+  WebDriverWait longest(session, kLongestWaitSeconds, 0);
+  WebDriverWait expired(session, -1, -3);
+  EXPECT_THROW(expired.until(expected_conditions::visibility_of_element_located(By::id("x"))), TimeoutException);
+  EXPECT_EQ(clock.sleeps(), std::vector<double>{0.5});
 }

@@ -1,12 +1,26 @@
 #include "webdriver/support/wait.h"
 
+#include <cmath>
+#include <sstream>
+
 #include "webdriver/errors.h"
 #include "webdriver/session.h"
 
 namespace webdriver {
 
+double checked_seconds(double seconds, const char* what) {
+  if (!std::isfinite(seconds) || std::fabs(seconds) > kLongestWaitSeconds) {
+    std::ostringstream text;
+    text << what << " must be a finite number of seconds up to " << kLongestWaitSeconds << ", not " << seconds;
+    throw InvalidArgumentException(text.str(), "invalid argument");
+  }
+  return seconds;
+}
+
 WebDriverWait::WebDriverWait(std::shared_ptr<Session> session, double timeout_seconds, double poll_seconds)
-    : session_(std::move(session)), timeout_(timeout_seconds), poll_(poll_seconds > 0 ? poll_seconds : 0.5) {
+    : session_(std::move(session)),
+      timeout_(checked_seconds(timeout_seconds, "timeout")),
+      poll_(checked_seconds(poll_seconds, "poll") > 0 ? poll_seconds : 0.5) {
   if (!session_) throw InvalidArgumentException("WebDriverWait needs a browser session", "invalid argument");
 }
 

@@ -25,6 +25,15 @@ struct ConditionResult {
 
 using Condition = std::function<ConditionResult(Session&)>;
 
+// The longest wait or pause anything here accepts: what a 64-bit count of nanoseconds
+// holds (about 292 years), as Python's own time.sleep(). NaN, infinity and anything
+// longer would overflow the clock's arithmetic or never end.
+constexpr double kLongestWaitSeconds = 9.2e9;
+
+// `seconds` itself, or InvalidArgumentException naming `what` for NaN, an infinity or a
+// value beyond kLongestWaitSeconds either way.
+double checked_seconds(double seconds, const char* what);
+
 class WebDriverWait {
  public:
   WebDriverWait(std::shared_ptr<Session> session, double timeout_seconds, double poll_seconds = 0.5);

@@ -129,6 +129,7 @@ Element WebBase::find_once(const By& by, const std::string& what) {
 
 Element WebBase::locate(const By& by, const std::string& what, const LocateOptions& o) {
   int attempts = o.retry < 1 ? 1 : o.retry;
+  if (attempts > 1) webdriver::checked_seconds(o.delay, "delay");  // before the first lookup
   for (int attempt = 1;; ++attempt) {
     try {
       Element element = find_once(by, what);

@@ -20,6 +20,12 @@ std::string text_value(const Json& value, const char* what) {
   throw marlet::ValueError(py::format("%s must be a text, not %s", what, py::repr(value)));
 }
 
+// A password: a text, refused with its type alone, so that the error never shows it.
+std::string secret_value(const Json& value, const char* what) {
+  if (value.is_string() || value.is_binary()) return py::str(value);
+  throw marlet::ValueError(py::format("%s must be a text, not %s", what, py::type_name(value)));
+}
+
 int port_value(const Json& value, const char* what) {
   if (!value.is_number_integer() || value.get<long long>() < 0 || value.get<long long>() > 65535)
     throw marlet::ValueError(py::format("%s must be an integer from 0 to 65535, not %s", what, py::repr(value)));
@@ -56,7 +62,7 @@ bool VornaWebWrapper::web_login(const Json& params) {
   }
   std::string address_text = text_value(address, "the controller address");
   std::string user_text = text_value(user, "username");
-  std::string pass_text = text_value(pass, "password");
+  std::string pass_text = secret_value(pass, "password");
 
   bmc_ip = local_ip;
   username = record_user;

@@ -16,7 +16,9 @@ namespace {
 std::string acting_password(const Json& attribute) {
   if (!attribute.is_string())
     throw marlet::ValueError(
-        "the wrapper holds no password of the acting user (it is " + py::repr(attribute) +
+        // The attribute's type alone: whatever it holds may be a password all the same.
+        "the wrapper holds no password of the acting user (it is " +
+        (attribute.is_null() ? std::string("None") : std::string("of type ") + py::type_name(attribute)) +
         "); log in with web_login first");
   return attribute.get<std::string>();
 }
