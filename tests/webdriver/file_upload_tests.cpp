@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -132,14 +133,14 @@ TEST(ZipTests, PythonsZipfileReadsTheArchiveBack) {
       "assert data == open(sys.argv[2], 'rb').read()\n"
       "print(i.filename, i.compress_type, i.file_size, i.compress_size, i.date_time, oct(i.external_attr >> 16))\n";
   s.file("check.py", check);
-  EXPECT_EQ(run("/usr/bin/python3 " + (s.dir / "check.py").string() + " " + (s.dir / "a.zip").string() + " " +
+  EXPECT_EQ(run("PYTHONIOENCODING=utf-8 /usr/bin/python3 " + (s.dir / "check.py").string() + " " + (s.dir / "a.zip").string() + " " +
                 (s.dir / "expected.bin").string() + " 2>&1"),
             name + " 0 70000 70000 (1980, 1, 1, 0, 0, 0) 0o100644\n");
 
   // An empty file is a member too.
   s.file("empty.zip", stored_zip("empty", ""));
   s.file("empty.bin", "");
-  EXPECT_EQ(run("/usr/bin/python3 " + (s.dir / "check.py").string() + " " + (s.dir / "empty.zip").string() + " " +
+  EXPECT_EQ(run("PYTHONIOENCODING=utf-8 /usr/bin/python3 " + (s.dir / "check.py").string() + " " + (s.dir / "empty.zip").string() + " " +
                 (s.dir / "empty.bin").string() + " 2>&1"),
             "empty 0 0 0 (1980, 1, 1, 0, 0, 0) 0o100644\n");
   EXPECT_THROW(stored_zip("", "x"), InvalidArgumentException);
