@@ -1,6 +1,7 @@
 #include "webdriver/element.h"
 
 #include "webdriver/errors.h"
+#include "webdriver/file_upload.h"
 #include "webdriver/session.h"
 
 namespace webdriver {
@@ -87,6 +88,12 @@ bool Element::is_selected() { return session_->execute("WebDriver:IsElementSelec
 bool Element::is_enabled() { return session_->execute("WebDriver:IsElementEnabled", id_param(id_)).get<bool>(); }
 
 void Element::send_keys(const std::string& text) {
+  if (session_->upload_files()) {
+    if (auto remote = upload_for_file_input(*this, text)) {
+      session_->execute("WebDriver:ElementSendKeys", Json{{"id", id_}, {"text", *remote}});
+      return;
+    }
+  }
   session_->execute("WebDriver:ElementSendKeys", Json{{"id", id_}, {"text", text}});
 }
 

@@ -34,7 +34,8 @@ class Element {
   bool is_displayed();
   bool is_selected();
   bool is_enabled();
-  // Text and Keys code points; on a file input, a path sets the file.
+  // Text and Keys code points; on a file input, a path sets the file (on a session that
+  // uploads files, a local file is sent to the remote browser's machine first).
   void send_keys(const std::string& text);
   void clear();
   std::string tag_name();

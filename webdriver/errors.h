@@ -50,6 +50,9 @@ WEBDRIVER_ERROR(UnexpectedTagNameException)
 WEBDRIVER_ERROR(ProtocolException)
 // The connection to the browser or driver failed or was lost (browser died, refused).
 WEBDRIVER_ERROR(ConnectionException)
+// A file the browser saved is on the browser's machine (a Selenium Grid node), out of
+// this process's reach.
+WEBDRIVER_ERROR(RemoteFileException)
 
 #undef WEBDRIVER_ERROR
 

@@ -65,6 +65,8 @@ constexpr Command kCommands[] = {
     {"WebDriver:GetAlertText", "GET", "/session/$sessionId/alert/text"},
     {"WebDriver:SendAlertText", "POST", "/session/$sessionId/alert/text"},
     {"WebDriver:TakeScreenshot", "GET", "/session/$sessionId/screenshot"},
+    // Selenium Grid's own: a base64 ZIP of one file in, the node's path of it out.
+    {"Grid:UploadFile", "POST", "/session/$sessionId/se/file"},
 };
 
 // Percent-encodes a path segment (element ids are safe; attribute names need not be).

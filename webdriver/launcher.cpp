@@ -224,7 +224,9 @@ Json http_capabilities(const LaunchOptions& o, const std::string& user_data_dir)
     if (!user_data_dir.empty()) args.push_back("--user-data-dir=" + user_data_dir);
     if (o.headless) args.push_back("--headless=new");
     Json chrome = {{"args", args}};
-    std::string binary = find_executable({o.binary.empty() ? "chromium" : o.binary});
+    // A Grid node's own configuration names its browser: a path found here would mean
+    // nothing there, so a remote session names a binary only when told one.
+    std::string binary = o.driver == "remote" ? o.binary : find_executable({o.binary.empty() ? "chromium" : o.binary});
     if (!binary.empty()) chrome["binary"] = binary;
     if (!o.download_dir.empty())
       chrome["prefs"] = {{"download.default_directory", o.download_dir},
@@ -285,7 +287,10 @@ std::shared_ptr<Session> launch_driver(const LaunchOptions& o, marlet::Clock* cl
   auto* dir = static_cast<TempDir*>(resources.front().get());
   Json caps = http_capabilities(o, o.driver == "remote" ? "" : dir->path() + "/profile");
   auto transport = std::make_unique<HttpTransport>(url, std::chrono::duration_cast<milliseconds>(o.command_timeout));
-  return Session::create(std::move(transport), caps, std::move(resources), clock);
+  auto session = Session::create(std::move(transport), caps, std::move(resources), clock);
+  // Files typed into file inputs live here, the browser does not.
+  if (o.driver == "remote") session->set_upload_files(true);
+  return session;
 }
 
 }  // namespace

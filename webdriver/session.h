@@ -95,6 +95,10 @@ class Session : public std::enable_shared_from_this<Session> {
   Json execute(std::string_view command, const Json& params = Json::object());
   marlet::Clock& clock() const noexcept { return *clock_; }
   const Json& capabilities() const noexcept { return capabilities_; }
+  // For a browser on another machine (a Selenium Grid): a local file typed into a file
+  // input is uploaded first and the input gets the remote copy (Element::send_keys).
+  void set_upload_files(bool on) noexcept { upload_files_ = on; }
+  bool upload_files() const noexcept { return upload_files_; }
 
  private:
   Session(std::unique_ptr<Transport> transport, std::vector<std::unique_ptr<OwnedResource>> resources,
@@ -110,6 +114,7 @@ class Session : public std::enable_shared_from_this<Session> {
   marlet::Clock* clock_;
   Json capabilities_;
   std::atomic<bool> quit_{false};
+  std::atomic<bool> upload_files_{false};
 };
 
 }  // namespace webdriver

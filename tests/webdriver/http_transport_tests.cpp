@@ -7,13 +7,20 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <deque>
 #include <mutex>
 #include <thread>
 
+#include <filesystem>
+#include <fstream>
+
 #include "webdriver/errors.h"
+#include "webdriver/file_upload.h"
 #include "webdriver/http_transport.h"
+#include "webdriver/launcher.h"
+#include "webdriver/zip.h"
 
 using namespace webdriver;
 using std::chrono::milliseconds;
@@ -203,4 +210,52 @@ TEST(HttpTransportTests, AGoneOrSilentDriverFailsWithinTheBound) {
   }
   EXPECT_LT(std::chrono::steady_clock::now() - started, milliseconds(3000));
   EXPECT_THROW(t.execute("WebDriver:GetTitle", Json::object()), ConnectionException);
+}
+
+// A session on a Grid URL: what it asks the Grid for (the node's own configuration names
+// the browser binary), and a local file for a file input going through the Grid's upload
+// endpoint before the input gets the node's path.
+TEST(GridSessionTests, ARemoteSessionAsksForChromeAndUploadsFileInputs) {
+  namespace fs = std::filesystem;
+  fs::path file = fs::temp_directory_path() / ("vorna-grid-upload-" + std::to_string(::getpid()) + ".bin");
+  std::ofstream(file, std::ios::binary) << std::string("\x00\x01firmware", 10);
+  ScriptedHttpServer server({{200, R"({"value":{"sessionId":"g1","capabilities":{"browserName":"chrome"}}})"},
+                             {200, R"({"value":{"element-6066-11e4-a52e-4f735466cecf":"e1"}})"},
+                             {200, R"({"value":"input"})"},
+                             {200, R"({"value":"file"})"},
+                             {200, R"({"value":"/tmp/upload42/file/fw.bin"})"},
+                             {200, R"({"value":null})"},
+                             {200, R"({"value":null})"}});
+  LaunchOptions o;
+  o.browser = "chromium";
+  o.driver = "remote";
+  o.remote_url = server.url() + "/wd/hub";
+  auto session = launch(o);
+  EXPECT_TRUE(session->upload_files());
+  session->find_element_by_id("file_upload").send_keys(file.string());
+  session->quit();
+  auto seen = server.seen();
+  ASSERT_EQ(seen.size(), 7u);
+  Json caps = Json::parse(seen[0].body)["capabilities"]["alwaysMatch"];
+  EXPECT_EQ(caps["browserName"], "chrome") << "what a Grid matches on the node's stereotype";
+  EXPECT_EQ(caps["acceptInsecureCerts"], true) << "the console's certificate is self-signed";
+  EXPECT_FALSE(caps["goog:chromeOptions"].contains("binary")) << "a path of this machine means nothing on a node";
+  Json args = caps["goog:chromeOptions"]["args"];
+  EXPECT_NE(std::find(args.begin(), args.end(), "--headless=new"), args.end());
+  for (const auto& a : args) EXPECT_EQ(a.get<std::string>().rfind("--user-data-dir", 0), std::string::npos) << a;
+  EXPECT_EQ(seen[4].method + " " + seen[4].path, "POST /wd/hub/session/g1/se/file");
+  EXPECT_EQ(Json::parse(seen[4].body),
+            (Json{{"file", base64_encode(stored_zip(file.filename().string(), std::string("\x00\x01firmware", 10)))}}));
+  EXPECT_EQ(seen[5].path, "/wd/hub/session/g1/element/e1/value");
+  EXPECT_EQ(Json::parse(seen[5].body)["text"], "/tmp/upload42/file/fw.bin");
+  EXPECT_EQ(seen[6].method, "DELETE");
+  fs::remove(file);
+
+  // A binary named in the browser map is the user's word for the node: it is sent.
+  ScriptedHttpServer again({{200, R"({"value":{"sessionId":"g2","capabilities":{}}})"}, {200, R"({"value":null})"}});
+  o.remote_url = again.url();
+  o.binary = "/opt/chromium/chrome";
+  launch(o)->quit();
+  EXPECT_EQ(Json::parse(again.seen()[0].body)["capabilities"]["alwaysMatch"]["goog:chromeOptions"]["binary"],
+            "/opt/chromium/chrome");
 }

@@ -254,4 +254,37 @@ TEST_F(DiagnosticsTests, ExportClicksTheDownloadBetweenTwoPageSettles) {
   EXPECT_EQ(fb->events.back(), "frame id:rightMid") << "the failure leaves the frame entered";
 }
 
+// A browser on a Grid node downloads onto that node: both operations refuse, naming the
+// node, before a click, and an older file here is left alone.
+TEST(RemoteDownloadTests, DownloadsRefuseBeforeTouchingTheConsole) {
+  auto fb = std::make_shared<fake::FakeBrowser>();
+  marlet::FakeClock clock;
+  auto log = std::make_shared<marlet::RecordingLogger>();
+  Json params = {{"browser", {{"name", "chromium"}, {"driver", "remote"}, {"remote_url", "http://127.0.0.1:4444"}}}};
+  vorna::VornaWebWrapper w{params, log, &clock, std::make_shared<fake::FakeFactory>(fb)};
+  Scratch s;
+  w.download_dir = s.dir.string();
+  std::string old = s.file("dump_info.tar.gz", "old");
+  try {
+    w.set_info_collection();
+    ADD_FAILURE() << "a collection on a remote browser must fail";
+  } catch (const webdriver::RemoteFileException& e) {
+    EXPECT_EQ(std::string(e.what()),
+              "set_info_collection: the browser runs on a Selenium Grid node (http://127.0.0.1:4444) and would save "
+              "dump_info.tar.gz there, not on this machine; run downloads with a local browser");
+  }
+  EXPECT_TRUE(fs::exists(old)) << "nothing is removed for a download that cannot happen";
+  try {
+    w.web_export_bmc_log();
+    ADD_FAILURE() << "an export on a remote browser must fail";
+  } catch (const webdriver::RemoteFileException& e) {
+    EXPECT_NE(std::string(e.what()).find("operate_log.csv"), std::string::npos) << e.what();
+  }
+  EXPECT_TRUE(fb->events.empty());
+  EXPECT_TRUE(clock.sleeps().empty());
+  EXPECT_TRUE(log->texts().empty());
+  // The failure is a MarletException like every browser-level one.
+  EXPECT_THROW(w.web_export_bmc_log(), marlet::MarletException);
+}
+
 }  // namespace

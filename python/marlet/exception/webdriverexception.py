@@ -72,3 +72,7 @@ class ProtocolException(WebDriverException):
 
 class ConnectionException(WebDriverException):
     """The connection to the browser or driver failed or was lost."""
+
+
+class RemoteFileException(WebDriverException):
+    """A file the browser saved is on the browser's machine (a Grid node), not here."""

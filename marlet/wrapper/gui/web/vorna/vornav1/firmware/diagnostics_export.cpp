@@ -1,10 +1,12 @@
 // Data the console hands out through the browser's download: the one-button collection
 // of diagnostic information and the operation log. The browser saves into download_dir;
-// neither operation opens the file.
+// neither operation opens the file. A browser on a Selenium Grid node saves on that node,
+// so there both refuse before touching the console.
 #include <cmath>
 #include <filesystem>
 
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
+#include "webdriver/errors.h"
 
 namespace vorna {
 namespace py = marlet::py;
@@ -12,11 +14,23 @@ namespace fs = std::filesystem;
 
 namespace {
 constexpr const char* kCollectionFile = "dump_info.tar.gz";
+
+// The file would land on the Grid node and never appear here; the path an operation
+// returns would name nothing.
+void refuse_remote_download(const marlet::BrowserConfig& config, const std::string& operation,
+                            const std::string& file) {
+  if (config.launch.driver != "remote") return;
+  throw webdriver::RemoteFileException(
+      operation + ": the browser runs on a Selenium Grid node (" + config.launch.remote_url +
+          ") and would save " + file + " there, not on this machine; run downloads with a local browser",
+      "remote file");
+}
 }  // namespace
 
 std::string VornaWebWrapper::set_info_collection(double timeout) {
   if (std::isnan(timeout) || timeout < 0)
     throw marlet::ValueError(py::format("timeout must be a number of seconds, not %s", timeout));
+  refuse_remote_download(config(), "set_info_collection", kCollectionFile);
   logger().info("[setInfoCollection]");
   // os.path.join: an empty folder leaves the bare name.
   std::string path = download_dir.empty() ? kCollectionFile : (fs::path(download_dir) / kCollectionFile).string();
@@ -33,6 +47,7 @@ std::string VornaWebWrapper::set_info_collection(double timeout) {
 }
 
 std::string VornaWebWrapper::web_export_bmc_log() {
+  refuse_remote_download(config(), "web_export_bmc_log", "the operation log (operate_log.csv)");
   logger().info("[exportBmcLog] export bmc log.");
   follow_menu(pages::kSystemManage);
   page_settle();
