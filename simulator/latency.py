@@ -30,26 +30,50 @@ SAVE_DELAY = 1.0
 #   delay  seconds the server holds the answer;
 #   start  seconds after the page (or tab) is shown before the page asks (a timer);
 #   every  the page asks again that often, for ever (a polling page);
-#   settle the shortest wait of a console operation on that page before it reads: a
-#          settle after the click, or a lookup's wait (10 s) where the page's elements
-#          appear only with the data. start + delay stay at 60% of it or less.
+#   settle the shortest time a console operation gives the page before it reads: its
+#          settle after opening the page or clicking the tab, or its lookup's wait
+#          (10 s) where the page's elements appear only with their data (the pages
+#          read with no settle at all). start + delay stay at 60% of it or less.
 SECTIONS = {
+    # Pages whose values fill in place: readers settle before they read.
+    "overview": {"delay": 2.0, "settle": 6},
+    "local_users": {"delay": 2.0, "settle": 10},
+    "power_control": {"delay": 2.0, "settle": 10},
+    "power_capping": {"delay": 2.0, "settle": 10},
+    "power_strategy": {"delay": 1.5, "settle": 10},
+    # Pages read with no settle: their elements appear with their data.
+    "summary": {"delay": 1.0, "settle": 10},
+    "system_info": {"delay": 1.5, "settle": 10},
+    "network": {"delay": 1.0, "settle": 10},
+    "boot_settings": {"delay": 1.0, "settle": 10},
+    "system_settings": {"delay": 1.0, "settle": 10},
+    "ldap": {"delay": 1.0, "settle": 10},
+    "power_statistics": {"delay": 1.5, "settle": 10},
+    "real_time_monitor": {"delay": 1.0, "settle": 10},
+    # The alarms page polls the current alarms every 2 s for ever.
+    "alarms": {"delay": 0.3, "every": 2.0, "settle": 10},
     # System information, the tabs: readers click the tab and settle 5 s (tab_loop,
-    # tab_retry). The fan tab asks from a timer after its click.
+    # tab_retry), the logical drives' reader 3 s after the storage tab. The fan tab asks
+    # from a timer after its click.
+    "tabSystem": {"delay": 2.0, "settle": 5},
+    "tabStorage": {"delay": 1.2, "settle": 3},
     "tabFan": {"delay": 1.0, "start": 0.5, "settle": 5},
     "tabPower": {"delay": 1.5, "settle": 5},
     "tabProcess": {"delay": 2.0, "settle": 5},
     "tabMemory": {"delay": 2.5, "settle": 5},
     "tabCard": {"delay": 2.0, "settle": 5},
     "tabOther": {"delay": 1.5, "settle": 5},
-    # The alarms page polls the current alarms every 2 s for ever; its box appears with
-    # the first answer.
-    "alarms": {"delay": 0.3, "every": 2.0, "settle": 10},
 }
 
 # The console's own GET requests, by path (delay and settle as above); a path not
-# listed answers at once.
+# listed (a download) answers at once. The menu is waited for 5 s after a log-in; the
+# logs' pagers appear with their records.
 API_GETS = {
+    "/api/menu": {"delay": 0.5, "settle": 5},
+    "/api/machine": {"delay": 0.5, "settle": 10},
+    "/api/users/me": {"delay": 1.0, "settle": 10},
+    "/api/logs/operation": {"delay": 1.5, "settle": 10},
+    "/api/logs/events": {"delay": 1.5, "settle": 10},
 }
 
 

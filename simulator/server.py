@@ -67,6 +67,9 @@ class Handler(BaseHTTPRequestHandler):
 
     def _send(self, status, body, content_type="application/json", headers=None):
         data = body if isinstance(body, bytes) else body.encode("utf-8")
+        hold, self.hold_reply = getattr(self, "hold_reply", None), None
+        if hold:
+            hold()
         self.send_response(status)
         self.send_header("Content-Type", content_type)
         self.send_header("Content-Length", str(len(data)))
@@ -184,6 +187,7 @@ class Handler(BaseHTTPRequestHandler):
         if self._retired():
             return
         path = self.path.split("?", 1)[0]
+        self.hold_reply = None
         self._delay(path)
         if path.startswith("/__sim/data/"):
             return self._section_data(path[len("/__sim/data/"):])
@@ -216,13 +220,16 @@ class Handler(BaseHTTPRequestHandler):
 
     def _post(self):
         path = self.path.split("?", 1)[0]
+        self.hold_reply = None
         self._delay(path)
         body = self._body()
         if path.startswith("/__sim/"):
             status, payload = control.handle(self.state, "POST", path, body)
             return self._json(status, payload)
         if path.startswith("/api/") and path != "/api/logout":
-            latency_profile.hold_save(self._latency())
+            # A save takes effect at once and answers late: a page opened meanwhile shows it.
+            latency = self._latency()
+            self.hold_reply = lambda: latency_profile.hold_save(latency)
         if path == "/api/login":
             return self._login(body or {})
         if path == "/api/logout":

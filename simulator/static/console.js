@@ -18,11 +18,20 @@
   // machine of the answer: `start` seconds after this call where the section has a timer,
   // again every `every` seconds for ever where it polls (rendering again only when the
   // data changed). The handle's cancel() drops what is still on its way.
+  //
+  // Parts of a page that a driver reads with no settle (its lookups wait for them) sit in
+  // <template data-section="<section>">: they take the template's place just before the
+  // first render, so they appear only with their data and the page is as before after.
   window.whenData = function (section, render) {
     var latency = window.SIM_LATENCY || {}, cancelled = false, timer = null, last = null;
     var handle = {cancel: function () { cancelled = true; if (timer !== null) clearTimeout(timer); }};
+    function show(machine) {
+      var parts = document.querySelectorAll('template[data-section="' + section + '"]');
+      Array.prototype.forEach.call(parts, function (t) { t.parentNode.replaceChild(t.content, t); });
+      render(machine);
+    }
     if (latency.profile !== "realistic") {
-      render(window.MACHINE);
+      show(window.MACHINE);
       return handle;
     }
     var entry = (latency.sections || {})[section] || {}, scale = Number(latency.scale);
@@ -39,7 +48,7 @@
           var text = JSON.stringify(data.machine);
           if (text !== last) {
             last = text;
-            render(data.machine);
+            show(data.machine);
             removeMissing();  // what a test asked to be missing stays missing
           }
           if (entry.every) later(entry.every, ask);

@@ -193,7 +193,7 @@
     tr.parentNode.insertBefore(detail, tr.nextSibling);
   }
 
-  var RENDER = {tabFan: renderFans, tabPower: renderPower, tabProcess: renderProcessors, tabMemory: renderMemory,
+  var RENDER = {tabSystem: function (pane, m) { showSystemPane(m); }, tabFan: renderFans, tabPower: renderPower, tabProcess: renderProcessors, tabMemory: renderMemory,
                 tabCard: renderCards, tabOther: renderOther};
 
   // A click on another tab hides every `.tab` pane (the storage pane too), empties the
@@ -215,12 +215,13 @@
       generation++;
       if (pending) pending.cancel();
       pending = null;
-      Object.keys(RENDER).forEach(function (t) { document.getElementById(PANES[t]).innerHTML = ""; });
+      Object.keys(RENDER).forEach(function (t) {
+        if (t !== "tabSystem") document.getElementById(PANES[t]).innerHTML = "";  // its frame is the page's own
+      });
       activeTab = tabId;
       fill = "none";
       pane.style.display = "block";
     }
-    if (tabId === "tabSystem") { showSystemPane(); fill = "filled"; return; }
     if ((faults.second_click || []).indexOf(tabId) >= 0 && clicks[tabId] < 2) return;
     tableSeq = 0;
     var late = (faults.late || {})[tabId], mine = generation;
@@ -229,10 +230,10 @@
     // the data is in (console.js whenData), only if no other tab took the page meanwhile.
     function ask() {
       if (mine !== generation) return;
-      pending = whenData(tabId, function () {
+      pending = whenData(tabId, function (machine) {
         if (mine !== generation) return;
         tableSeq = 0;
-        RENDER[tabId](pane);
+        RENDER[tabId](pane, machine);
         fill = "filled";
       });
     }
