@@ -226,10 +226,10 @@ class Handler(BaseHTTPRequestHandler):
         if path.startswith("/__sim/"):
             status, payload = control.handle(self.state, "POST", path, body)
             return self._json(status, payload)
-        if path.startswith("/api/") and path != "/api/logout":
+        if path.startswith("/api/"):
             # A save takes effect at once and answers late: a page opened meanwhile shows it.
             latency = self._latency()
-            self.hold_reply = lambda: latency_profile.hold_save(latency)
+            self.hold_reply = lambda: latency_profile.hold_save(latency, path)
         if path == "/api/login":
             return self._login(body or {})
         if path == "/api/logout":

@@ -9,7 +9,7 @@ import pytest
 
 from marlet.utils.time import set_time_scale
 from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
-from tests.python.console import eventually
+from tests.python.console import eventually, patch
 from tests.python.pace import TIME_SCALE
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
@@ -118,3 +118,26 @@ def test_a_save_goes_through_and_reads_back(realistic):
     w.web_set_boot_mode({"mode": mode})
     assert eventually(lambda: sim.state()["machine"]["boot"]["mode"], mode) == mode
 
+
+
+def test_the_alarms_page_keeps_asking_and_shows_new_alarms_without_a_reload(realistic):
+    w, sim = realistic
+    assert w.check_health() is True
+    b = w.browser
+    b.switch_to_default_content()
+    b.find_element_by_id("menu_ALARMS").click()
+    b.switch_to_frame("rightMid")
+    box = '//*[@id="currentAlarmTable"]'
+    read = lambda: " ".join(e.text for e in b.find_elements_by_xpath(box))
+    assert eventually(read, "No current alarms.") == "No current alarms."
+    alarm = {"level": "Major", "time": "2026-11-23 10:00:00", "text": "Fan 3 speed low"}
+    patch(sim, {"alarms": {"current": [alarm]}})
+    try:
+        assert "Fan 3 speed low" in eventually(read, lambda text: "Fan 3" in text)
+        # Polled, not reloaded: the page is the one opened above.
+        assert b.execute_script("return performance.getEntriesByType('resource').filter(function (e) {"
+                                " return e.name.indexOf('/__sim/data/alarms') >= 0; }).length;") >= 2
+    finally:
+        patch(sim, {"alarms": {"current": []}})
+        b.switch_to_default_content()
+    assert w.check_health() is True

@@ -83,7 +83,9 @@ def test_realistic_holds_data_gets_and_saves_scaled(sim, holds):
     del holds[:]
     _, cookie = call(sim, "POST", "/api/login", {"username": "admin", "password": "Admin@9000"})
     call(sim, "POST", "/api/power", {"action": "fpf"}, cookie)
-    call(sim, "POST", "/api/logout", {}, cookie)  # leaving is not a save: answered at once
+    # The password reminder's answer and leaving are answered at once.
+    call(sim, "POST", "/api/password_tips", {"dont_remind": True}, cookie)
+    call(sim, "POST", "/api/logout", {}, cookie)
     assert holds == [0.5, 0.5]
     assert sim.state.machine["power"]["state"] == "Off"
     # A section the table does not know is an error, not a page left empty for ever.
@@ -92,6 +94,23 @@ def test_realistic_holds_data_gets_and_saves_scaled(sim, holds):
     settings = page_latency(sim, "system_info")
     assert settings["profile"] == "realistic" and settings["scale"] == 0.5
     assert settings["sections"]["tabFan"]["start"] > 0 and settings["sections"]["alarms"]["every"] > 0
+
+
+def test_a_save_takes_effect_at_once_and_answers_late(sim, monkeypatch):
+    # A page opened while the answer is held already shows the change.
+    seen = []
+
+    class Watch(object):
+        @staticmethod
+        def sleep(seconds):
+            seen.append((seconds, sim.state.machine["power"]["state"]))
+
+    monkeypatch.setattr(latency, "time", Watch)
+    call(sim, "POST", "/__sim/fault", {"latency": {"profile": "realistic", "scale": 1.0}})
+    _, cookie = call(sim, "POST", "/api/login", {"username": "admin", "password": "Admin@9000"})
+    reply, _ = call(sim, "POST", "/api/power", {"action": "fpf"}, cookie)
+    assert reply["ok"] is True
+    assert seen == [(latency.SAVE_DELAY, "On"), (latency.SAVE_DELAY, "Off")]
 
 
 def test_every_section_answers_well_within_its_readers_settle():
