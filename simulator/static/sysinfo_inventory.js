@@ -193,8 +193,9 @@
     tr.parentNode.insertBefore(detail, tr.nextSibling);
   }
 
-  var RENDER = {tabSystem: function (pane, m) { showSystemPane(m); }, tabFan: renderFans, tabPower: renderPower, tabProcess: renderProcessors, tabMemory: renderMemory,
-                tabCard: renderCards, tabOther: renderOther};
+  // tabSystem's pane is the page's own (showSystemPane in system_info.html).
+  var RENDER = {tabSystem: function (pane, m) { showSystemPane(m); }, tabFan: renderFans, tabPower: renderPower,
+                tabProcess: renderProcessors, tabMemory: renderMemory, tabCard: renderCards, tabOther: renderOther};
 
   // A click on another tab hides every `.tab` pane (the storage pane too), empties the
   // inventory panes and shows the clicked tab's pane; its tables fill at once, late, or
@@ -216,7 +217,7 @@
       if (pending) pending.cancel();
       pending = null;
       Object.keys(RENDER).forEach(function (t) {
-        if (t !== "tabSystem") document.getElementById(PANES[t]).innerHTML = "";  // its frame is the page's own
+        if (t !== "tabSystem") document.getElementById(PANES[t]).innerHTML = "";
       });
       activeTab = tabId;
       fill = "none";
