@@ -9,7 +9,7 @@ import time
 
 import pytest
 
-from tests.python.pace import TIME_SCALE
+from tests.python.pace import TIME_SCALE, e2e_latency
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 
@@ -80,9 +80,9 @@ def simulator():
     sim = Simulator(proc, url)
     # VORNA_E2E_LATENCY=realistic runs every test against a console that answers late,
     # scaled as the tests' clock is; it stays through scenario loads and fault clears.
-    latency = os.environ.get("VORNA_E2E_LATENCY")
+    latency = e2e_latency()
     if latency:
-        sim.fault({"latency": {"profile": latency, "scale": TIME_SCALE}})
+        sim.fault({"latency": latency})
     yield sim
     proc.terminate()
     try:
