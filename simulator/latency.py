@@ -23,12 +23,13 @@ import time
 PROFILES = ("instant", "realistic")
 DEFAULT = {"profile": "instant", "scale": 1.0}
 
-# Seconds the save requests (POST /api/...) take to answer, the log-in's too; the change
-# itself is made at once. Leaving (/api/logout) answers at once, and so does the answer to
-# the log-in's password reminder: after its OK a log-in gives the console no settle, only
-# a 5 s wait for the menu, which the index page's load alone fills at a time scale of 0.05.
+# Seconds the save requests (POST /api/...) take to answer; the change itself is made at
+# once. The log-in's own requests answer at once: after the log-in's click (the register
+# log-ins) and after the password reminder's OK, the operations give the console no
+# settle, only a 5 s wait for the menu, which the index page's load alone fills at a time
+# scale of 0.05. Leaving (/api/logout) answers at once too.
 SAVE_DELAY = 1.0
-SAVES_AT_ONCE = ("/api/logout", "/api/password_tips")
+SAVES_AT_ONCE = ("/api/login", "/api/password_tips", "/api/logout")
 
 # The data requests of pages and tabs, by section name (a page's name, a tab's id):
 #   delay  seconds the server holds the answer;
