@@ -181,7 +181,7 @@
   }
 
   document.addEventListener("DOMContentLoaded", function () {
-    render((window.MACHINE && window.MACHINE.users) || []);
+    whenData("local_users", function (m) { render((m && m.users) || []); });
     document.getElementById("add_user").onclick = openAdd;
     // Only an administrator may add users: the control goes for anyone else.
     api("GET", "/api/users/me").then(function (me) {

@@ -1,6 +1,6 @@
 // The IPv4 section of the network page: the management address, mask and gateway. A save
 // asks first; once the machine takes it the console answers on the new address only.
-(function () {
+whenData("network", function (machine) {
   "use strict";
   var pane = document.getElementById("ipv4Pane");
   if (!pane) return;
@@ -12,7 +12,7 @@
     '<tr><th>Default gateway</th><td><input id="ipv4_gateway" type="text"></td></tr>' +
     '</table>' +
     '<p><button id="saveIPV4Set" type="button">Save</button> <span id="ipv4Message"></span></p>';
-  var ipv4 = ((window.MACHINE || {}).network || {}).ipv4 || {};
+  var ipv4 = ((machine || {}).network || {}).ipv4 || {};
   document.getElementById("ipv4_ip").value = ipv4.address || "";
   document.getElementById("ipv4_mask").value = ipv4.mask || "";
   document.getElementById("ipv4_gateway").value = ipv4.gateway || "";
@@ -28,4 +28,4 @@
       });
     });
   };
-})();
+});

@@ -3,11 +3,11 @@
 // document as the console's notices do: class "operatecss4" when the save took,
 // "operatecss3" when it was turned down.
 // Faults (window.SIM_FAULTS.settings): {"quiet_time_zone": true} shows no notice at all.
-(function () {
+whenData("network", function (machine) {
   "use strict";
   var pane = document.getElementById("timezonePane");
-  if (!pane || !window.MACHINE || !window.MACHINE.settings) return;
-  var settings = window.MACHINE.settings, zones = settings.time_zones || {};
+  if (!pane || !machine || !machine.settings) return;
+  var settings = machine.settings, zones = settings.time_zones || {};
 
   pane.innerHTML =
     '<h3>Time Zone</h3>' +
@@ -66,4 +66,4 @@
       if (!faults.quiet_time_zone) show(false, "The operation failed.");
     });
   };
-})();
+});

@@ -390,10 +390,15 @@
     // A top document of another origin: the unload hook above has to do.
   }
 
+  // The tab's content is built when its data is in (console.js whenData), from the
+  // machine as this page knows it (a save here updates it).
+  var pending = null;
   function showTab() {
     Array.prototype.forEach.call(document.querySelectorAll(".tab"), function (t) { t.style.display = "none"; });
     pane.style.display = "block";
-    build();
+    pane.innerHTML = "";
+    if (pending) pending.cancel();
+    pending = whenData("tabStorage", function () { build(); });
   }
   tab.addEventListener("click", showTab);
   // A click on the tab while this script was still on its way is answered now.

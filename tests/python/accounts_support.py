@@ -7,6 +7,7 @@ import pytest
 from simulator.server import start_server
 
 from tests.python.console import eventually
+from tests.python.pace import e2e_latency
 
 # Loopback addresses tried in turn for port 443; the shared simulator keeps 127.0.0.1.
 ADDRESSES_443 = ["127.0.0.%d" % i for i in range(2, 10)]
@@ -32,7 +33,7 @@ def console_on_443():
     errors = []
     for address in ADDRESSES_443:
         try:
-            server = start_server(address, 443, True, "default")
+            server = start_server(address, 443, True, "default", latency=e2e_latency())
         except OSError as e:
             errors.append("%s: %s" % (address, e))
             continue

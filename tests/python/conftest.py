@@ -9,7 +9,7 @@ import time
 
 import pytest
 
-from tests.python.pace import TIME_SCALE
+from tests.python.pace import TIME_SCALE, e2e_latency
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 
@@ -77,7 +77,13 @@ def simulator():
     if url is None:
         proc.kill()
         pytest.fail("the console simulator did not start")
-    yield Simulator(proc, url)
+    sim = Simulator(proc, url)
+    # VORNA_E2E_LATENCY=realistic runs every test against a console that answers late,
+    # scaled as the tests' clock is; it stays through scenario loads and fault clears.
+    latency = e2e_latency()
+    if latency:
+        sim.fault({"latency": latency})
+    yield sim
     proc.terminate()
     try:
         proc.wait(10)

@@ -10,6 +10,7 @@ import pytest
 from simulator.server import start_server
 
 from tests.python.console import eventually
+from tests.python.pace import e2e_latency
 
 OWN_ADDRESS, NEW_ADDRESS = "127.77.0.1", "127.77.0.2"
 
@@ -70,7 +71,7 @@ def test_read_refuse_bad_records_and_change_the_gateway(sim, wrapper, log_lines)
 
 
 def test_a_new_address_moves_the_console_and_the_next_login_follows(wrapper, log_lines):
-    own = start_server(address=OWN_ADDRESS, port=0, https=True)
+    own = start_server(address=OWN_ADDRESS, port=0, https=True, latency=e2e_latency())
     try:
         bmc = Controller(OWN_ADDRESS, own.port)
         assert wrapper.web_login({"bmc": bmc}) is True
