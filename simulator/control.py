@@ -20,11 +20,20 @@ def handle(state, method, path, body):
             state.load(scenario)
         except KeyError as e:
             return 404, {"error": str(e)}
+        except ValueError as e:  # a scenario's bad "latency"
+            return 400, {"error": str(e)}
         return 200, {"ok": True}
     if method == "POST" and path == "/__sim/fault":
         # {"slow": {"/pages/x.html": 2.5}} | {"missing": {"summary": ["txtSequence"]}}
         # | {"refuse": ["power"]} | {"clear": true} | {"<area fault>": ...}
         data = body or {}
+        # {"latency": {"profile": "realistic", "scale": 0.05}} merges into the latency in
+        # effect (simulator/latency.py); "clear" leaves it alone. A bad one changes nothing.
+        if "latency" in data:
+            try:
+                state.set_latency(data["latency"])
+            except ValueError as e:
+                return 400, {"error": str(e)}
         with state.lock:
             if data.get("clear"):
                 state.faults = {"slow": {}, "missing": {}, "refuse": []}
@@ -35,7 +44,7 @@ def handle(state, method, path, body):
             # Faults of the areas' own pages: maps merge, lists extend, anything else
             # replaces; pages see them all as window.SIM_FAULTS.
             for key, value in data.items():
-                if key in ("clear", "slow", "missing", "refuse"):
+                if key in ("clear", "slow", "missing", "refuse", "latency"):
                     continue
                 if isinstance(value, dict):
                     state.faults.setdefault(key, {}).update(value)
@@ -43,7 +52,7 @@ def handle(state, method, path, body):
                     state.faults.setdefault(key, []).extend(value)
                 else:
                     state.faults[key] = value
-            return 200, {"ok": True, "faults": json.loads(json.dumps(state.faults))}
+            return 200, {"ok": True, "faults": json.loads(json.dumps(state.faults)), "latency": dict(state.latency)}
     if method == "POST" and path == "/__sim/machine":
         # Patches the machine directly: {"power": {"state": "Off"}}
         from simulator.state import _merge

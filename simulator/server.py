@@ -1,10 +1,12 @@
 """The console simulator's HTTP(S) server.
 
     python3 -m simulator.server --address 127.0.0.1 --port 0 --https [--scenario default]
+        [--latency realistic --latency-scale 0.05]
 
 prints "SIMULATOR READY <scheme>://<address>:<port>" once it listens. Pages are plain
 files under pages/ and static/; the console's actions are JSON endpoints under /api/;
-the control API for tests lives under /__sim/ (see control.py).
+the control API for tests lives under /__sim/ (see control.py); how late the console
+answers is the latency profile (see latency.py).
 """
 import argparse
 import json
@@ -32,6 +34,7 @@ if __package__ in (None, ""):
     sys.path.insert(0, os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 
 from simulator import actions, control  # noqa: E402
+from simulator import latency as latency_profile  # noqa: E402
 from simulator.pages_table import PLACEHOLDERS, placeholder  # noqa: E402
 from simulator.state import State  # noqa: E402
 
@@ -106,6 +109,19 @@ class Handler(BaseHTTPRequestHandler):
         if delay:
             time.sleep(float(delay))
 
+    def _latency(self):
+        with self.state.lock:
+            return dict(self.state.latency)
+
+    def _section_data(self, section):
+        # A page's data request (console.js whenData): answered after the section's delay
+        # with the machine as it is now.
+        if not latency_profile.hold_section(self._latency(), section):
+            return self._json(404, {"error": "no data section %r" % section})
+        with self.state.lock:
+            machine = json.loads(json.dumps(self.state.machine))
+        return self._json(200, {"section": section, "machine": machine})
+
     def _page(self, path):
         """(bytes, content type) of a page or static file, or None."""
         if path in ("/login.html", "/index.html"):
@@ -135,15 +151,16 @@ class Handler(BaseHTTPRequestHandler):
                 refused = list(self.state.faults["refuse"])
                 faults = json.dumps(self.state.faults, ensure_ascii=False).replace("</", "<\\/")
                 machine = json.dumps(self.state.machine, ensure_ascii=False).replace("</", "<\\/")
+                latency = json.dumps(latency_profile.page_settings(self.state.latency))
             # The refused actions too: a page that shows a change at once (as the console
             # does) must know before it asks that the save will be turned down.
             # Clicks that land before a page's own scripts have run (a driver is quicker than
             # a page that is still loading) are kept in SIM_EARLY_CLICKS, so that a script
             # can answer them once it is ready.
             inject = ("<script>window.SIM_MISSING = %s; window.SIM_REFUSE = %s; window.SIM_FAULTS = %s; "
-                      "window.MACHINE = %s; window.SIM_EARLY_CLICKS = []; document.addEventListener("
-                      "'click', function (e) { window.SIM_EARLY_CLICKS.push(e.target); }, true);</script>"
-                      ) % (json.dumps(missing), json.dumps(refused), faults, machine)
+                      "window.MACHINE = %s; window.SIM_LATENCY = %s; window.SIM_EARLY_CLICKS = []; "
+                      "document.addEventListener('click', function (e) { window.SIM_EARLY_CLICKS.push(e.target); "
+                      "}, true);</script>") % (json.dumps(missing), json.dumps(refused), faults, machine, latency)
             data = data.replace(b"</head>", inject.encode("utf-8") + b"</head>", 1)
         return data, CONTENT_TYPES.get(ext, "application/octet-stream")
 
@@ -168,10 +185,13 @@ class Handler(BaseHTTPRequestHandler):
             return
         path = self.path.split("?", 1)[0]
         self._delay(path)
+        if path.startswith("/__sim/data/"):
+            return self._section_data(path[len("/__sim/data/"):])
         if path.startswith("/__sim/"):
             status, payload = control.handle(self.state, "GET", path, None)
             return self._json(status, payload)
         if path.startswith("/api/"):
+            latency_profile.hold_get(self._latency(), path)
             status, payload = actions.get(self.state, path, self._session_user())
             # A download (the diagnostics archive, the operation log): a handler returns
             # {"_download": file name, "_bytes": content}, served as an attachment.
@@ -201,6 +221,8 @@ class Handler(BaseHTTPRequestHandler):
         if path.startswith("/__sim/"):
             status, payload = control.handle(self.state, "POST", path, body)
             return self._json(status, payload)
+        if path.startswith("/api/") and path != "/api/logout":
+            latency_profile.hold_save(self._latency())
         if path == "/api/login":
             return self._login(body or {})
         if path == "/api/logout":
@@ -306,7 +328,7 @@ def _bind(address, port, ssl_context):
     return httpd
 
 
-def _make_server(address, port, https, scenario):
+def _make_server(address, port, https, scenario, latency=None):
     ctx, tmpdir = None, None
     if https:
         tmpdir = tempfile.mkdtemp(prefix="vorna-sim-")
@@ -314,12 +336,13 @@ def _make_server(address, port, https, scenario):
         ctx = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
         ctx.load_cert_chain(cert, key)
     httpd = _bind(address, port, ctx)
-    httpd.state = State(scenario)
+    httpd.state = State(scenario, latency)
     return httpd, tmpdir, ctx
 
 
-def start_server(address="127.0.0.1", port=0, https=True, scenario="default", on_move=None):
-    httpd, tmpdir, ctx = _make_server(address, port, https, scenario)
+def start_server(address="127.0.0.1", port=0, https=True, scenario="default", on_move=None, latency=None):
+    """`latency`: the latency profile, e.g. {"profile": "realistic", "scale": 0.05}."""
+    httpd, tmpdir, ctx = _make_server(address, port, https, scenario, latency)
     return Simulator(httpd, "https" if https else "http", address, tmpdir, ctx, on_move)
 
 
@@ -331,12 +354,20 @@ def main(argv=None):
     group.add_argument("--https", dest="https", action="store_true", default=True)
     group.add_argument("--http", dest="https", action="store_false")
     parser.add_argument("--scenario", default="default")
+    parser.add_argument("--latency", choices=latency_profile.PROFILES, default="instant",
+                        help="how late the console answers: instant (default) or realistic")
+    parser.add_argument("--latency-scale", type=float, default=1.0, metavar="FACTOR",
+                        help="multiplies every delay of the latency profile (default 1.0)")
     args = parser.parse_args(argv)
+    try:
+        latency = latency_profile.normalize({"profile": args.latency, "scale": args.latency_scale})
+    except ValueError as e:
+        parser.error(str(e))
     def moved(sim):
         print("SIMULATOR MOVED %s" % sim.url)
         sys.stdout.flush()
 
-    sim = start_server(args.address, args.port, args.https, args.scenario, on_move=moved)
+    sim = start_server(args.address, args.port, args.https, args.scenario, on_move=moved, latency=latency)
     stop = threading.Event()
     signal.signal(signal.SIGTERM, lambda *a: stop.set())
     signal.signal(signal.SIGINT, lambda *a: stop.set())

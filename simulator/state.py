@@ -10,6 +10,8 @@ import os
 import threading
 import time
 
+from simulator import latency as latency_profile
+
 SCENARIO_DIR = os.path.join(os.path.dirname(os.path.abspath(__file__)), "scenarios")
 
 
@@ -48,8 +50,11 @@ class State(object):
     served_address = None
     move_console = None
 
-    def __init__(self, scenario="default"):
+    def __init__(self, scenario="default", latency=None):
         self.lock = threading.RLock()
+        # The latency the console answers with (simulator/latency.py): the server's own
+        # (command line, then the control API) unless the loaded scenario names one.
+        self.session_latency = latency_profile.normalize(latency)
         self.load(scenario)
 
     def set_served_address(self, address):
@@ -66,18 +71,29 @@ class State(object):
 
     def load(self, scenario):
         with self.lock:
-            self.machine = load_scenario(scenario)
+            machine = load_scenario(scenario)
+            self.latency = latency_profile.normalize(machine.pop("latency", None), self.session_latency)
+            self.machine = machine
             self.sessions = {}
             self.oplog = []
             self.events = []
             self.faults = {"slow": {}, "missing": {}, "refuse": []}
             self._show_served_address()
 
+    def set_latency(self, value):
+        """Merges `value` into the latency in effect; it stays through later scenario
+        loads and fault clears, until set again or a scenario names its own. Raises
+        ValueError (nothing changed) for a bad value."""
+        with self.lock:
+            self.session_latency = latency_profile.normalize(value, self.latency)
+            self.latency = dict(self.session_latency)
+            return dict(self.latency)
+
     def snapshot(self):
         with self.lock:
             return {"machine": copy.deepcopy(self.machine), "sessions": len(self.sessions),
                     "oplog": list(self.oplog), "events": list(self.events),
-                    "faults": copy.deepcopy(self.faults)}
+                    "faults": copy.deepcopy(self.faults), "latency": dict(self.latency)}
 
     def log_operation(self, user, text):
         with self.lock:

@@ -200,7 +200,7 @@
   // inventory panes and shows the clicked tab's pane; its tables fill at once, late, or
   // only from the second click, as the faults say. A click on the open tab changes
   // nothing once its tables are filled or on their way.
-  var activeTab = null, fill = "none";  // none | pending | filled
+  var activeTab = null, fill = "none", pending = null;  // fill: none | pending | filled
   function showTab(tabId) {
     clicks[tabId] = (clicks[tabId] || 0) + 1;
     var pane = document.getElementById(PANES[tabId]);
@@ -213,6 +213,8 @@
         s.className = s.id === tabId ? "active" : "";
       });
       generation++;
+      if (pending) pending.cancel();
+      pending = null;
       Object.keys(RENDER).forEach(function (t) { document.getElementById(PANES[t]).innerHTML = ""; });
       activeTab = tabId;
       fill = "none";
@@ -222,18 +224,20 @@
     if ((faults.second_click || []).indexOf(tabId) >= 0 && clicks[tabId] < 2) return;
     tableSeq = 0;
     var late = (faults.late || {})[tabId], mine = generation;
-    if (late) {
-      fill = "pending";
-      // Filled late only if no other tab took the page meanwhile.
-      setTimeout(function () {
+    fill = "pending";
+    // The tab's data is asked for now (or late, as the fault says); its tables fill when
+    // the data is in (console.js whenData), only if no other tab took the page meanwhile.
+    function ask() {
+      if (mine !== generation) return;
+      pending = whenData(tabId, function () {
         if (mine !== generation) return;
+        tableSeq = 0;
         RENDER[tabId](pane);
         fill = "filled";
-      }, parseFloat(late) * 1000);
-    } else {
-      RENDER[tabId](pane);
-      fill = "filled";
+      });
     }
+    if (late) setTimeout(ask, parseFloat(late) * 1000);
+    else ask();
   }
 
   // A tab missing until a page without it has been looked at and left: a reader's

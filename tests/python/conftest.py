@@ -77,7 +77,13 @@ def simulator():
     if url is None:
         proc.kill()
         pytest.fail("the console simulator did not start")
-    yield Simulator(proc, url)
+    sim = Simulator(proc, url)
+    # VORNA_E2E_LATENCY=realistic runs every test against a console that answers late,
+    # scaled as the tests' clock is; it stays through scenario loads and fault clears.
+    latency = os.environ.get("VORNA_E2E_LATENCY")
+    if latency:
+        sim.fault({"latency": {"profile": latency, "scale": TIME_SCALE}})
+    yield sim
     proc.terminate()
     try:
         proc.wait(10)
