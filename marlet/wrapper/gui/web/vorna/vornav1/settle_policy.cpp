@@ -255,7 +255,8 @@ void settle_for(marlet::WebBase& web, double seconds, SettlePolicy policy, Settl
   std::shared_ptr<webdriver::Session> session = web.browser;
   const auto start = clock.now();
   const auto deadline = start + marlet::Clock::Duration(seconds);
-  std::optional<marlet::Clock::TimePoint> quiet_since;
+  bool quiet = false;  // since quiet_since, with quiet_seq unchanged
+  marlet::Clock::TimePoint quiet_since{};
   long long quiet_seq = 0;
   bool install = true;  // the first poll of each settle makes sure the watcher is there
   const Json args = Json::array({kWatcherKey});
@@ -273,11 +274,12 @@ void settle_for(marlet::WebBase& web, double seconds, SettlePolicy policy, Settl
     }
     auto now = clock.now();
     if (!reading || !reading->idle) {
-      quiet_since.reset();
-    } else if (!quiet_since || reading->seq != quiet_seq) {
-      quiet_since = now;  // quiet from here on, as far as this settle has seen
+      quiet = false;
+    } else if (!quiet || reading->seq != quiet_seq) {
+      quiet = true;  // quiet from here on, as far as this settle has seen
+      quiet_since = now;
       quiet_seq = reading->seq;
-    } else if (now - *quiet_since >= marlet::Clock::Duration(timing.quiet_window)) {
+    } else if (now - quiet_since >= marlet::Clock::Duration(timing.quiet_window)) {
       ++stats.early;
       stats.saved += std::max(0.0, (deadline - now).count());
       return;
