@@ -146,7 +146,7 @@ def timed_settle(w, seconds):
 @pytest.mark.parametrize("query, value", [
     ("delay=700", "data 700 by fetch"),            # asked while the page loads
     ("delay=700&via=xhr", "data 700 by xhr"),
-    ("delay=500&timer=150", "data 500 by fetch"),  # asked 150 ms after the page loaded
+    ("delay=500&timer=100", "data 500 by fetch"),  # asked 100 ms after the page loaded
 ])
 def test_a_settle_waits_for_the_data_and_ends_well_before_its_bound(console, pages, query, value):
     set_time_scale(SCALE)

@@ -93,14 +93,14 @@ if (!api) {
       } catch (e) {}
       try {
         var proto = win.XMLHttpRequest && win.XMLHttpRequest.prototype;
-        var send = proto && proto.send;
-        if (typeof send === 'function' && !send[MARK]) {
+        var originalSend = proto && proto.send;
+        if (typeof originalSend === 'function' && !originalSend[MARK]) {
           var wrapped = function send() {
             var xhr = this, end = begin(win);
             var once = function () { xhr.removeEventListener('loadend', once); end(); };
             xhr.addEventListener('loadend', once);
             var result;
-            try { result = send.apply(this, arguments); } catch (e) { once(); throw e; }
+            try { result = originalSend.apply(this, arguments); } catch (e) { once(); throw e; }
             if (xhr.readyState === 4) once();  // a synchronous request is over already
             return result;
           };
@@ -122,8 +122,21 @@ if (!api) {
         }
       }
     }
+    // A frame of a document first seen that shows another address than its src is on its
+    // way there (the watcher came after the click that set it).
+    function lagging(doc) {
+      var frames = [];
+      try { frames = doc.querySelectorAll('iframe, frame'); } catch (e) {}
+      for (var i = 0; i < frames.length; i++) {
+        try {
+          var f = frames[i], d = f.contentDocument, src = f.src;
+          if (src && d && d.URL.split('#')[0] !== src.split('#')[0]) pending.set(f, {doc: d, since: top.Date.now()});
+        } catch (e) {}
+      }
+    }
     function hook(win, doc) {
       bump();
+      lagging(doc);
       if (doc !== top.document) chasing = false;
       wrapRequests(win);
       try {
@@ -208,16 +221,16 @@ std::optional<Reading> read_reply(const Json& reply) {
   if (!reply.is_object() || !reply.contains("seq") || !reply["seq"].is_number()) return std::nullopt;
   Reading r;
   r.seq = reply["seq"].get<long long>();
-  bool loading = reply.value("loading", true);
-  double inflight = reply.contains("inflight") && reply["inflight"].is_number() ? reply["inflight"].get<double>() : 1;
-  r.idle = !loading && inflight == 0;
+  bool loaded = reply.contains("loading") && reply["loading"].is_boolean() && !reply["loading"].get<bool>();
+  bool none_in_flight = reply.contains("inflight") && reply["inflight"].is_number() && reply["inflight"] == 0;
+  r.idle = loaded && none_in_flight;
   return r;
 }
 
 // Failures that mean the browser is gone: raise them as the next command would. Anything
 // else a poll raises (a document unloaded under the script, a frame gone, a script error,
 // a script time-out) only means the console is not quiet yet.
-bool browser_gone(const std::exception& e) {
+bool browser_gone(const webdriver::WebDriverException& e) {
   return dynamic_cast<const webdriver::ConnectionException*>(&e) ||
          dynamic_cast<const webdriver::InvalidSessionIdException*>(&e) ||
          dynamic_cast<const webdriver::ProtocolException*>(&e);
@@ -267,7 +280,7 @@ void settle_for(marlet::WebBase& web, double seconds, SettlePolicy policy, Settl
       Json reply = session->execute_script(install ? kWatcherScript : kPollScript, args);
       install = reply.is_null();  // no watcher: the top document was replaced
       reading = read_reply(reply);
-    } catch (const std::exception& e) {
+    } catch (const webdriver::WebDriverException& e) {
       if (browser_gone(e)) throw;
       ++stats.failed_polls;
       install = true;
