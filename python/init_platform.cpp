@@ -1,7 +1,9 @@
 // Time and units for the `marlet.utils` modules.
 #include "marlet/utils/time.h"
 #include "marlet/utils/units.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/settle_policy.h"
 #include "python/bindings.h"
+#include "python/json_caster.h"
 
 namespace vorna_py {
 
@@ -10,6 +12,10 @@ void init_platform(py::module_& m) {
         py::call_guard<py::gil_scoped_release>());
   m.def("_set_time_scale", &marlet::set_time_scale);
   m.def("_time_scale", &marlet::time_scale);
+  m.def("_set_settle_policy", [](const marlet::Json& name) {
+    vorna::set_process_settle_policy(vorna::parse_settle_policy(name, "the settle policy"));
+  });
+  m.def("_settle_policy", [] { return vorna::settle_policy_name(vorna::process_settle_policy()); });
   m.def("_units_convert", [](const std::string& text, const std::string& unit) {
     return marlet::Units::convert(text, unit);
   });

@@ -186,6 +186,7 @@ void init_wrapper(py::module_& m) {
                               py::str(py::type::of(params).attr("__name__")).cast<std::string>());
        Json p = Json::object();
        if (py::dict d(params); d.contains("browser")) p["browser"] = to_json(d["browser"]);
+       if (py::dict d(params); d.contains("settle")) p["settle"] = to_json(d["settle"]);
        return std::make_unique<VornaWebWrapper>(p, nullptr, nullptr, std::make_shared<TrackingFactory>());
      }),
      py::arg("params"));
@@ -215,6 +216,23 @@ void init_wrapper(py::module_& m) {
       .def_readwrite("username", &VornaWebWrapper::username)
       .def_readwrite("password", &VornaWebWrapper::password)
       .def_readwrite("current_user", &VornaWebWrapper::current_user);
+  // The settle policy of the object (None: the process's), one settle on its own, and
+  // what its adaptive settles did.
+  cls.def_property_readonly("settle_policy", [](const VornaWebWrapper& w) -> py::object {
+    if (auto p = w.settle_policy()) return py::str(vorna::settle_policy_name(*p));
+    return py::none();
+  });
+  cls.def("_settle", [](VornaWebWrapper& w, double seconds) { w.settle(seconds); }, release(), py::arg("seconds"));
+  cls.def("_settle_stats", [](const VornaWebWrapper& w) {
+    const auto& s = w.settle_stats();
+    py::dict d;
+    d["settles"] = s.settles;
+    d["early"] = s.early;
+    d["polls"] = s.polls;
+    d["failed_polls"] = s.failed_polls;
+    d["saved"] = s.saved;
+    return d;
+  });
 
   cls.def("web_login", [](VornaWebWrapper& w, py::object params) {
     static py::object mapping = py::module_::import("collections.abc").attr("Mapping");

@@ -98,6 +98,15 @@ def sim(simulator):
     return simulator
 
 
+@pytest.fixture(scope="session", autouse=True)
+def settle_policy():
+    """VORNA_E2E_SETTLE=adaptive runs every test with the process's settles adaptive."""
+    from marlet.utils.time import set_settle_policy
+    set_settle_policy(os.environ.get("VORNA_E2E_SETTLE") or "fixed")
+    yield
+    set_settle_policy("fixed")
+
+
 @pytest.fixture(autouse=True)
 def fast_clock():
     from marlet.utils.time import set_time_scale

@@ -76,6 +76,7 @@ Json FakeBrowser::execute(std::string_view command, const Json& params) {
     if (cmd == "WebDriver:DeleteSession") ++sessions_ended;
     return nullptr;
   }
+  ++commands;
   if (fail_everything) throw webdriver::ConnectionException("the fake browser stopped answering");
 
   if (cmd == "WebDriver:Navigate") {
@@ -188,6 +189,7 @@ Json FakeBrowser::execute(std::string_view command, const Json& params) {
     events.push_back("script");
     scripts.push_back(script);
     if (on_script) on_script(script);
+    if (answer_script) return answer_script(script, args);
     return nullptr;
   }
   throw webdriver::WebDriverException("the fake browser does not know " + cmd);

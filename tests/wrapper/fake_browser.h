@@ -54,6 +54,10 @@ class FakeBrowser {
   // in order, and a hook that plays what they do on the page.
   std::vector<std::string> scripts;
   std::function<void(const std::string&)> on_script;
+  // When set, answers those page scripts (with their arguments) instead of null.
+  std::function<Json(const std::string&, const Json&)> answer_script;
+  // Every command received after the session started, in order.
+  int commands = 0;
 
  private:
   std::vector<FakeElement*> lookup(const std::string& key);

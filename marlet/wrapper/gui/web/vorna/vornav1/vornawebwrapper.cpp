@@ -51,6 +51,12 @@ marlet::BrowserConfig browser_config(const Json& params) {
   return config;
 }
 
+// The optional "settle" key; read after browser_config() has checked that params is a map.
+std::optional<SettlePolicy> settle_key(const Json& params) {
+  if (!params.is_object() || !params.contains("settle") || params["settle"].is_null()) return std::nullopt;
+  return parse_settle_policy(params["settle"], "params['settle']");
+}
+
 }  // namespace
 
 const std::vector<std::string>& VornaWebWrapper::modules() {
@@ -61,7 +67,8 @@ const std::vector<std::string>& VornaWebWrapper::modules() {
 VornaWebWrapper::VornaWebWrapper(const Json& params, std::shared_ptr<marlet::Logger> logger, marlet::Clock* clock,
                                  std::shared_ptr<marlet::BrowserFactory> factory)
     : marlet::WebBase(browser_config(params), logger ? std::move(logger) : marlet::make_stderr_logger(kModuleName),
-                      clock, std::move(factory)) {}
+                      clock, std::move(factory)),
+      settle_policy_(settle_key(params)) {}
 
 void VornaWebWrapper::screenshot_after_failure(const std::string& operation) noexcept {
   try {

@@ -9,6 +9,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,7 @@
 #include "marlet/utils/gui/web/web_base.h"
 #include "marlet/utils/pytext.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/console_pages.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/settle_policy.h"
 
 namespace vorna {
 
@@ -40,8 +42,10 @@ class VornaWebWrapper : public marlet::WebBase {
 
   // `params` is a map: "host" and "device" are the harness's objects and stay on the
   // Python side; what is read here is the optional "browser" map (name, driver,
-  // remote_url, binary, driver_path, headless, screenshot_dir). TypeError for a
-  // non-map, ValueError for a bad "browser" entry.
+  // remote_url, binary, driver_path, headless, screenshot_dir) and the optional "settle"
+  // policy ("fixed" or "adaptive"; absent or null: the process policy at each settle).
+  // TypeError for a non-map or a "settle" that is not text, ValueError for a bad
+  // "browser" entry or an unknown policy.
   explicit VornaWebWrapper(const Json& params = Json::object(), std::shared_ptr<marlet::Logger> logger = nullptr,
                            marlet::Clock* clock = nullptr, std::shared_ptr<marlet::BrowserFactory> factory = nullptr);
 
@@ -277,11 +281,15 @@ class VornaWebWrapper : public marlet::WebBase {
   void repeated_click(const std::string& id, int times);
   void enter_content_frame();
   void leave_content_frame();
+  // Every settle of every operation: the object's policy, else the process's. The
+  // activity record shows the settle to a watcher (the command line's progress line).
   void settle(double seconds) {
     marlet::ActivityScope shown(activity, "settle", seconds, clock(), current_operation);
-    sleep(seconds);
+    settle_for(*this, seconds, settle_policy_.value_or(process_settle_policy()), settle_stats_);
   }
-  void page_settle() { sleep(timeout); }
+  void page_settle() { settle(timeout); }
+  std::optional<SettlePolicy> settle_policy() const { return settle_policy_; }
+  const SettleStats& settle_stats() const { return settle_stats_; }
   // Follows the menu path, settles `settle_seconds` (none when 0), enters the frame.
   void open_page(const MenuPath& path, double settle_seconds = 0);
   // Leaves the content frame, then clicks btnDialogOK.
@@ -353,6 +361,10 @@ class VornaWebWrapper : public marlet::WebBase {
 
  protected:
   std::shared_ptr<SiblingFunctions> sibling_;
+
+ private:
+  std::optional<SettlePolicy> settle_policy_;
+  SettleStats settle_stats_;
 };
 
 }  // namespace vorna

@@ -1,0 +1,306 @@
+#include "marlet/wrapper/gui/web/vorna/vornav1/settle_policy.h"
+
+#include <algorithm>
+#include <atomic>
+
+#include "marlet/exception/exceptions.h"
+#include "marlet/utils/pytext.h"
+#include "marlet/utils/time.h"
+#include "webdriver/errors.h"
+
+namespace vorna {
+namespace py = marlet::py;
+using webdriver::Json;
+
+namespace {
+
+std::atomic<SettlePolicy> g_policy{SettlePolicy::Fixed};
+
+// The quiet window outlasts the console's own timers: a page that starts its request from
+// a timer half a second after it loaded looks quiet until then, so the window is twice
+// that. At the real pace against the simulator's realistic console every settle of the
+// demo's tour ended early with it (bench/settle_bench.py), none missed its data. The
+// real-time floor of 0.25 s keeps a margin of at least 0.2 s over a scaled timer on a
+// loaded machine, whose scheduling delays of tens of milliseconds do not scale.
+constexpr double kQuietWindow = 1.0;
+constexpr double kQuietWindowFloorReal = 0.25;
+// One script command every 0.1 s of the console's pace, never more often than every
+// 25 ms of real time.
+constexpr double kPoll = 0.1;
+constexpr double kPollFloorReal = 0.025;
+
+// The symbol (Symbol.for) under which the watcher lives on the top window: not
+// enumerable, not an element, not an attribute; a second install finds it and stops.
+constexpr const char* kWatcherKey = "vorna.settle.watcher";
+
+// Installs the watcher into the top document unless it is there, then answers one poll.
+// It runs from whichever frame the driver is in; everything it keeps is reached through
+// window.top and built from the top window's own constructors, so it outlives a frame
+// document that goes away.
+//
+// Per document it counts the requests in flight (fetch and XMLHttpRequest, wrapped once
+// per window: the wrapper returns the page's own promise or result untouched) and notes
+// every DOM change (a MutationObserver) and every change of readyState in `seq`. New
+// documents of frames are found by a scan every 50 ms, at each poll, on every frame
+// load, and -- when a frame's document is hidden for a navigation -- by a quick chase
+// (MessageChannel turns, no timer clamping, for at most 2 s) that reaches the new
+// document while it still loads, before most of its scripts have run.
+constexpr const char* kWatcherScript = R"JS(
+var KEY = Symbol.for(arguments[0]);
+var top = window.top;
+var api = top[KEY];
+if (!api) {
+  api = (function (top) {
+    var seq = 0, last = top.Date.now();
+    var states = new top.WeakMap();  // document -> {inflight, hooked, leaving}
+    var pending = new top.Map();     // frame element whose src changed -> {doc, since}
+    var NAVIGATION_LIMIT = 10000;    // ms: a navigation that never replaces its document
+    var MARK = top.Symbol('vorna.settle.wrapped');
+    var chaseUntil = 0, chasing = false;
+    var channel = new top.MessageChannel();
+    function bump() { seq++; last = top.Date.now(); }
+    function stateOf(doc) {
+      var s = states.get(doc);
+      if (!s) { s = {inflight: 0}; states.set(doc, s); }
+      return s;
+    }
+    function begin(win) {
+      var s = null;
+      try { s = stateOf(win.document); s.inflight++; } catch (e) {}
+      bump();
+      var done = false;
+      return function () {
+        if (done) return;
+        done = true;
+        if (s && s.inflight > 0) s.inflight--;
+        bump();
+      };
+    }
+    function wrapRequests(win) {
+      try {
+        var f = win.fetch;
+        if (typeof f === 'function' && !f[MARK]) {
+          var fetch = function fetch() {
+            'use strict';  // an unqualified call passes `this` on as undefined, as before
+            var end = begin(win), p;
+            try { p = f.apply(this, arguments); } catch (e) { end(); throw e; }
+            try { p.then(end, end); } catch (e) { end(); }
+            return p;
+          };
+          Object.defineProperty(fetch, MARK, {value: true});
+          win.fetch = fetch;
+        }
+      } catch (e) {}
+      try {
+        var proto = win.XMLHttpRequest && win.XMLHttpRequest.prototype;
+        var originalSend = proto && proto.send;
+        if (typeof originalSend === 'function' && !originalSend[MARK]) {
+          var wrapped = function send() {
+            var xhr = this, end = begin(win);
+            var once = function () { xhr.removeEventListener('loadend', once); end(); };
+            xhr.addEventListener('loadend', once);
+            var result;
+            try { result = originalSend.apply(this, arguments); } catch (e) { once(); throw e; }
+            if (xhr.readyState === 4) once();  // a synchronous request is over already
+            return result;
+          };
+          Object.defineProperty(wrapped, MARK, {value: true});
+          proto.send = wrapped;
+        }
+      } catch (e) {}
+    }
+    // A src that changes on a frame starts a navigation the old document cannot tell of
+    // until the new one arrives: the frame counts as loading until its document changes.
+    function changed(records) {
+      bump();
+      for (var i = 0; i < records.length; i++) {
+        var r = records[i], t = r.target;
+        if (r.type === 'attributes' && r.attributeName === 'src' && t && /^i?frame$/i.test(t.tagName || '')) {
+          var d = null;
+          try { d = t.contentDocument; } catch (e) {}
+          pending.set(t, {doc: d, since: top.Date.now()});
+        }
+      }
+    }
+    // A frame of a document first seen that shows another address than its src is on its
+    // way there (the watcher came after the click that set it).
+    function lagging(doc) {
+      var frames = [];
+      try { frames = doc.querySelectorAll('iframe, frame'); } catch (e) {}
+      for (var i = 0; i < frames.length; i++) {
+        try {
+          var f = frames[i], d = f.contentDocument, src = f.src;
+          if (src && d && d.URL.split('#')[0] !== src.split('#')[0]) pending.set(f, {doc: d, since: top.Date.now()});
+        } catch (e) {}
+      }
+    }
+    function hook(win, doc) {
+      bump();
+      lagging(doc);
+      if (doc !== top.document) chasing = false;
+      wrapRequests(win);
+      try {
+        new top.MutationObserver(changed).observe(doc, {subtree: true, childList: true, attributes: true,
+                                                      characterData: true});
+      } catch (e) {}
+      try { doc.addEventListener('readystatechange', bump); } catch (e) {}
+      try { doc.addEventListener('load', function () { scan(); }, true); } catch (e) {}
+      // A document that is being left (a link, a location change, a form) is busy until
+      // the next one replaces it.
+      try {
+        win.addEventListener('beforeunload', function () { bump(); stateOf(doc).leaving = top.Date.now(); });
+      } catch (e) {}
+      try {
+        win.addEventListener('pagehide', function () {
+          bump();
+          if (win !== top) chase();
+        });
+      } catch (e) {}
+    }
+    function visit(win, docs) {
+      var doc = null, n = 0;
+      try { doc = win.document; } catch (e) { return; }
+      if (!doc) return;
+      var s = stateOf(doc);
+      if (!s.hooked) { s.hooked = true; hook(win, doc); }
+      docs.push(doc);
+      try { n = win.frames.length; } catch (e) {}
+      for (var i = 0; i < n; i++) {
+        try { visit(win.frames[i], docs); } catch (e) {}
+      }
+    }
+    function scan() { var docs = []; visit(top, docs); return docs; }
+    channel.port1.onmessage = function () {
+      scan();
+      if (chasing && top.Date.now() < chaseUntil) channel.port2.postMessage(0);
+      else chasing = false;
+    };
+    function chase() {
+      chaseUntil = top.Date.now() + 2000;
+      if (!chasing) { chasing = true; channel.port2.postMessage(0); }
+    }
+    top.setInterval(scan, 50);
+    var self = {
+      poll: function () {
+        var docs = scan(), loading = false, inflight = 0, now = top.Date.now();
+        for (var i = 0; i < docs.length; i++) {
+          var s = stateOf(docs[i]);
+          if (docs[i].readyState !== 'complete') loading = true;
+          if (s.leaving && now - s.leaving < NAVIGATION_LIMIT) loading = true;
+          inflight += s.inflight;
+        }
+        pending.forEach(function (p, frame) {
+          var d = null;
+          try { d = frame.contentDocument; } catch (e) {}
+          if (d !== p.doc || now - p.since >= NAVIGATION_LIMIT || !frame.isConnected) pending.delete(frame);
+          else loading = true;
+        });
+        return {seq: seq, loading: loading, inflight: inflight, documents: docs.length,
+                ms_since_change: top.Date.now() - last};
+      }
+    };
+    Object.defineProperty(top, KEY, {value: self, enumerable: false, configurable: true, writable: false});
+    return self;
+  })(top);
+}
+return api.poll();
+)JS";
+
+// One poll when the watcher is in place; null when it is not (the top document changed).
+constexpr const char* kPollScript = R"JS(
+var api = window.top[Symbol.for(arguments[0])];
+return api ? api.poll() : null;
+)JS";
+
+struct Reading {
+  bool idle = false;
+  long long seq = 0;
+};
+
+std::optional<Reading> read_reply(const Json& reply) {
+  if (!reply.is_object() || !reply.contains("seq") || !reply["seq"].is_number()) return std::nullopt;
+  Reading r;
+  r.seq = reply["seq"].get<long long>();
+  bool loaded = reply.contains("loading") && reply["loading"].is_boolean() && !reply["loading"].get<bool>();
+  bool none_in_flight = reply.contains("inflight") && reply["inflight"].is_number() && reply["inflight"] == 0;
+  r.idle = loaded && none_in_flight;
+  return r;
+}
+
+// Failures that mean the browser is gone: raise them as the next command would. Anything
+// else a poll raises (a document unloaded under the script, a frame gone, a script error,
+// a script time-out) only means the console is not quiet yet.
+bool browser_gone(const webdriver::WebDriverException& e) {
+  return dynamic_cast<const webdriver::ConnectionException*>(&e) ||
+         dynamic_cast<const webdriver::InvalidSessionIdException*>(&e) ||
+         dynamic_cast<const webdriver::ProtocolException*>(&e);
+}
+
+}  // namespace
+
+SettlePolicy parse_settle_policy(const Json& value, const std::string& what) {
+  if (!value.is_string()) throw marlet::TypeError(what + " must be a text, not " + py::repr(value));
+  const auto& name = value.get_ref<const std::string&>();
+  if (name == "fixed") return SettlePolicy::Fixed;
+  if (name == "adaptive") return SettlePolicy::Adaptive;
+  throw marlet::ValueError(what + " must be 'fixed' or 'adaptive', not " + py::repr_text(name));
+}
+
+const char* settle_policy_name(SettlePolicy policy) { return policy == SettlePolicy::Fixed ? "fixed" : "adaptive"; }
+
+void set_process_settle_policy(SettlePolicy policy) { g_policy.store(policy); }
+SettlePolicy process_settle_policy() { return g_policy.load(); }
+
+SettleTiming adaptive_timing() {
+  double scale = marlet::time_scale();
+  return {std::max(kQuietWindow, kQuietWindowFloorReal / scale), std::max(kPoll, kPollFloorReal / scale)};
+}
+
+void settle_for(marlet::WebBase& web, double seconds, SettlePolicy policy, SettleStats& stats) {
+  marlet::Clock& clock = web.clock();
+  SettleTiming timing = adaptive_timing();
+  // A settle no longer than the window can never end early: it is the fixed sleep.
+  if (policy == SettlePolicy::Fixed || seconds <= timing.quiet_window || web.isClosed()) {
+    clock.sleep_seconds(seconds);
+    return;
+  }
+  ++stats.settles;
+  std::shared_ptr<webdriver::Session> session = web.browser;
+  const auto start = clock.now();
+  const auto deadline = start + marlet::Clock::Duration(seconds);
+  bool quiet = false;  // since quiet_since, with quiet_seq unchanged
+  marlet::Clock::TimePoint quiet_since{};
+  long long quiet_seq = 0;
+  bool install = true;  // the first poll of each settle makes sure the watcher is there
+  const Json args = Json::array({kWatcherKey});
+  for (;;) {
+    std::optional<Reading> reading;
+    try {
+      ++stats.polls;
+      Json reply = session->execute_script(install ? kWatcherScript : kPollScript, args);
+      install = reply.is_null();  // no watcher: the top document was replaced
+      reading = read_reply(reply);
+    } catch (const webdriver::WebDriverException& e) {
+      if (browser_gone(e)) throw;
+      ++stats.failed_polls;
+      install = true;
+    }
+    auto now = clock.now();
+    if (!reading || !reading->idle) {
+      quiet = false;
+    } else if (!quiet || reading->seq != quiet_seq) {
+      quiet = true;  // quiet from here on, as far as this settle has seen
+      quiet_since = now;
+      quiet_seq = reading->seq;
+    } else if (now - quiet_since >= marlet::Clock::Duration(timing.quiet_window)) {
+      ++stats.early;
+      stats.saved += std::max(0.0, (deadline - now).count());
+      return;
+    }
+    if (now >= deadline) return;
+    clock.sleep_seconds(std::min(timing.poll, (deadline - now).count()));
+    if (clock.now() >= deadline) return;
+  }
+}
+
+}  // namespace vorna

@@ -1,0 +1,58 @@
+// How a settle waits. "fixed" (the default) sleeps the operation's whole settle;
+// "adaptive" ends it as soon as the console is quiet and never later than the fixed one.
+//
+// The console fills its pages after they load (requests, timers, scripts that rewrite
+// tables), so a quiet console is one whose top document and frames have finished
+// loading, have no request of the page in flight, and whose DOM has not changed for the
+// quiet window. A small script (kWatcherScript in the .cpp) watches the page from inside:
+// installed into the top document at the first adaptive settle, it follows every frame's
+// new document, counts the page's fetch/XHR requests and its DOM changes, and is read by
+// one script command per poll. It adds nothing to the DOM and does not change what the
+// page's own fetch/XHR calls do.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "marlet/utils/gui/web/web_base.h"
+#include "webdriver/json.h"
+
+namespace vorna {
+
+enum class SettlePolicy { Fixed, Adaptive };
+
+// "fixed" or "adaptive"; TypeError for a value that is not text, ValueError for any
+// other text. `what` names the value in the message ("params['settle']").
+SettlePolicy parse_settle_policy(const webdriver::Json& value, const std::string& what);
+const char* settle_policy_name(SettlePolicy policy);
+
+// The policy of the process, followed at each settle by every object whose params had no
+// "settle" key. Default "fixed".
+void set_process_settle_policy(SettlePolicy policy);
+SettlePolicy process_settle_policy();
+
+// The quiet window and the poll interval of adaptive settles, in seconds of the wrapper's
+// clock (the console's pace). Each has a floor in real time, since a loaded machine's
+// scheduling delays do not shrink with the time scale.
+struct SettleTiming {
+  double quiet_window;
+  double poll;
+};
+SettleTiming adaptive_timing();
+
+// What the adaptive settles of one object did, for diagnostics and tests.
+struct SettleStats {
+  long settles = 0;         // settles run under "adaptive" (after the trivial cases)
+  long early = 0;           // of those, ended because the console was quiet
+  long polls = 0;           // script commands sent
+  long failed_polls = 0;    // polls that raised (a navigation under way, a script error)
+  double saved = 0;         // seconds of the clock not slept compared with "fixed"
+};
+
+// Waits `seconds` on web's clock under `policy`. Fixed: one sleep. Adaptive: polls the
+// page's watcher until it reports quiet for the quiet window or `seconds` have passed.
+// A poll that fails counts as "not quiet"; a browser that is gone (connection lost,
+// session ended) raises as the next command would.
+void settle_for(marlet::WebBase& web, double seconds, SettlePolicy policy, SettleStats& stats);
+
+}  // namespace vorna
