@@ -5,6 +5,7 @@
 
 #include "marlet/exception/exceptions.h"
 #include "python/bindings.h"
+#include "python/interrupt.h"
 
 namespace vorna_py {
 namespace {
@@ -46,6 +47,10 @@ void init_errors(py::module_&) {
     if (!p) return;
     try {
       std::rethrow_exception(p);
+    } catch (const PythonInterrupt&) {
+      // The kept KeyboardInterrupt (or whatever the signal handler raised) goes on.
+      if (!restore_pending_interrupt()) PyErr_SetNone(PyExc_KeyboardInterrupt);
+      return;
     } catch (const marlet::MarletException&) {
     } catch (const marlet::PythonError&) {
     } catch (...) {

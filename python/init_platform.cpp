@@ -2,12 +2,19 @@
 #include "marlet/utils/time.h"
 #include "marlet/utils/units.h"
 #include "python/bindings.h"
+#include "python/interrupt.h"
 
 namespace vorna_py {
 
 void init_platform(py::module_& m) {
-  m.def("_sleep", [](double seconds) { marlet::process_clock().sleep_seconds(seconds); },
-        py::call_guard<py::gil_scoped_release>());
+  install_interrupt_check();  // Ctrl-C ends any sleep of the process clock
+  m.def("_sleep", [](double seconds) {
+    {
+      py::gil_scoped_release unlocked;
+      marlet::process_clock().sleep_seconds(seconds);
+    }
+    raise_pending_interrupt();
+  });
   m.def("_set_time_scale", &marlet::set_time_scale);
   m.def("_time_scale", &marlet::time_scale);
   m.def("_units_convert", [](const std::string& text, const std::string& unit) {

@@ -11,6 +11,7 @@ import json
 import os
 import shutil
 import signal
+import socket
 import ssl
 import subprocess
 import sys
@@ -36,6 +37,8 @@ from simulator.pages_table import PLACEHOLDERS, placeholder  # noqa: E402
 from simulator.state import State  # noqa: E402
 
 HERE = os.path.dirname(os.path.abspath(__file__))
+# The longest a request held by the "hang" fault stays open (seconds).
+HANG_LIMIT = 300
 CONTENT_TYPES = {".html": "text/html; charset=utf-8", ".js": "application/javascript; charset=utf-8",
                  ".css": "text/css; charset=utf-8", ".json": "application/json"}
 
@@ -99,6 +102,36 @@ class Handler(BaseHTTPRequestHandler):
                 with self.state.lock:
                     return self.state.sessions.get(value)
         return None
+
+    def _held_or_dropped(self, path):
+        """The faults of a console that stops answering: True when the request got no
+        answer (the connection is then closed) and nothing more should be done."""
+        if path.startswith("/__sim/"):
+            return False  # the tests' own channel always answers
+        with self.state.lock:
+            hang = self.state.faults.get("hang", [])
+            drop = self.state.faults.get("drop", [])
+            held = path in hang or "*" in hang
+            dropped = path in drop or "*" in drop
+        if held:
+            # Held open as a console that accepted the connection and went quiet: no
+            # status line, no headers, until the fault is cleared or HANG_LIMIT passes.
+            deadline = time.time() + HANG_LIMIT
+            while time.time() < deadline and getattr(self.server, "state", None) is not None:
+                with self.state.lock:
+                    hang = self.state.faults.get("hang", [])
+                    if path not in hang and "*" not in hang:
+                        break
+                time.sleep(0.05)
+            dropped = True
+        if dropped:
+            self.close_connection = True
+            try:
+                self.connection.shutdown(socket.SHUT_RDWR)
+            except OSError:
+                pass
+            return True
+        return False
 
     def _delay(self, path):
         with self.state.lock:
@@ -167,6 +200,8 @@ class Handler(BaseHTTPRequestHandler):
         if self._retired():
             return
         path = self.path.split("?", 1)[0]
+        if self._held_or_dropped(path):
+            return
         self._delay(path)
         if path.startswith("/__sim/"):
             status, payload = control.handle(self.state, "GET", path, None)
@@ -196,6 +231,8 @@ class Handler(BaseHTTPRequestHandler):
 
     def _post(self):
         path = self.path.split("?", 1)[0]
+        if self._held_or_dropped(path):
+            return
         self._delay(path)
         body = self._body()
         if path.startswith("/__sim/"):
