@@ -45,6 +45,9 @@ py::object python_exception(const std::exception_ptr& p) {
 void init_errors(py::module_&) {
   py::register_exception_translator([](std::exception_ptr p) {
     if (!p) return;
+    // A Ctrl-C that came while the failure unwound (a picture taken on the way) wins:
+    // the user asked to stop, and it must not wait for the next operation's first sleep.
+    if (restore_pending_interrupt()) return;
     try {
       std::rethrow_exception(p);
     } catch (const PythonInterrupt&) {

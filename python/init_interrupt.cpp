@@ -57,7 +57,8 @@ void install_interrupt_check() {
 }
 
 bool restore_pending_interrupt() {
-  if (!g_pending.load()) return false;
+  // Kept for the main thread: another thread's failure never carries it away.
+  if (!g_pending.load() || PyThread_get_thread_ident() != g_main_thread.load()) return false;
   PyErr_Restore(g_type, g_value, g_traceback);
   g_type = g_value = g_traceback = nullptr;
   g_pending = false;

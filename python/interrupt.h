@@ -19,7 +19,8 @@ struct PythonInterrupt {};
 
 // Sets the process clock's check (at import).
 void install_interrupt_check();
-// With the GIL held: true (and the Python error set) when a kept exception was waiting.
+// With the GIL held, on the main thread: true (and the Python error set) when a kept
+// exception was waiting; false on any other thread.
 bool restore_pending_interrupt();
 // With the GIL held: raises a kept exception (as pybind11::error_already_set) if any.
 void raise_pending_interrupt();

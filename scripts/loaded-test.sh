@@ -9,6 +9,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 ROOT=$(pwd)
 BUILD_DIR=${BUILD_DIR:-build}
+case "$BUILD_DIR" in /*) ;; *) BUILD_DIR="$ROOT/$BUILD_DIR" ;; esac
 BURNERS=${BURNERS:-2}
 
 if [ ! -d "$BUILD_DIR/python/marlet" ]; then
@@ -28,7 +29,7 @@ for _ in $(seq "$BURNERS"); do
 done
 echo "== $BURNERS CPU burners running (pids ${pids[*]}); end-to-end suite under load"
 
-export PYTHONPATH="$ROOT/$BUILD_DIR/python:$ROOT"
+export PYTHONPATH="$BUILD_DIR/python:$ROOT"
 start=$(date +%s)
 status=0
 if [ $# -gt 0 ]; then
