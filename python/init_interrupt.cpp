@@ -1,10 +1,8 @@
 // The interrupt check of the process clock (see interrupt.h).
-#include <Python.h>
-#include <pythread.h>
-
 #include <atomic>
 
 #include "marlet/utils/time.h"
+#include "python/bindings.h"
 #include "python/interrupt.h"
 
 namespace vorna_py {
