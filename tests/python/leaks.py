@@ -13,9 +13,23 @@ def _stat_fields(pid):
     return data[data.rindex(")") + 2:].split()
 
 
+def _helper_of(pid):
+    """The browser pid a crash helper serves (it runs in a session of its own, its first
+    argument the browser's pid), or None."""
+    try:
+        with open("/proc/%d/cmdline" % pid, "rb") as f:
+            argv = f.read().split(b"\0")
+    except (IOError, OSError):
+        return None
+    if len(argv) > 1 and argv[0].endswith(b"crashhelper") and argv[1].isdigit():
+        return int(argv[1])
+    return None
+
+
 def live_in_groups(groups):
-    """Pids of processes still running (not zombies) in any of these process groups: a
-    browser started by the driver leads its own group, its helper processes share it."""
+    """Pids of processes still running (not zombies) in any of these process groups, and
+    crash helpers serving them: a browser started by the driver leads its own group, its
+    helper processes share it."""
     groups = set(g for g in groups if g and g > 0)
     found = []
     if not groups:
@@ -24,7 +38,7 @@ def live_in_groups(groups):
         if not entry.isdigit():
             continue
         fields = _stat_fields(int(entry))
-        if fields and fields[0] != "Z" and int(fields[2]) in groups:
+        if fields and fields[0] != "Z" and (int(fields[2]) in groups or _helper_of(int(entry)) in groups):
             found.append(int(entry))
     return found
 
