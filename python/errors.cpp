@@ -5,6 +5,7 @@
 
 #include "marlet/exception/exceptions.h"
 #include "python/bindings.h"
+#include "python/interrupt.h"
 
 namespace vorna_py {
 namespace {
@@ -44,8 +45,15 @@ py::object python_exception(const std::exception_ptr& p) {
 void init_errors(py::module_&) {
   py::register_exception_translator([](std::exception_ptr p) {
     if (!p) return;
+    // A Ctrl-C that came while the failure unwound (a picture taken on the way) wins:
+    // the user asked to stop, and it must not wait for the next operation's first sleep.
+    if (restore_pending_interrupt()) return;
     try {
       std::rethrow_exception(p);
+    } catch (const PythonInterrupt&) {
+      // The kept KeyboardInterrupt (or whatever the signal handler raised) goes on.
+      if (!restore_pending_interrupt()) PyErr_SetNone(PyExc_KeyboardInterrupt);
+      return;
     } catch (const marlet::MarletException&) {
     } catch (const marlet::PythonError&) {
     } catch (...) {

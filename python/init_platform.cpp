@@ -4,12 +4,19 @@
 #include "marlet/wrapper/gui/web/vorna/vornav1/settle_policy.h"
 #include "python/bindings.h"
 #include "python/json_caster.h"
+#include "python/interrupt.h"
 
 namespace vorna_py {
 
 void init_platform(py::module_& m) {
-  m.def("_sleep", [](double seconds) { marlet::process_clock().sleep_seconds(seconds); },
-        py::call_guard<py::gil_scoped_release>());
+  install_interrupt_check();  // Ctrl-C ends any sleep of the process clock
+  m.def("_sleep", [](double seconds) {
+    {
+      py::gil_scoped_release unlocked;
+      marlet::process_clock().sleep_seconds(seconds);
+    }
+    raise_pending_interrupt();
+  });
   m.def("_set_time_scale", &marlet::set_time_scale);
   m.def("_time_scale", &marlet::time_scale);
   m.def("_set_settle_policy", [](const marlet::Json& name) {

@@ -124,7 +124,13 @@ Json controller_record(py::handle bmc) {
 void init_wrapper(py::module_& m) {
   py::class_<WebBase>(m, "_WebBase", py::dynamic_attr())
       .def(py::init([](py::object) { return std::make_unique<WebBase>(); }), py::arg("host") = py::none())
-      .def("isClosed", &WebBase::isClosed)
+      .def("isClosed", &WebBase::isClosed, release())  // may end a dead browser's leftovers
+      // Our browser's process id (the driver's, behind a driver), None when none is open.
+      .def_property_readonly("browser_pid",
+                             [](WebBase& w) -> std::optional<int> {
+                               int pid = w.browserPid();
+                               return pid > 0 ? std::optional<int>(pid) : std::nullopt;
+                             })
       .def("openFirefox", &WebBase::openFirefox, release())
       .def("close", &WebBase::close, release())
       .def("killFirefox", &WebBase::killFirefox, release())

@@ -4,7 +4,10 @@
 
 #include <pybind11/pybind11.h>
 
+#include <type_traits>
+
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
+#include "python/interrupt.h"
 #include "python/json_caster.h"
 
 namespace vorna_py {
@@ -13,17 +16,32 @@ namespace py = pybind11;
 using WrapperClass = py::class_<vorna::VornaWebWrapper, marlet::WebBase>;
 
 // Runs an operation with the GIL released, naming it for pictures, and leaves a picture
-// when it fails (best effort, never hiding the failure).
+// when it fails (best effort, never hiding the failure). A Ctrl-C ends it at the next
+// slice of a sleep with no picture (the user asked to stop now) and leaves the browser
+// as it is: the wrapper stays usable. A Ctrl-C the operation swallowed on the way is
+// raised when it returns.
 template <class R, class... A>
 auto operation(R (vorna::VornaWebWrapper::*fn)(A...), const char* name) {
   return [fn, name](vorna::VornaWebWrapper& w, A... args) -> R {
-    py::gil_scoped_release unlocked;
-    w.current_operation = name;
-    try {
-      return (w.*fn)(std::forward<A>(args)...);
-    } catch (...) {
-      w.screenshot_after_failure(name);
-      throw;
+    auto run = [&]() -> R {
+      py::gil_scoped_release unlocked;
+      w.current_operation = name;
+      try {
+        return (w.*fn)(std::forward<A>(args)...);
+      } catch (const PythonInterrupt&) {
+        throw;
+      } catch (...) {
+        w.screenshot_after_failure(name);
+        throw;
+      }
+    };
+    if constexpr (std::is_void_v<R>) {
+      run();
+      raise_pending_interrupt();
+    } else {
+      R result = run();
+      raise_pending_interrupt();
+      return result;
     }
   };
 }

@@ -26,6 +26,10 @@ def handle(state, method, path, body):
     if method == "POST" and path == "/__sim/fault":
         # {"slow": {"/pages/x.html": 2.5}} | {"missing": {"summary": ["txtSequence"]}}
         # | {"refuse": ["power"]} | {"clear": true} | {"<area fault>": ...}
+        # | {"hang": ["/login.html"]}: those requests get no answer; the server holds
+        #   them open until the fault is cleared (then drops them), HANG_LIMIT at most
+        # | {"drop": ["/api/login"]}: the server closes the connection without answering
+        # ("*" in hang or drop stands for every path outside /__sim/; see server.py)
         data = body or {}
         # {"latency": {"profile": "realistic", "scale": 0.05}} merges into the latency in
         # effect (simulator/latency.py); "clear" leaves it alone. A bad one changes nothing.

@@ -13,6 +13,7 @@ import json
 import os
 import shutil
 import signal
+import socket
 import ssl
 import subprocess
 import sys
@@ -39,6 +40,8 @@ from simulator.pages_table import PLACEHOLDERS, placeholder  # noqa: E402
 from simulator.state import State  # noqa: E402
 
 HERE = os.path.dirname(os.path.abspath(__file__))
+# The longest a request held by the "hang" fault stays open (seconds).
+HANG_LIMIT = 300
 CONTENT_TYPES = {".html": "text/html; charset=utf-8", ".js": "application/javascript; charset=utf-8",
                  ".css": "text/css; charset=utf-8", ".json": "application/json"}
 
@@ -105,6 +108,36 @@ class Handler(BaseHTTPRequestHandler):
                 with self.state.lock:
                     return self.state.sessions.get(value)
         return None
+
+    def _held_or_dropped(self, path):
+        """The faults of a console that stops answering: True when the request got no
+        answer (the connection is then closed) and nothing more should be done."""
+        if path.startswith("/__sim/"):
+            return False  # the tests' own channel always answers
+        with self.state.lock:
+            hang = self.state.faults.get("hang", [])
+            drop = self.state.faults.get("drop", [])
+            held = path in hang or "*" in hang
+            dropped = path in drop or "*" in drop
+        if held:
+            # Held open as a console that accepted the connection and went quiet: no
+            # status line, no headers, until the fault is cleared or HANG_LIMIT passes.
+            deadline = time.time() + HANG_LIMIT
+            while time.time() < deadline and getattr(self.server, "state", None) is not None:
+                with self.state.lock:
+                    hang = self.state.faults.get("hang", [])
+                    if path not in hang and "*" not in hang:
+                        break
+                time.sleep(0.05)
+            dropped = True
+        if dropped:
+            self.close_connection = True
+            try:
+                self.connection.shutdown(socket.SHUT_RDWR)
+            except OSError:
+                pass
+            return True
+        return False
 
     def _delay(self, path):
         with self.state.lock:
@@ -188,6 +221,8 @@ class Handler(BaseHTTPRequestHandler):
             return
         path = self.path.split("?", 1)[0]
         self.hold_reply = None
+        if self._held_or_dropped(path):
+            return
         self._delay(path)
         if path.startswith("/__sim/data/"):
             return self._section_data(path[len("/__sim/data/"):])
@@ -221,6 +256,8 @@ class Handler(BaseHTTPRequestHandler):
     def _post(self):
         path = self.path.split("?", 1)[0]
         self.hold_reply = None
+        if self._held_or_dropped(path):
+            return
         self._delay(path)
         body = self._body()
         if path.startswith("/__sim/"):

@@ -49,6 +49,8 @@ class OwnedProcess final : public OwnedResource {
   OwnedProcess(ChildProcess process, milliseconds grace) : process_(std::move(process)), grace_(grace) {}
   void shutdown() noexcept override { process_.stop(grace_); }
   void kill() noexcept override { process_.kill_now(); }
+  int process_id() noexcept override { return process_.pid(); }
+  bool alive() noexcept override { return process_.running(); }
   ChildProcess& process() { return process_; }
 
  private:

@@ -2,6 +2,7 @@
 // [0, id, name, params] answered by [1, id, error, result].
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <memory>
 
@@ -24,6 +25,7 @@ class MarionetteTransport final : public Transport {
   // For a browser that is not the session's to end (one started by someone else):
   // "WebDriver:DeleteSession" then only deletes the session and leaves Firefox running.
   void set_quit_on_delete(bool quit) noexcept { quit_on_delete_ = quit; }
+  bool broken() const noexcept override { return broken_; }
 
   // How long deleting the session and quitting may take at most, each.
   static constexpr std::chrono::milliseconds kQuitTimeout{15000};
@@ -35,7 +37,7 @@ class MarionetteTransport final : public Transport {
   FrameDecoder decoder_;
   std::chrono::milliseconds timeout_;
   long long next_id_ = 1;
-  bool broken_ = false;
+  std::atomic<bool> broken_{false};
   bool quit_on_delete_ = true;
 };
 

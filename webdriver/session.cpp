@@ -52,7 +52,15 @@ Session::~Session() { quit(); }
 Json Session::execute(std::string_view command, const Json& params) {
   std::lock_guard<std::mutex> lock(mutex_);
   if (quit_ || killed_) throw InvalidSessionIdException("The browser session has ended", "invalid session id");
-  return transport_->execute(command, params);
+  try {
+    return transport_->execute(command, params);
+  } catch (const ConnectionException&) {
+    if (transport_->broken()) lost_ = true;
+    throw;
+  } catch (const ProtocolException&) {
+    if (transport_->broken()) lost_ = true;
+    throw;
+  }
 }
 
 void Session::get(const std::string& url) { execute("WebDriver:Navigate", Json{{"url", url}}); }
@@ -166,5 +174,25 @@ void Session::kill() noexcept {
 }
 
 bool Session::is_quit() const noexcept { return killed_ || quit_; }
+
+bool Session::alive() noexcept {
+  if (is_quit()) return false;
+  bool gone = lost_;
+  if (!gone) {
+    std::lock_guard<std::mutex> lock(resources_mutex_);
+    for (auto& r : resources_)
+      if (!r->alive()) gone = true;
+  }
+  if (!gone) return true;
+  kill();
+  return false;
+}
+
+int Session::process_id() noexcept {
+  std::lock_guard<std::mutex> lock(resources_mutex_);
+  for (auto& r : resources_)
+    if (int pid = r->process_id(); pid > 0) return pid;
+  return -1;
+}
 
 }  // namespace webdriver

@@ -31,6 +31,10 @@ class OwnedResource {
   virtual void shutdown() noexcept = 0;
   // Ends it at once (a browser that no longer answers); by default the same as shutdown.
   virtual void kill() noexcept { shutdown(); }
+  // The id of the process it stands for, or -1 when it is no process.
+  virtual int process_id() noexcept { return -1; }
+  // False once a process has exited (killed from outside, crashed); reaps it then.
+  virtual bool alive() noexcept { return true; }
 };
 
 class Session : public std::enable_shared_from_this<Session> {
@@ -90,6 +94,14 @@ class Session : public std::enable_shared_from_this<Session> {
   // browser that no longer answers. Safe to call twice; never throws.
   void kill() noexcept;
   bool is_quit() const noexcept;
+  // The truth about the browser: false once the session has ended, a process it owns
+  // has exited, or the connection to the browser is lost; in the last two cases the
+  // session is killed on the spot (its other processes and its profile go at once).
+  // Cheap (no command is sent) and safe to call while another thread waits on a command.
+  bool alive() noexcept;
+  // The id of the first process the session started (the browser itself through
+  // Firefox's own protocol, else the driver), or -1 (a remote browser).
+  int process_id() noexcept;
 
   // The raw command path, for elements and support helpers.
   Json execute(std::string_view command, const Json& params = Json::object());
@@ -115,6 +127,7 @@ class Session : public std::enable_shared_from_this<Session> {
   Json capabilities_;
   std::atomic<bool> quit_{false};
   std::atomic<bool> upload_files_{false};
+  std::atomic<bool> lost_{false};  // the transport can carry no more commands
 };
 
 }  // namespace webdriver

@@ -14,6 +14,7 @@
 #include <climits>
 #include <cstring>
 
+#include "marlet/utils/time.h"
 #include "webdriver/errors.h"
 
 namespace webdriver {
@@ -87,12 +88,20 @@ void TcpStream::write_all(std::string_view bytes) {
 std::string TcpStream::read_some(std::chrono::milliseconds timeout) {
   if (fd_ < 0) throw ConnectionException("the connection is closed", "connection error");
   pollfd p{fd_, POLLIN, 0};
+  // Waited in slices with the sleep check between them, so that a Ctrl-C ends a command
+  // that takes long (a page that does not load). The reply that comes later is skipped
+  // by its id (marionette_transport.cpp).
+  const auto end = std::chrono::steady_clock::now() + timeout;
   while (true) {
-    int rc = ::poll(&p, 1, static_cast<int>(std::min<long long>(timeout.count(), INT_MAX)));  // no overflow
+    auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+    if (left.count() < 0) left = std::chrono::milliseconds(0);
+    auto slice = std::min<std::chrono::milliseconds>(left, marlet::kSleepSlice);
+    int rc = ::poll(&p, 1, static_cast<int>(slice.count()));
     if (rc < 0 && errno == EINTR) continue;
-    if (rc == 0) throw ConnectionException("no answer from the browser within the command time-out", "timeout");
     if (rc < 0) throw error("poll");
-    break;
+    if (rc > 0) break;
+    if (left <= slice) throw ConnectionException("no answer from the browser within the command time-out", "timeout");
+    marlet::run_sleep_check();
   }
   char buf[65536];
   while (true) {

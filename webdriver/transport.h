@@ -18,6 +18,9 @@ class Transport {
   // Errors are thrown as WebDriverException subclasses. "WebDriver:NewSession" starts
   // the session (the transport keeps its id); "WebDriver:DeleteSession" ends it.
   virtual Json execute(std::string_view command, const Json& params) = 0;
+  // True once the connection can carry no more commands (lost, or out of step after a
+  // broken reply); safe to ask from any thread.
+  virtual bool broken() const noexcept { return false; }
 };
 
 }  // namespace webdriver

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include <algorithm>
 #include <atomic>
 #include <thread>
 
@@ -11,6 +12,7 @@ namespace marlet {
 namespace {
 
 std::atomic<double> g_scale{1.0};
+std::atomic<SleepCheck> g_sleep_check{nullptr};
 
 // Virtual time accumulates real elapsed time divided by the factor in force while it
 // passed, so a change of factor never makes now() jump backwards.
@@ -40,7 +42,14 @@ Clock::TimePoint ScaledClock::now() { return virtual_time().advance(); }
 
 void ScaledClock::sleep(Duration d) {
   if (d.count() <= 0) return;
-  std::this_thread::sleep_for(d * g_scale.load());
+  using steady = std::chrono::steady_clock;
+  auto end = steady::now() + std::chrono::duration_cast<steady::duration>(d * g_scale.load());
+  while (true) {
+    if (SleepCheck check = g_sleep_check.load()) check();
+    auto left = end - steady::now();
+    if (left <= steady::duration::zero()) return;
+    std::this_thread::sleep_for(std::min<steady::duration>(left, kSleepSlice));
+  }
 }
 
 Clock::TimePoint FakeClock::now() {
@@ -76,5 +85,11 @@ void set_time_scale(double factor) {
 }
 
 double time_scale() { return g_scale.load(); }
+
+void set_sleep_check(SleepCheck check) { g_sleep_check.store(check); }
+
+void run_sleep_check() {
+  if (SleepCheck check = g_sleep_check.load()) check();
+}
 
 }  // namespace marlet

@@ -45,6 +45,17 @@ class FakeClock final : public Clock {
 
 // The clock of the process (a ScaledClock).
 Clock& process_clock();
+
+// The process clock sleeps in slices of at most this much real time and, between
+// slices, calls the sleep check (when one is set). The check may throw to end the sleep
+// at once: the Python binding sets one that raises a pending Ctrl-C, so that a settle
+// of 45 s can be interrupted. The check runs on the sleeping thread, with no lock held.
+inline constexpr std::chrono::milliseconds kSleepSlice{50};
+using SleepCheck = void (*)();
+void set_sleep_check(SleepCheck check);  // nullptr: none
+// Runs the sleep check now, if one is set: for waits that do not sleep on the clock (a
+// read of the browser's answer), so that they too end at a Ctrl-C.
+void run_sleep_check();
 void set_time_scale(double factor);  // factor > 0; ValueError otherwise
 double time_scale();
 

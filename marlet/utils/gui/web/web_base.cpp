@@ -85,7 +85,11 @@ WebBase::~WebBase() {
   }
 }
 
-bool WebBase::isClosed() const { return !browser || browser->is_quit(); }
+// Asks the session for the truth: a browser killed from outside or a lost connection
+// reads as closed (and is cleaned up there), so that the next login opens a new one.
+bool WebBase::isClosed() const { return !browser || !browser->alive(); }
+
+int WebBase::browserPid() const { return browser && !browser->is_quit() ? browser->process_id() : -1; }
 
 std::shared_ptr<webdriver::Session> WebBase::openFirefox() {
   webdriver::LaunchOptions options = config_.launch;
@@ -107,6 +111,8 @@ void WebBase::killFirefox() {
 }
 
 webdriver::Session& WebBase::session() const {
+  if (browser && !browser->is_quit() && !browser->alive())
+    throw MarletException("The browser has gone (its process exited or its connection was lost): log in again");
   if (isClosed()) throw MarletException("The browser is not open: log in or open it first");
   return *browser;
 }

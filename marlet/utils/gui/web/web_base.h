@@ -66,7 +66,11 @@ class WebBase {
   WebBase& operator=(const WebBase&) = delete;
 
   // Browser lifecycle.
+  // True when no browser is open, also when ours was killed or its connection lost.
   bool isClosed() const;
+  // The id of our browser's process (of the driver, for a browser behind a driver), or
+  // -1 when none is open or the browser is remote.
+  int browserPid() const;
   std::shared_ptr<webdriver::Session> openFirefox();
   void close();        // ends the session gracefully (bounded), removes what it made
   void killFirefox();  // ends our browser process at once, by pid

@@ -79,7 +79,14 @@ bool VornaWebWrapper::web_login(const Json& params) {
     browser = openFirefox();
     std::string url = py::format("%s://%s:%d/login.html", protocol, address_text, port);
     logger().info(py::format("[login] url: %s", url));
-    browser->get(url);
+    // A console that never answers, or drops the connection, leaves a browser stuck on
+    // a page that is not the console's: it is closed, so that the next login starts anew.
+    try {
+      browser->get(url);
+    } catch (...) {
+      close();
+      throw;
+    }
   }
 
   waitElement("id", "iptUserName", 20, 1);

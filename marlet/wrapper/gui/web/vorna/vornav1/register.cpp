@@ -47,7 +47,14 @@ VornaWebWrapper::RegisterLogin VornaWebWrapper::register_start(const Json& param
   if (isClosed()) {
     browser = openFirefox();
     // No port: the console answers on the standard HTTPS port.
-    browser->get(py::format("https://%s/login.html", login.address));
+    // A console that never answers, or drops the connection, leaves a browser stuck on
+    // a page that is not the console's: it is closed, so that the next login starts anew.
+    try {
+      browser->get(py::format("https://%s/login.html", login.address));
+    } catch (...) {
+      close();
+      throw;
+    }
   }
   waitElement("xpath", kCopyright, 20, 1);
   fillElementById("iptUserName", login.user);

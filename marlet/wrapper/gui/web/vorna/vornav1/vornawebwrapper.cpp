@@ -36,6 +36,14 @@ marlet::BrowserConfig browser_config(const Json& params) {
     if (!b["headless"].is_boolean()) throw ValueError("browser['headless'] must be True or False");
     launch.headless = b["headless"].get<bool>();
   }
+  // How long a navigation may wait for its page (the browser's own default, 300 s, when
+  // absent): a console that holds the request open fails the login after this long.
+  if (b.contains("page_load_timeout") && !b["page_load_timeout"].is_null()) {
+    const Json& t = b["page_load_timeout"];
+    if (!t.is_number() || t.is_boolean() || !(t.get<double>() > 0) || t.get<double>() > 86400)
+      throw ValueError("browser['page_load_timeout'] must be a number of seconds above 0, not " + py::repr(t));
+    launch.extra_capabilities["timeouts"] = {{"pageLoad", static_cast<long long>(t.get<double>() * 1000)}};
+  }
   if (launch.browser != "firefox" && launch.browser != "chromium")
     throw ValueError("browser['name'] must be 'firefox' or 'chromium', not " + py::repr_text(launch.browser));
   if (launch.driver != "marionette" && launch.driver != "geckodriver" && launch.driver != "chromedriver" &&
