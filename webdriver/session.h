@@ -94,6 +94,9 @@ class Session : public std::enable_shared_from_this<Session> {
   // The raw command path, for elements and support helpers.
   Json execute(std::string_view command, const Json& params = Json::object());
   marlet::Clock& clock() const noexcept { return *clock_; }
+  // How many commands this session has sent to the browser, the new-session and
+  // delete-session commands included (one relaxed atomic add per command).
+  std::uint64_t command_count() const noexcept { return commands_.load(std::memory_order_relaxed); }
   const Json& capabilities() const noexcept { return capabilities_; }
 
  private:
@@ -110,6 +113,7 @@ class Session : public std::enable_shared_from_this<Session> {
   marlet::Clock* clock_;
   Json capabilities_;
   std::atomic<bool> quit_{false};
+  std::atomic<std::uint64_t> commands_{0};
 };
 
 }  // namespace webdriver
