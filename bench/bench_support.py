@@ -21,7 +21,7 @@ class SimulatorProcess(object):
         self.proc = subprocess.Popen(
             [sys.executable, "-m", "simulator.server", "--address", address, "--port", "0", "--https",
              "--scenario", scenario],
-            cwd=ROOT, stdout=subprocess.PIPE, universal_newlines=True)
+            cwd=ROOT, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, universal_newlines=True)
         self.url = None
         deadline = time.time() + startup
         while time.time() < deadline:
