@@ -344,7 +344,7 @@ TEST(SessionTests, CommandCountMatchesTheWire) {
   auto s = Session::create(std::make_unique<RecordingTransport>(&calls, [](const std::string& c, const Json&) -> Json {
                              if (c == "WebDriver:FindElement") throw NoSuchElementException("gone", "no such element");
                              if (c == "WebDriver:FindElements") return Json::array({element_ref("e1"), element_ref("e2")});
-                             if (c == "WebDriver:GetElementText") return "t";
+                             if (c == "WebDriver:GetElementText" || c == "WebDriver:GetTitle") return "t";
                              return nullptr;
                            }),
                            Json::object());
