@@ -12,6 +12,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
@@ -34,7 +35,7 @@ using std::chrono::milliseconds;
 
 namespace {
 
-constexpr int kRounds = 1000;  // of each command, on each side
+int kRounds = 1000;  // of each command, on each side (the first argument, if given)
 constexpr int kBlock = 20;     // commands of one kind per block before the other side runs
 const std::string kFind = "[id=\"a\"]";
 const std::string kAttribute = "class";
@@ -65,6 +66,7 @@ using Side = std::function<void(int n, Totals& t)>;
 // Alternates the two sides block by block, who goes first changing every round.
 void interleave(const Side& ours, Totals& ours_t, const Side& raw, Totals& raw_t) {
   for (int done = 0, round = 0; done < kRounds; done += kBlock, ++round) {
+    std::fprintf(stderr, "\rblock %d of %d", round + 1, kRounds / kBlock);
     if (round % 2 == 0) {
       ours(kBlock, ours_t);
       raw(kBlock, raw_t);
@@ -127,7 +129,7 @@ struct RawMarionette {
   Json read() {
     while (true) {
       if (auto m = decoder.next()) return *m;
-      decoder.feed(stream.read_some(milliseconds(30000)));
+      decoder.feed(stream.read_some(milliseconds(120000)));
     }
   }
   Json call(const char* name, const Json& params) {
@@ -144,7 +146,7 @@ void bench_marionette(const std::string& url) {
   std::ofstream(profile + "/user.js") << firefox_prefs(LaunchOptions{});  // the profile launch() makes
   ChildProcess firefox({"firefox-esr", "-marionette", "-headless", "-no-remote", "-profile", profile});
   int port = 0;
-  for (int i = 0; i < 600 && port == 0; ++i) {
+  for (int i = 0; i < 2400 && port == 0; ++i) {  // up to two minutes on a busy machine
     std::ifstream in(profile + "/MarionetteActivePort");
     if (!(in >> port)) std::this_thread::sleep_for(milliseconds(50));
   }
@@ -168,7 +170,7 @@ void bench_marionette(const std::string& url) {
   };
   Side ours = [&](int n, Totals& t) {
     auto transport = std::make_unique<MarionetteTransport>(std::make_unique<TcpStream>("127.0.0.1", port, milliseconds(5000)),
-                                                           milliseconds(30000));
+                                                           milliseconds(120000));
     transport->set_quit_on_delete(false);
     OurSide side(Session::create(std::move(transport), {{"acceptInsecureCerts", true}}), url);
     for (int c = 0; c < kCommands; ++c) side.run(Command(c), n, t);
@@ -181,6 +183,7 @@ void bench_marionette(const std::string& url) {
   last.call("Marionette:Quit", {{"flags", Json::array({"eForceQuit"})}});
   firefox.stop(milliseconds(5000));
   fs::remove_all(profile);
+  std::fprintf(stderr, "\n");
   report_all("marionette", ours_t, raw_t);
 }
 
@@ -246,7 +249,7 @@ void bench_http(const std::string& url) {
   raw.call("POST", s + "/url", Json{{"url", url}}.dump());
   std::string find_body = Json{{"using", "css selector"}, {"value", kFind}}.dump();
   std::string element = raw.call("POST", s + "/element", find_body)["value"].begin().value();
-  auto session = Session::create(std::make_unique<HttpTransport>(raw.base, milliseconds(30000)), caps(our_profile));
+  auto session = Session::create(std::make_unique<HttpTransport>(raw.base, milliseconds(120000)), caps(our_profile));
 
   const Json script = attribute_script_params(element);
   const std::string script_body = script.dump();
@@ -273,12 +276,14 @@ void bench_http(const std::string& url) {
   driver.stop(milliseconds(0));
   fs::remove_all(raw_profile);
   fs::remove_all(our_profile);
+  std::fprintf(stderr, "\n");
   report_all("http", ours, rawt);
 }
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
+  if (argc > 1) kRounds = std::max(kBlock, std::atoi(argv[1]) / kBlock * kBlock);
   std::string page = (fs::temp_directory_path() / ("vorna-bench-" + std::to_string(::getpid()) + ".html")).string();
   std::ofstream(page) << "<title>Bench</title><p id='a' class='bench'>benchmark text</p>";
   std::string url = "file://" + page;
