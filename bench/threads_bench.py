@@ -23,7 +23,7 @@ READERS = [
     ("get_product_sn", ()), ("get_guid", ()), ("get_bios_name", ()), ("web_get_firmware_version", ()),
     ("web_get_power_status", ()), ("web_get_power_capping_info", ({},)),
     ("web_get_main_board_info", ()), ("web_get_fan_web_info", ()), ("web_get_power_web_info", ()),
-    ("web_get_cpu_info_all", ()), ("web_get_memory_web_info", ()), ("web_get_pcie_web_info", ()),
+    ("web_get_cpu_info_vorna", ({"type": "all"},)), ("web_get_memory_web_info", ()), ("web_get_pcie_web_info", ()),
     ("web_get_netcard_web_info", ()),
 ]
 
