@@ -1,8 +1,10 @@
 // Our client against a minimal raw loop of the same protocol messages, in one run and on
-// the same browser: 1000 x find_element_by_id, text and title over Firefox's remote
-// protocol and over W3C HTTP to chromedriver. The two alternate in blocks so that drift
-// in the browser (caches, JIT, GC) falls on both alike. Prints milliseconds per command
-// for both and their ratio.
+// the same browser: find_element_by_id, text, title, get_attribute and click, 1000 of
+// each, over Firefox's remote protocol and over W3C HTTP to chromedriver. The two sides
+// interleave in small blocks (20 of each command on one side, then the same on the
+// other, the side that goes first alternating) so that drift in the browser and on the machine
+// (caches, JIT, GC, other load) falls on both alike. Prints milliseconds per command for
+// both and their ratio.
 #include <arpa/inet.h>
 #include <curl/curl.h>
 #include <netinet/in.h>
@@ -10,11 +12,13 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <optional>
 #include <thread>
 
 #include "webdriver/frame_codec.h"
@@ -31,12 +35,16 @@ using std::chrono::milliseconds;
 
 namespace {
 
-constexpr int kRounds = 1000;
-constexpr int kBlocks = 4;  // each side runs kRounds / kBlocks commands per block
+int kRounds = 1000;  // of each command, on each side (the first argument, if given)
+constexpr int kBlock = 20;     // commands of one kind per block before the other side runs
 const std::string kFind = "[id=\"a\"]";
+const std::string kAttribute = "class";
+
+enum Command { kFindCmd, kTextCmd, kTitleCmd, kAttributeCmd, kClickCmd, kCommands };
+const char* const kNames[kCommands] = {"find_element_by_id", "text", "title", "get_attribute", "click"};
 
 struct Totals {
-  double find = 0, text = 0, title = 0;  // milliseconds over all blocks
+  double ms[kCommands] = {};  // over all blocks
 };
 
 double run_ms(int n, const std::function<void()>& call) {
@@ -45,26 +53,72 @@ double run_ms(int n, const std::function<void()>& call) {
   return std::chrono::duration<double, std::milli>(SteadyClock::now() - start).count();
 }
 
-void report(const char* transport, const char* what, double ours, double raw) {
-  std::printf("%-11s %-20s ours %.3f ms   raw %.3f ms   ratio %.3f\n", transport, what, ours / kRounds,
-              raw / kRounds, ours / raw);
-}
-
 void report_all(const char* transport, const Totals& ours, const Totals& raw) {
-  report(transport, "find_element_by_id", ours.find, raw.find);
-  report(transport, "text", ours.text, raw.text);
-  report(transport, "title", ours.title, raw.title);
+  for (int c = 0; c < kCommands; ++c)
+    std::printf("%-11s %-20s ours %.3f ms   raw %.3f ms   ratio %.3f\n", transport, kNames[c], ours.ms[c] / kRounds,
+                raw.ms[c] / kRounds, ours.ms[c] / raw.ms[c]);
 }
 
-// Times one block of each command through our session.
-void our_block(Session& s, const std::string& url, Totals& t, int n) {
-  s.get(url);
-  auto element = s.find_element_by_id("a");
-  for (int i = 0; i < 20; ++i) s.title();  // warm up
-  t.find += run_ms(n, [&] { s.find_element_by_id("a"); });
-  t.text += run_ms(n, [&] { element.text(); });
-  t.title += run_ms(n, [&] { s.title(); });
+// One side of the comparison: one block, `n` of each command in turn, timed per command
+// and added to the side's totals.
+using Side = std::function<void(int n, Totals& t)>;
+
+// Alternates the two sides block by block, who goes first changing every round.
+void interleave(const Side& ours, Totals& ours_t, const Side& raw, Totals& raw_t) {
+  for (int done = 0, round = 0; done < kRounds; done += kBlock, ++round) {
+    std::fprintf(stderr, "\rblock %d of %d", round + 1, kRounds / kBlock);
+    if (round % 2 == 0) {
+      ours(kBlock, ours_t);
+      raw(kBlock, raw_t);
+    } else {
+      raw(kBlock, raw_t);
+      ours(kBlock, ours_t);
+    }
+  }
 }
+
+// The ExecuteScript parameters our get_attribute sends, taken from a session on a
+// recording transport, so that the raw loop sends the very same message.
+class ScriptRecorder final : public Transport {
+ public:
+  explicit ScriptRecorder(Json* out) : out_(out) {}
+  Json execute(std::string_view command, const Json& params) override {
+    if (command == "WebDriver:ExecuteScript") *out_ = params;
+    return nullptr;
+  }
+
+ private:
+  Json* out_;
+};
+
+Json attribute_script_params(const std::string& element) {
+  Json params;
+  auto s = Session::create(std::make_unique<ScriptRecorder>(&params), Json::object());
+  s->element_from(Json{{kElementKey, element}}).get_attribute(kAttribute);
+  return params;
+}
+
+// Our session, the page loaded and the element found once.
+struct OurSide {
+  std::shared_ptr<Session> s;
+  std::optional<Element> element;
+  OurSide(std::shared_ptr<Session> session, const std::string& url) : s(std::move(session)) {
+    s->get(url);
+    element = s->find_element_by_id("a");
+    for (int i = 0; i < 20; ++i) s->title();  // warm up
+  }
+  void run(Command c, int n, Totals& t) {
+    Element& e = *element;
+    switch (c) {
+      case kFindCmd: t.ms[c] += run_ms(n, [&] { s->find_element_by_id("a"); }); break;
+      case kTextCmd: t.ms[c] += run_ms(n, [&] { e.text(); }); break;
+      case kTitleCmd: t.ms[c] += run_ms(n, [&] { s->title(); }); break;
+      case kAttributeCmd: t.ms[c] += run_ms(n, [&] { e.get_attribute(kAttribute); }); break;
+      case kClickCmd: t.ms[c] += run_ms(n, [&] { e.click(); }); break;
+      default: break;
+    }
+  }
+};
 
 // ---- raw Firefox remote protocol: a socket, frames, nothing else ----
 struct RawMarionette {
@@ -75,7 +129,7 @@ struct RawMarionette {
   Json read() {
     while (true) {
       if (auto m = decoder.next()) return *m;
-      decoder.feed(stream.read_some(milliseconds(30000)));
+      decoder.feed(stream.read_some(milliseconds(120000)));
     }
   }
   Json call(const char* name, const Json& params) {
@@ -84,46 +138,53 @@ struct RawMarionette {
   }
 };
 
-void raw_marionette_block(int port, const std::string& url, Totals& t, int n) {
-  RawMarionette raw(port);
-  raw.call("WebDriver:NewSession", {{"acceptInsecureCerts", true}});
-  raw.call("WebDriver:Navigate", {{"url", url}});
-  const Json find = {{"using", "css selector"}, {"value", kFind}};
-  std::string element = raw.call("WebDriver:FindElement", find)["value"].begin().value();
-  for (int i = 0; i < 20; ++i) raw.call("WebDriver:GetTitle", Json::object());
-  t.find += run_ms(n, [&] { raw.call("WebDriver:FindElement", find); });
-  t.text += run_ms(n, [&] { raw.call("WebDriver:GetElementText", {{"id", element}}); });
-  t.title += run_ms(n, [&] { raw.call("WebDriver:GetTitle", Json::object()); });
-  raw.call("WebDriver:DeleteSession", Json::object());
-}
-
+// Firefox's remote protocol serves one connection at a time, so each side of a block
+// opens its own connection and session: the set-up is outside the timed loops.
 void bench_marionette(const std::string& url) {
   std::string profile = (fs::temp_directory_path() / ("vorna-bench-ff-" + std::to_string(::getpid()))).string();
   fs::create_directories(profile);
   std::ofstream(profile + "/user.js") << firefox_prefs(LaunchOptions{});  // the profile launch() makes
   ChildProcess firefox({"firefox-esr", "-marionette", "-headless", "-no-remote", "-profile", profile});
   int port = 0;
-  for (int i = 0; i < 600 && port == 0; ++i) {
+  for (int i = 0; i < 2400 && port == 0; ++i) {  // up to two minutes on a busy machine
     std::ifstream in(profile + "/MarionetteActivePort");
     if (!(in >> port)) std::this_thread::sleep_for(milliseconds(50));
   }
-  Totals ours, raw;
-  // One connection at a time: each block opens its own and ends its session.
-  for (int b = 0; b < kBlocks; ++b) {
-    raw_marionette_block(port, url, raw, kRounds / kBlocks);
+  const Json find = {{"using", "css selector"}, {"value", kFind}};
+  Side raw = [&](int n, Totals& t) {
+    RawMarionette m(port);
+    m.call("WebDriver:NewSession", {{"acceptInsecureCerts", true}});
+    m.call("WebDriver:Navigate", {{"url", url}});
+    std::string element = m.call("WebDriver:FindElement", find)["value"].begin().value();
+    const Json script = attribute_script_params(element);
+    for (int i = 0; i < 20; ++i) m.call("WebDriver:GetTitle", Json::object());
+    for (int c = 0; c < kCommands; ++c) switch (c) {
+      case kFindCmd: t.ms[c] += run_ms(n, [&] { m.call("WebDriver:FindElement", find); }); break;
+      case kTextCmd: t.ms[c] += run_ms(n, [&] { m.call("WebDriver:GetElementText", {{"id", element}}); }); break;
+      case kTitleCmd: t.ms[c] += run_ms(n, [&] { m.call("WebDriver:GetTitle", Json::object()); }); break;
+      case kAttributeCmd: t.ms[c] += run_ms(n, [&] { m.call("WebDriver:ExecuteScript", script); }); break;
+      case kClickCmd: t.ms[c] += run_ms(n, [&] { m.call("WebDriver:ElementClick", {{"id", element}}); }); break;
+      default: break;
+    }
+    m.call("WebDriver:DeleteSession", Json::object());
+  };
+  Side ours = [&](int n, Totals& t) {
     auto transport = std::make_unique<MarionetteTransport>(std::make_unique<TcpStream>("127.0.0.1", port, milliseconds(5000)),
-                                                           milliseconds(30000));
+                                                           milliseconds(120000));
     transport->set_quit_on_delete(false);
-    auto session = Session::create(std::move(transport), {{"acceptInsecureCerts", true}});
-    our_block(*session, url, ours, kRounds / kBlocks);
-    session->quit();
-  }
+    OurSide side(Session::create(std::move(transport), {{"acceptInsecureCerts", true}}), url);
+    for (int c = 0; c < kCommands; ++c) side.run(Command(c), n, t);
+    side.s->quit();
+  };
+  Totals ours_t, raw_t;
+  interleave(ours, ours_t, raw, raw_t);
   RawMarionette last(port);
   last.call("WebDriver:NewSession", Json::object());
   last.call("Marionette:Quit", {{"flags", Json::array({"eForceQuit"})}});
   firefox.stop(milliseconds(5000));
   fs::remove_all(profile);
-  report_all("marionette", ours, raw);
+  std::fprintf(stderr, "\n");
+  report_all("marionette", ours_t, raw_t);
 }
 
 // ---- raw W3C HTTP: one kept-alive curl handle, hand-written requests ----
@@ -188,33 +249,46 @@ void bench_http(const std::string& url) {
   raw.call("POST", s + "/url", Json{{"url", url}}.dump());
   std::string find_body = Json{{"using", "css selector"}, {"value", kFind}}.dump();
   std::string element = raw.call("POST", s + "/element", find_body)["value"].begin().value();
-  auto session = Session::create(std::make_unique<HttpTransport>(raw.base, milliseconds(30000)), caps(our_profile));
+  auto session = Session::create(std::make_unique<HttpTransport>(raw.base, milliseconds(120000)), caps(our_profile));
 
+  const Json script = attribute_script_params(element);
+  const std::string script_body = script.dump();
+  Side raw_side = [&](int n, Totals& t) {
+    for (int i = 0; i < 5; ++i) raw.call("GET", s + "/title");  // the connection warm again
+    for (int c = 0; c < kCommands; ++c) switch (c) {
+      case kFindCmd: t.ms[c] += run_ms(n, [&] { raw.call("POST", s + "/element", find_body); }); break;
+      case kTextCmd: t.ms[c] += run_ms(n, [&] { raw.call("GET", s + "/element/" + element + "/text"); }); break;
+      case kTitleCmd: t.ms[c] += run_ms(n, [&] { raw.call("GET", s + "/title"); }); break;
+      case kAttributeCmd: t.ms[c] += run_ms(n, [&] { raw.call("POST", s + "/execute/sync", script_body); }); break;
+      case kClickCmd: t.ms[c] += run_ms(n, [&] { raw.call("POST", s + "/element/" + element + "/click", "{}"); }); break;
+      default: break;
+    }
+  };
+  OurSide our(session, url);
+  Side our_side = [&](int n, Totals& t) {
+    for (int i = 0; i < 5; ++i) session->title();
+    for (int c = 0; c < kCommands; ++c) our.run(Command(c), n, t);
+  };
   Totals ours, rawt;
-  for (int b = 0; b < kBlocks; ++b) {
-    int n = kRounds / kBlocks;
-    for (int i = 0; i < 20; ++i) raw.call("GET", s + "/title");
-    rawt.find += run_ms(n, [&] { raw.call("POST", s + "/element", find_body); });
-    rawt.text += run_ms(n, [&] { raw.call("GET", s + "/element/" + element + "/text"); });
-    rawt.title += run_ms(n, [&] { raw.call("GET", s + "/title"); });
-    our_block(*session, url, ours, n);
-  }
+  interleave(our_side, ours, raw_side, rawt);
   session->quit();
   raw.call("DELETE", s);
   driver.stop(milliseconds(0));
   fs::remove_all(raw_profile);
   fs::remove_all(our_profile);
+  std::fprintf(stderr, "\n");
   report_all("http", ours, rawt);
 }
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
+  if (argc > 1) kRounds = std::max(kBlock, std::atoi(argv[1]) / kBlock * kBlock);
   std::string page = (fs::temp_directory_path() / ("vorna-bench-" + std::to_string(::getpid()) + ".html")).string();
-  std::ofstream(page) << "<title>Bench</title><p id='a'>benchmark text</p>";
+  std::ofstream(page) << "<title>Bench</title><p id='a' class='bench'>benchmark text</p>";
   std::string url = "file://" + page;
-  std::printf("%d commands each, in %d alternating blocks; ratio = ours / raw (target: at most 1.05)\n", kRounds,
-              kBlocks);
+  std::printf("%d of each command on each side, in alternating blocks of %d; ratio = ours / raw (target: at most 1.05)\n",
+              kRounds, kBlock);
   bench_marionette(url);
   bench_http(url);
   fs::remove(page);

@@ -140,7 +140,8 @@ void init_webdriver(py::module_& m) {
         return py::bytes(reinterpret_cast<const char*>(png.data()), png.size());
       })
       .def("save_screenshot", &wd::Session::save_screenshot, release())
-      .def("quit", &wd::Session::quit, release());
+      .def("quit", &wd::Session::quit, release())
+      .def_property_readonly("command_count", &wd::Session::command_count);
 
   py::class_<wd::By>(m, "_By")
       .def_readonly_static("ID", &wd::By::ID)

@@ -122,8 +122,8 @@ Json controller_record(py::handle bmc) {
 }  // namespace
 
 void init_wrapper(py::module_& m) {
-  py::class_<WebBase>(m, "_WebBase", py::dynamic_attr())
-      .def(py::init([](py::object) { return std::make_unique<WebBase>(); }), py::arg("host") = py::none())
+  py::class_<WebBase, ReleasingHolder<WebBase>>(m, "_WebBase", py::dynamic_attr())
+      .def(py::init([](py::object) { return new WebBase(); }), py::arg("host") = py::none())
       .def("isClosed", &WebBase::isClosed, release())  // may end a dead browser's leftovers
       // Our browser's process id (the driver's, behind a driver), None when none is open.
       .def_property_readonly("browser_pid",
@@ -180,11 +180,13 @@ void init_wrapper(py::module_& m) {
       .def("scrollScreen", &WebBase::scrollScreen, release(), py::arg("kind"), py::arg("locator"),
            py::arg("times") = 2)
       .def("_screenshot", &WebBase::_screenshot, release(), py::arg("operation") = "")
+      .def("command_count",
+           [](const WebBase& w) -> std::uint64_t { return w.browser ? w.browser->command_count() : 0; })
       .def_readwrite("browser", &WebBase::browser)
       .def_readwrite("timeout", &WebBase::timeout)
       .def_readwrite("download_dir", &WebBase::download_dir);
 
-  auto cls = py::class_<VornaWebWrapper, WebBase>(m, "VornaWebWrapper", py::dynamic_attr());
+  auto cls = WrapperClass(m, "VornaWebWrapper", py::dynamic_attr());
   cls.def(py::init([](py::object params) {
        static py::object mapping = py::module_::import("collections.abc").attr("Mapping");
        if (!py::isinstance(params, mapping))
@@ -193,7 +195,7 @@ void init_wrapper(py::module_& m) {
        Json p = Json::object();
        if (py::dict d(params); d.contains("browser")) p["browser"] = to_json(d["browser"]);
        if (py::dict d(params); d.contains("settle")) p["settle"] = to_json(d["settle"]);
-       return std::make_unique<VornaWebWrapper>(p, nullptr, nullptr, std::make_shared<TrackingFactory>());
+       return new VornaWebWrapper(p, nullptr, nullptr, std::make_shared<TrackingFactory>());
      }),
      py::arg("params"));
   // The construction steps that need the Python object: the logger, the harness's

@@ -13,7 +13,25 @@
 namespace vorna_py {
 
 namespace py = pybind11;
-using WrapperClass = py::class_<vorna::VornaWebWrapper, marlet::WebBase>;
+
+// Deletes with the GIL released: deleting a wrapper quits its browser, a wait of up to
+// seconds, and a wrapper that Python collects must not stop the process's other threads
+// meanwhile. While the interpreter shuts down there are no other threads to let run.
+template <class T>
+struct ReleasingDelete {
+  void operator()(T* p) const noexcept {
+    if (PyGILState_Check() && !_Py_IsFinalizing()) {
+      py::gil_scoped_release unlocked;
+      delete p;
+    } else {
+      delete p;
+    }
+  }
+};
+template <class T>
+using ReleasingHolder = std::unique_ptr<T, ReleasingDelete<T>>;
+using WrapperClass =
+    py::class_<vorna::VornaWebWrapper, marlet::WebBase, ReleasingHolder<vorna::VornaWebWrapper>>;
 
 // Runs an operation with the GIL released, naming it for pictures, and leaves a picture
 // when it fails (best effort, never hiding the failure). A Ctrl-C ends it at the next

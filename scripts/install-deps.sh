@@ -10,6 +10,7 @@ PACKAGES=(
   pybind11-dev python3-dev python3-pytest python3-importlib-metadata python3-typing-extensions
   python3-exceptiongroup python3-tomli
   firefox-esr chromium chromium-driver openssl
+  python3-selenium
 )
 
 missing=()

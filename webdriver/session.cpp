@@ -32,6 +32,7 @@ std::shared_ptr<Session> Session::create(std::unique_ptr<Transport> transport, c
                                          std::vector<std::unique_ptr<OwnedResource>> resources, marlet::Clock* clock) {
   std::shared_ptr<Session> s(new Session(std::move(transport), std::move(resources), clock));
   try {
+    s->commands_.fetch_add(1, std::memory_order_relaxed);
     Json reply = s->transport_->execute("WebDriver:NewSession", capabilities);
     if (reply.is_object() && reply.contains("capabilities")) s->capabilities_ = reply["capabilities"];
   } catch (...) {
@@ -52,6 +53,7 @@ Session::~Session() { quit(); }
 Json Session::execute(std::string_view command, const Json& params) {
   std::lock_guard<std::mutex> lock(mutex_);
   if (quit_ || killed_) throw InvalidSessionIdException("The browser session has ended", "invalid session id");
+  commands_.fetch_add(1, std::memory_order_relaxed);
   try {
     return transport_->execute(command, params);
   } catch (const ConnectionException&) {
@@ -147,6 +149,7 @@ void Session::quit() noexcept {
     if (quit_) return;
     quit_ = true;
     try {
+      commands_.fetch_add(1, std::memory_order_relaxed);
       transport_->execute("WebDriver:DeleteSession", Json::object());
     } catch (...) {
     }

@@ -106,6 +106,9 @@ class Session : public std::enable_shared_from_this<Session> {
   // The raw command path, for elements and support helpers.
   Json execute(std::string_view command, const Json& params = Json::object());
   marlet::Clock& clock() const noexcept { return *clock_; }
+  // How many commands this session has sent to the browser, the new-session and
+  // delete-session commands included (one relaxed atomic add per command).
+  std::uint64_t command_count() const noexcept { return commands_.load(std::memory_order_relaxed); }
   const Json& capabilities() const noexcept { return capabilities_; }
   // For a browser on another machine (a Selenium Grid): a local file typed into a file
   // input is uploaded first and the input gets the remote copy (Element::send_keys).
@@ -128,6 +131,7 @@ class Session : public std::enable_shared_from_this<Session> {
   std::atomic<bool> quit_{false};
   std::atomic<bool> upload_files_{false};
   std::atomic<bool> lost_{false};  // the transport can carry no more commands
+  std::atomic<std::uint64_t> commands_{0};
 };
 
 }  // namespace webdriver

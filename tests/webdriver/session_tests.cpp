@@ -335,3 +335,30 @@ TEST(SelectTests, OnlyWrapsSelectElements) {
   auto s = session_on(fake);
   EXPECT_THROW(Select(s->find_element_by_id("sel")), UnexpectedTagNameException);
 }
+
+// The counter is what the benchmarks read to prove an operation sends no command beyond
+// its code path: it must match the wire exactly, failed commands included, and a
+// command refused before the wire must not count.
+TEST(SessionTests, CommandCountMatchesTheWire) {
+  std::vector<Call> calls;
+  auto s = Session::create(std::make_unique<RecordingTransport>(&calls, [](const std::string& c, const Json&) -> Json {
+                             if (c == "WebDriver:FindElement") throw NoSuchElementException("gone", "no such element");
+                             if (c == "WebDriver:FindElements") return Json::array({element_ref("e1"), element_ref("e2")});
+                             if (c == "WebDriver:GetElementText" || c == "WebDriver:GetTitle") return "t";
+                             return nullptr;
+                           }),
+                           Json::object());
+  EXPECT_EQ(s->command_count(), 1u) << "the new session";
+  auto found = s->find_elements_by_xpath("//li");
+  for (auto& e : found) e.text();
+  EXPECT_THROW(s->find_element_by_id("x"), NoSuchElementException);
+  s->switch_to_frame(std::string("rightMid"));  // by id, then switch: two commands
+  s->title();
+  EXPECT_EQ(s->command_count(), calls.size());
+  EXPECT_EQ(s->command_count(), 8u);
+  s->quit();
+  EXPECT_EQ(s->command_count(), 9u) << "the delete-session command";
+  EXPECT_THROW(s->title(), InvalidSessionIdException);
+  EXPECT_EQ(s->command_count(), 9u) << "refused before the wire";
+  EXPECT_EQ(calls.size(), 9u);
+}

@@ -1,3 +1,5 @@
+#include <set>
+
 #include "marlet/exception/exceptions.h"
 #include "tests/wrapper/wrapper_fixture.h"
 #include "webdriver/errors.h"
@@ -125,4 +127,21 @@ TEST_F(ElementLayerTests, ScreenshotsAreBestEffort) {
   fb->fail_everything = true;
   EXPECT_EQ(w._screenshot("broken"), "");
   EXPECT_EQ(log->lines.back().level, marlet::LogLevel::Warn);
+}
+
+// Wrappers of one process share the picture folder: pictures taken in the same
+// millisecond under the same operation name must all survive.
+TEST_F(ElementLayerTests, PicturesInTheSameMillisecondKeepApart) {
+  std::set<std::string> paths;
+  for (int i = 0; i < 30; ++i) {
+    std::string path = w._screenshot("burst");
+    ASSERT_FALSE(path.empty()) << log->texts().back();
+    EXPECT_NE(path.find("_burst.png"), std::string::npos) << path;
+    paths.insert(path);
+  }
+  EXPECT_EQ(paths.size(), 30u);
+  for (const auto& p : paths) {
+    EXPECT_TRUE(std::filesystem::exists(p)) << p;
+    std::filesystem::remove(p);
+  }
 }

@@ -1,5 +1,9 @@
 #include "marlet/utils/gui/web/web_base.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <chrono>
 #include <ctime>
 #include <filesystem>
@@ -63,6 +67,22 @@ std::string safe_name(const std::string& s) {
   std::string out;
   for (char c : s) out += (std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '-') ? c : '_';
   return out;
+}
+
+// Claims a new picture file: `stamp_name.png`, or `stamp-2_name.png` and so on when
+// another picture took that name in the same millisecond (many wrappers of one process
+// share the folder). Created exclusively, so two threads never write the same file.
+fs::path claim_picture(const fs::path& dir, const std::string& stamp, const std::string& name) {
+  for (int n = 1; n < 10000; ++n) {
+    fs::path file = dir / (stamp + (n > 1 ? "-" + std::to_string(n) : "") + "_" + name + ".png");
+    int fd = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+    if (fd >= 0) {
+      ::close(fd);
+      return file;
+    }
+    if (errno != EEXIST) break;
+  }
+  throw std::runtime_error("cannot create a picture file in " + dir.string());
 }
 
 }  // namespace
@@ -265,8 +285,8 @@ std::string WebBase::_screenshot(const std::string& operation) {
     fs::path dir = config_.screenshot_dir.empty() ? fs::temp_directory_path() / "vorna_screenshots"
                                                   : fs::path(config_.screenshot_dir);
     fs::create_directories(dir);
-    fs::path file = dir / (timestamp() + "_" + safe_name(!operation.empty() ? operation : !current_operation.empty() ? current_operation : "screenshot") + ".png");
     auto png = browser->get_screenshot_as_png();
+    fs::path file = claim_picture(dir, timestamp(), safe_name(!operation.empty() ? operation : !current_operation.empty() ? current_operation : "screenshot"));
     std::ofstream out(file, std::ios::binary);
     out.write(reinterpret_cast<const char*>(png.data()), static_cast<std::streamsize>(png.size()));
     out.close();
