@@ -72,7 +72,7 @@ def tour(wrapper, bmc):
 
 class TimedCommands(object):
     """The wrapper as the tour sees it, with a clock around every command called on it:
-    `times` holds (command, seconds) in the order the commands ended."""
+    `times` holds (command, seconds, browser commands sent) in the order they ended."""
 
     def __init__(self, wrapper):
         self._wrapper = wrapper
@@ -84,11 +84,12 @@ class TimedCommands(object):
             return value
 
         def timed(*args, **kwargs):
-            started = time.time()
+            started, sent = time.time(), self._wrapper.command_count()
             try:
                 return value(*args, **kwargs)
             finally:
-                self.times.append((name, time.time() - started))
+                after = self._wrapper.command_count()  # a new browser counts from 0
+                self.times.append((name, time.time() - started, after - sent if after >= sent else after))
         return timed
 
 
@@ -143,11 +144,19 @@ class Tour(object):
         return sorted(rows, key=lambda row: -row[4])
 
     def command_times(self):
-        """(command, count, total seconds), by total."""
-        groups = collections.OrderedDict()
-        for name, seconds in self.commands:
+        """(command, count, wall seconds, settled, waited, browser commands), by wall
+        seconds; settled and waited are journal seconds of the settles and waits tagged
+        with the command (the rest: browser commands, element lookups and their polls)."""
+        groups, sent = collections.OrderedDict(), collections.Counter()
+        for name, seconds, commands in self.commands:
             groups.setdefault(name, []).append(seconds)
-        return sorted(((name, len(t), sum(t)) for name, t in groups.items()), key=lambda row: -row[2])
+            sent[name] += commands
+        inside = collections.defaultdict(lambda: [0.0, 0.0])
+        for r in self.journal:
+            if r["depth"] == 0:
+                inside[r["operation"]][0 if r["kind"] == "settle" else 1] += r["taken"]
+        rows = [(name, len(t), sum(t), inside[name][0], inside[name][1], sent[name]) for name, t in groups.items()]
+        return sorted(rows, key=lambda row: -row[2])
 
 
 def print_breakdown(tour, scale, rows=12):
@@ -156,9 +165,11 @@ def print_breakdown(tour, scale, rows=12):
     print("%s tour: %.1f s = settles %.1f s + explicit waits %.1f s + the rest (browser commands) %.1f s"
           % (tour.policy, tour.elapsed, tour.settled * scale, tour.waited * scale,
              tour.elapsed - (tour.settled + tour.waited) * scale))
-    print("  %-40s %5s %9s" % ("command", "calls", "seconds"))
-    for name, count, total in tour.command_times()[:rows]:
-        print("  %-40s %5d %9.1f" % (name, count, total))
+    print("  %-40s %5s %9s %8s %7s %8s %8s" % ("command", "calls", "seconds", "settles", "waits", "the rest",
+                                                "cmds sent"))
+    for name, count, total, settled, waited, sent in tour.command_times()[:rows]:
+        print("  %-40s %5d %9.1f %8.1f %7.1f %8.1f %8d" % (name, count, total, settled * scale, waited * scale,
+                                                            total - (settled + waited) * scale, sent))
     print("  %-40s %5s %6s %9s %8s" % ("settle of operation", "count", "asked", "taken", "longest"))
     for op, asked, count, total, longest in tour.settles()[:rows]:
         print("  %-40s %5d %6g %9.1f %8.2f" % (op, count, asked, total * scale, longest * scale))
