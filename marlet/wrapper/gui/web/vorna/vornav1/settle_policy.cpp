@@ -58,11 +58,11 @@ constexpr const char* kWatcherKey = "vorna.settle.watcher";
 // back, clearTimeout and clearInterval drop the count), and notes every DOM change (a
 // MutationObserver), every change of readyState and every request or timer that ends in
 // `seq`. Each document remembers when the watcher first saw it ("young" until the poll's
-// second limit has passed). New
-// documents of frames are found by a scan every 50 ms, at each poll, on every frame
-// load, and -- when a frame's document is hidden for a navigation -- by a quick chase
-// (MessageChannel turns, no timer clamping, for at most 2 s) that reaches the new
-// document while it still loads, before most of its scripts have run.
+// second limit has passed). New documents of frames are found by a scan every 50 ms, at
+// each poll, on every frame load, and -- when a frame's document is hidden for a
+// navigation -- by a quick chase (MessageChannel turns, no timer clamping, for at most
+// 2 s) that reaches the new document while it still loads, before most of its scripts
+// have run.
 constexpr const char* kWatcherScript = R"JS(
 var KEY = Symbol.for(arguments[0]);
 var top = window.top;
