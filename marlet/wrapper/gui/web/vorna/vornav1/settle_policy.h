@@ -3,13 +3,13 @@
 //
 // The console fills its pages after they load (requests, timers, scripts that rewrite
 // tables), so a quiet console is one whose top document and frames have finished
-// loading, have no request of the page in flight, and whose DOM has not changed for the
-// quiet window, and no short timer of the page is pending. A small script (kWatcherScript in the .cpp) watches the page from inside:
-// installed into the top document at the first adaptive settle, it follows every frame's
-// new document, counts the page's fetch/XHR requests, its short timers and its DOM
-// changes, and is read by
-// one script command per poll. It adds nothing to the DOM and does not change what the
-// page's own fetch/XHR calls do.
+// loading, have no request of the page in flight and no short timer pending, and whose
+// DOM has not changed for the quiet window. A small script (kWatcherScript in the .cpp)
+// watches the page from inside: installed into the top document at the first adaptive
+// settle, it follows every frame's new document, counts the page's fetch/XHR requests,
+// its short timers and its DOM changes, and is read by one script command per poll. It
+// adds nothing to the DOM and does not change what the page's own fetch, XHR and timer
+// calls do.
 #pragma once
 
 #include <optional>
