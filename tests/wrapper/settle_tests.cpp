@@ -17,8 +17,8 @@ struct ProcessSettleGuard {
 };
 
 Json reading(long long seq, bool loading = false, int inflight = 0, int timers = 0, bool young = false) {
-  return Json{{"seq", seq},         {"loading", loading}, {"inflight", inflight}, {"timers", timers},
-              {"young", young},     {"documents", 2},     {"ms_since_change", 0}};
+  return Json{{"seq", seq},     {"loading", loading}, {"inflight", inflight},   {"timers", timers},
+              {"young", young}, {"documents", 2},     {"ms_since_change", 0}};
 }
 
 }  // namespace
