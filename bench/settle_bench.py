@@ -8,10 +8,17 @@ for ever), once with each policy, side by side in one run.
 Prints the wall time of each tour and their ratio, and whether both tours read the same
 (every reader's output, compared as text). The tour: log in, identity, power figures,
 every inventory reader, storage, the comparisons against the bench records, log out.
+
+Then where the time of each tour went (the wrapper's activity journal and a clock around
+each command of the tour): the commands that took longest, the settles grouped by
+operation and length (asked, taken), the explicit waits (wait-for-element with its bound),
+and the time of the adaptive tour outside its explicit waits against the fixed tour (the
+waits are the operations' own and end as their elements appear under either policy).
 """
 from __future__ import print_function
 
 import argparse
+import collections
 import contextlib
 import io
 import os
@@ -63,6 +70,29 @@ def tour(wrapper, bmc):
     print("logged out; isLogin =", wrapper.isLogin)
 
 
+class TimedCommands(object):
+    """The wrapper as the tour sees it, with a clock around every command called on it:
+    `times` holds (command, seconds, browser commands sent) in the order they ended."""
+
+    def __init__(self, wrapper):
+        self._wrapper = wrapper
+        self.times = []
+
+    def __getattr__(self, name):
+        value = getattr(self._wrapper, name)
+        if not callable(value):
+            return value
+
+        def timed(*args, **kwargs):
+            started, sent = time.time(), self._wrapper.command_count()
+            try:
+                return value(*args, **kwargs)
+            finally:
+                after = self._wrapper.command_count()  # a new browser counts from 0
+                self.times.append((name, time.time() - started, after - sent if after >= sent else after))
+        return timed
+
+
 def timed_tour(policy, url, load_default):
     from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
     load_default()
@@ -70,21 +100,91 @@ def timed_tour(policy, url, load_default):
     address, port = rest.rsplit(":", 1)
     bmc = demo.Controller(address, "admin", "Admin@9000", int(port))
     wrapper = VornaWebWrapper({"host": None, "device": None, "settle": policy})
+    wrapper._keep_activity_journal(True)
+    commands = TimedCommands(wrapper)
     out = io.StringIO()
     started = time.time()
     try:
         with contextlib.redirect_stdout(out):
-            tour(wrapper, bmc)
+            tour(commands, bmc)
         elapsed = time.time() - started
     finally:
+        journal = wrapper._activity_journal()
         wrapper.web_close()
-    return elapsed, out.getvalue(), wrapper._settle_stats()
+    return Tour(policy, elapsed, out.getvalue(), wrapper._settle_stats(), journal, commands.times)
+
+
+class Tour(object):
+    """One timed tour and where its time went. Journal times are the wrapper's clock
+    (console seconds); at a time scale of 1.0 they are wall seconds."""
+
+    def __init__(self, policy, elapsed, output, stats, journal, commands):
+        self.policy, self.elapsed, self.output, self.stats = policy, elapsed, output, stats
+        self.journal, self.commands = journal, commands
+        top = [r for r in journal if r["depth"] == 0]  # a settle inside a wait is in the wait
+        self.settled = sum(r["taken"] for r in top if r["kind"] == "settle")
+        self.waited = sum(r["taken"] for r in top if r["kind"] == "wait")
+
+    def settles(self):
+        """(operation, asked, count, total taken, longest taken), by total taken."""
+        groups = collections.OrderedDict()
+        for r in self.journal:
+            if r["kind"] == "settle":
+                groups.setdefault((r["operation"] or "-", r["seconds"]), []).append(r["taken"])
+        rows = [(op, asked, len(t), sum(t), max(t)) for (op, asked), t in groups.items()]
+        return sorted(rows, key=lambda row: -row[3])
+
+    def waits(self):
+        """(operation, what, bound, count, total taken, longest taken), by total taken."""
+        groups = collections.OrderedDict()
+        for r in self.journal:
+            if r["kind"] == "wait":
+                groups.setdefault((r["operation"] or "-", r["what"], r["seconds"]), []).append(r["taken"])
+        rows = [(op, what, bound, len(t), sum(t), max(t)) for (op, what, bound), t in groups.items()]
+        return sorted(rows, key=lambda row: -row[4])
+
+    def command_times(self):
+        """(command, count, wall seconds, settled, waited, browser commands), by wall
+        seconds; settled and waited are journal seconds of the settles and waits tagged
+        with the command (the rest: browser commands, element lookups and their polls)."""
+        groups, sent = collections.OrderedDict(), collections.Counter()
+        for name, seconds, commands in self.commands:
+            groups.setdefault(name, []).append(seconds)
+            sent[name] += commands
+        inside = collections.defaultdict(lambda: [0.0, 0.0])
+        for r in self.journal:
+            if r["depth"] == 0:
+                inside[r["operation"]][0 if r["kind"] == "settle" else 1] += r["taken"]
+        rows = [(name, len(t), sum(t), inside[name][0], inside[name][1], sent[name]) for name, t in groups.items()]
+        return sorted(rows, key=lambda row: -row[2])
+
+
+def print_breakdown(tour, scale, rows=12):
+    """The biggest items of one tour: commands, settles, explicit waits."""
+    print()
+    print("%s tour: %.1f s = settles %.1f s + explicit waits %.1f s + the rest (browser commands) %.1f s"
+          % (tour.policy, tour.elapsed, tour.settled * scale, tour.waited * scale,
+             tour.elapsed - (tour.settled + tour.waited) * scale))
+    print("  %-40s %5s %9s %8s %7s %8s %8s" % ("command", "calls", "seconds", "settles", "waits", "the rest",
+                                                "cmds sent"))
+    for name, count, total, settled, waited, sent in tour.command_times()[:rows]:
+        print("  %-40s %5d %9.1f %8.1f %7.1f %8.1f %8d" % (name, count, total, settled * scale, waited * scale,
+                                                            total - (settled + waited) * scale, sent))
+    print("  %-40s %5s %6s %9s %8s" % ("settle of operation", "count", "asked", "taken", "longest"))
+    for op, asked, count, total, longest in tour.settles()[:rows]:
+        print("  %-40s %5d %6g %9.1f %8.2f" % (op, count, asked, total * scale, longest * scale))
+    print("  %-40s %5s %6s %9s %8s" % ("explicit wait of operation: for", "count", "bound", "taken", "longest"))
+    for op, what, bound, count, total, longest in tour.waits()[:rows]:
+        print("  %-40s %5d %6g %9.1f %8.2f" % (("%s: %s" % (op, what))[:40], count, bound, total * scale,
+                                                  longest * scale))
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--time-scale", type=float, default=1.0,
                         help="factor on every settle and wait and on the console's delays (1.0 = real pace)")
+    parser.add_argument("--only", choices=("fixed", "adaptive"),
+                        help="one tour only, with its breakdown (to look into one policy; no ratio)")
     args = parser.parse_args()
 
     from marlet.utils.time import set_time_scale
@@ -105,14 +205,30 @@ def main():
     try:
         print("console: %s (realistic latency, scale %g); time scale %g" % (url, args.time_scale, args.time_scale))
         sys.stdout.flush()
-        fixed, fixed_out, _ = timed_tour("fixed", url, load_default)
+        if args.only:
+            one = timed_tour(args.only, url, load_default)
+            print("%s tour: %7.1f s; load average at the end: %s"
+                  % (args.only, one.elapsed, " ".join("%.2f" % x for x in os.getloadavg())))
+            print_breakdown(one, args.time_scale)
+            return 0
+        fixed_tour = timed_tour("fixed", url, load_default)
+        fixed, fixed_out = fixed_tour.elapsed, fixed_tour.output
         print("fixed tour:    %7.1f s" % fixed)
         sys.stdout.flush()
-        adaptive, adaptive_out, stats = timed_tour("adaptive", url, load_default)
+        adaptive_tour = timed_tour("adaptive", url, load_default)
+        adaptive, adaptive_out, stats = adaptive_tour.elapsed, adaptive_tour.output, adaptive_tour.stats
         print("adaptive tour: %7.1f s  (%d of %d adaptive settles ended early, %d polls, %d failed; "
               "%.1f s of settles not slept)"
               % (adaptive, stats["early"], stats["settles"], stats["polls"], stats["failed_polls"], stats["saved"]))
         print("adaptive / fixed = %.3f (fixed takes %.1f times as long)" % (adaptive / fixed, fixed / adaptive))
+        waits = adaptive_tour.waited * args.time_scale
+        print("adaptive minus its explicit waits (%.1f s): %.1f s; / fixed = %.3f"
+              % (waits, adaptive - waits, (adaptive - waits) / fixed))
+        print("load average at the end: %s" % " ".join("%.2f" % x for x in os.getloadavg()))
+        sys.stdout.flush()
+        for t in (adaptive_tour, fixed_tour):
+            print_breakdown(t, args.time_scale)
+        print()
         same = fixed_out == adaptive_out
         print("both tours read the same: %s" % ("yes" if same else "NO"))
         if not same:

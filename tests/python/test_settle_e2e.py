@@ -29,7 +29,9 @@ BLANK = "<!DOCTYPE html><html><head></head><body><p id='blank'>blank</p></body><
 
 # The frame page: its script (a separate file, as the console's are) asks for the data by
 # fetch or XMLHttpRequest, at once or from a timer, and writes what came into #value. With
-# `chatty`, it rewrites #tick for ever.
+# `chatty`, it rewrites #tick for ever. With `later`, a click on the page asks again (for
+# `later_delay`) from a timer of that many ms; with `long`, it sets a timer that long that
+# does nothing.
 FRAME = """<!DOCTYPE html><html><head><script src="/frame.js"></script></head><body>
 <table><tr><td id="value">...</td><td id="tick">0</td></tr></table></body></html>"""
 
@@ -44,8 +46,8 @@ FRAME_JS = r"""
     if (cell) { cell.textContent = text; } else { window.addEventListener('DOMContentLoaded', function () {
       document.getElementById('value').textContent = text; }); }
   }
-  function ask() {
-    var url = '/data?delay=' + (q.delay || 0);
+  function ask(delay) {
+    var url = '/data?delay=' + (delay || q.delay || 0);
     if (q.via === 'xhr') {
       var x = new XMLHttpRequest();
       x.open('GET', url);
@@ -55,7 +57,12 @@ FRAME_JS = r"""
       fetch(url).then(function (r) { return r.json(); }).then(function (d) { show(d.value + ' by fetch'); });
     }
   }
-  if (q.timer) { window.addEventListener('load', function () { setTimeout(ask, +q.timer); }); } else { ask(); }
+  if (q.timer) { window.addEventListener('load', function () { setTimeout(function () { ask(); }, +q.timer); }); }
+  else { ask(); }
+  if (q.later) {
+    document.addEventListener('click', function () { setTimeout(function () { ask(q.later_delay); }, +q.later); });
+  }
+  if (q.long) { setTimeout(function () {}, +q.long); }
   if (q.chatty) {
     setInterval(function () { var t = document.getElementById('tick'); t.textContent = +t.textContent + 1; },
                 +q.chatty);
@@ -155,6 +162,35 @@ def test_a_settle_waits_for_the_data_and_ends_well_before_its_bound(console, pag
     assert frame_value(console) == value
     assert early == 1
     assert elapsed < 0.75 * 60 * SCALE
+
+
+def test_a_request_a_short_timer_starts_after_the_page_looked_quiet_is_waited_for(console, pages):
+    # At the real pace the quiet window (0.25 s) is shorter than the click's timer (0.6 s):
+    # only the pending timer holds the settle until the request it starts is answered.
+    set_time_scale(1.0)
+    open_frame(console, pages, "delay=50&later=600&later_delay=300")
+    timed_settle(console, 10)  # the frame page is in and watched
+    assert frame_value(console) == "data 50 by fetch"
+    console.browser.switch_to_frame("rightMid")
+    try:
+        console.browser.find_element_by_id("value").click()
+    finally:
+        console.browser.switch_to_default_content()
+    elapsed, early = timed_settle(console, 10)
+    assert frame_value(console) == "data 300 by fetch"
+    assert early == 1
+    assert elapsed >= 0.9 - 0.05  # the timer, then the answer
+
+
+def test_a_long_timer_does_not_hold_the_settle(console, pages):
+    # A timer longer than the limit (1 s of the pace) is the page's background, as the
+    # console's 2 s polls are: the settle ends well before it fires.
+    set_time_scale(1.0)
+    open_frame(console, pages, "delay=100&long=6000")
+    elapsed, early = timed_settle(console, 10)
+    assert frame_value(console) == "data 100 by fetch"
+    assert early == 1
+    assert elapsed < 5
 
 
 def test_a_page_that_never_goes_quiet_holds_the_settle_to_its_bound(console, pages):

@@ -111,6 +111,42 @@ TEST_F(ActivityTests, AnInnerActivityHidesTheOuterOneUntilItEnds) {
   EXPECT_FALSE(w.activity.snapshot(clock));
 }
 
+TEST_F(ActivityTests, TheJournalKeepsWhatEndedWithItsTimeOnlyWhileAsked) {
+  { marlet::ActivityScope before(w.activity, "settle", 3, clock, "op"); }
+  EXPECT_TRUE(w.activity.take_journal().empty()) << "nothing is kept unless asked";
+  w.activity.keep_journal(true);
+  {
+    marlet::ActivityScope outer(w.activity, "wait", 60, clock, "set_info_collection", "id=diaginfoProgress");
+    clock.sleep(marlet::Clock::Duration(4));
+    {
+      marlet::ActivityScope inner(w.activity, "settle", 2, clock, "set_info_collection");
+      clock.sleep(marlet::Clock::Duration(1.5));
+    }
+    clock.sleep(marlet::Clock::Duration(1));
+  }
+  auto journal = w.activity.take_journal();
+  ASSERT_EQ(journal.size(), 2u);
+  EXPECT_EQ(journal[0].kind, "settle");  // in the order they ended
+  EXPECT_DOUBLE_EQ(journal[0].seconds, 2);
+  EXPECT_DOUBLE_EQ(journal[0].taken, 1.5);
+  EXPECT_EQ(journal[0].depth, 1);
+  EXPECT_EQ(journal[1].kind, "wait");
+  EXPECT_EQ(journal[1].what, "id=diaginfoProgress");
+  EXPECT_DOUBLE_EQ(journal[1].taken, 6.5);
+  EXPECT_EQ(journal[1].depth, 0);
+  EXPECT_TRUE(w.activity.take_journal().empty()) << "taking empties it";
+  // A real operation's wait lands in it with the operation's tag.
+  fb->add("id:ipv4_ip").displayed = false;
+  EXPECT_THROW(w.wait_until_visible("ipv4_ip", 2, 1), webdriver::TimeoutException);
+  journal = w.activity.take_journal();
+  ASSERT_EQ(journal.size(), 1u);
+  EXPECT_EQ(journal[0].what, "id=ipv4_ip");
+  EXPECT_GE(journal[0].taken, 2);
+  w.activity.keep_journal(false);
+  { marlet::ActivityScope after(w.activity, "settle", 3, clock, "op"); }
+  EXPECT_TRUE(w.activity.take_journal().empty());
+}
+
 // A watcher thread reads while the operation's thread opens and closes scopes: every
 // snapshot is whole (kind and bound of one scope, never a mix).
 TEST_F(ActivityTests, SnapshotsFromAnotherThreadAreNeverTorn) {

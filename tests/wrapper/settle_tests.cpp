@@ -16,8 +16,9 @@ struct ProcessSettleGuard {
   }
 };
 
-Json reading(long long seq, bool loading = false, int inflight = 0) {
-  return Json{{"seq", seq}, {"loading", loading}, {"inflight", inflight}, {"documents", 2}, {"ms_since_change", 0}};
+Json reading(long long seq, bool loading = false, int inflight = 0, int timers = 0, bool young = false) {
+  return Json{{"seq", seq},     {"loading", loading}, {"inflight", inflight},   {"timers", timers},
+              {"young", young}, {"documents", 2},     {"ms_since_change", 0}};
 }
 
 }  // namespace
@@ -31,11 +32,13 @@ class SettleTests : public WrapperTest {
   // (seconds since the settle began, on the fake clock). Records which script came.
   std::function<Json(int, double)> page;
   std::vector<std::string> kinds;  // "install" or "poll", one per command
+  std::vector<Json> arguments;     // the arguments of each command
   marlet::Clock::TimePoint began;
 
   void SetUp() override {
     fb->answer_script = [this](const std::string& script, const Json& args) -> Json {
-      EXPECT_EQ(args, Json::array({"vorna.settle.watcher"}));
+      EXPECT_EQ(args.at(0), "vorna.settle.watcher");
+      arguments.push_back(args);
       kinds.push_back(script.find("MutationObserver") != std::string::npos ? "install" : "poll");
       return page(static_cast<int>(kinds.size()) - 1, (clock.now() - began).count());
     };
@@ -106,10 +109,12 @@ TEST_F(SettleTests, NeverLastsLongerThanTheFixedSettle) {
 
 TEST_F(SettleTests, AQuietSpellShorterThanTheWindowDoesNotEndTheSettle) {
   open(adaptive);
-  // A page that looks quiet for half a second, then starts a request from a timer that
-  // answers after two seconds and fills the page: the settle waits for the data.
-  page = [](int, double t) {
-    if (t < 0.5 - 1e-9) return reading(4);
+  // A page that looks quiet for less than the window, then starts a request (from
+  // something the watcher cannot count) that answers at 2.5 s and fills the page: the
+  // settle waits for the data.
+  double spell = vorna::adaptive_timing().quiet_window * 0.6;
+  page = [spell](int, double t) {
+    if (t < spell - 1e-9) return reading(4);
     if (t < 2.5 - 1e-9) return reading(5, false, 1);
     return reading(9);
   };
@@ -175,9 +180,9 @@ TEST_F(SettleTests, ShortSettlesAndClosedBrowsersAreFixedSleeps) {
   // A settle no longer than the quiet window could not end early anyway.
   double window = vorna::adaptive_timing().quiet_window;
   adaptive.settle(window);
-  adaptive.settle(0.5);
+  adaptive.settle(window / 2);
   adaptive.settle(0);
-  EXPECT_EQ(clock.sleeps(), (std::vector<double>{window, 0.5, 0}));
+  EXPECT_EQ(clock.sleeps(), (std::vector<double>{window, window / 2, 0}));
   EXPECT_EQ(fb->commands, 0);
 }
 
@@ -198,16 +203,68 @@ TEST_F(SettleTests, AnObjectWithoutTheKeyFollowsTheProcessAtEachSettle) {
   EXPECT_EQ(fb->commands, after);
 }
 
-TEST_F(SettleTests, TheQuietWindowOutlastsTheConsoleTimersAndTheMachinesJitter) {
-  // The console starts some requests from a timer half a second after a page loads; a
-  // loaded machine delays work by tens of milliseconds, whatever the time scale.
+TEST_F(SettleTests, TheTimingCountsTheConsolesShortTimersAndOutlastsTheMachinesJitter) {
+  // The console starts some requests from a timer half a second after a click or a load,
+  // and polls one page every 2 s for ever; a loaded machine delays work by tens of
+  // milliseconds, whatever the time scale.
   for (double scale : {1.0, 0.5, 0.2, 0.1, 0.05, 0.01}) {
     marlet::set_time_scale(scale);
     auto t = vorna::adaptive_timing();
-    EXPECT_GE(t.quiet_window, 2 * 0.5) << scale;
-    EXPECT_GE((t.quiet_window - 0.5) * scale, 0.1) << scale;  // margin in real seconds
+    EXPECT_GE(t.timer_limit, 0.5) << scale;                     // the half-second timer holds
+    EXPECT_LT(t.timer_limit, 2.0) << scale;                     // the 2 s poll does not
+    EXPECT_GE(t.young_window, t.timer_limit) << scale;          // unseen timers have fired
+    EXPECT_GE((t.young_window - 0.5) * scale, 0.1) << scale;    // with a margin in real seconds
+    EXPECT_GE(t.quiet_window * scale, 0.2) << scale;            // jitter of the page's own work
     EXPECT_GE(t.poll * scale, 0.02) << scale;                   // not a busy loop
     EXPECT_LE(t.poll, t.quiet_window / 4) << scale;             // several polls per window
+  }
+}
+
+TEST_F(SettleTests, APendingShortTimerOrAYoungDocumentHoldsTheSettleLikeARequest) {
+  open(adaptive);
+  // Quiet in every other way, a timer pending until 0.8 s, which then starts a request
+  // answered at 1.5 s.
+  page = [](int, double t) {
+    if (t < 0.8 - 1e-9) return reading(4, false, 0, 1);
+    if (t < 1.5 - 1e-9) return reading(5, false, 1, 0);
+    return reading(6);
+  };
+  adaptive.settle(20);
+  double window = vorna::adaptive_timing().quiet_window;
+  EXPECT_GE(slept(), 1.5 + window - 1e-6);
+  EXPECT_LT(slept(), 1.5 + window + 0.2);
+  EXPECT_EQ(adaptive.settle_stats().early, 1);
+  // A document the watcher has just met, quiet otherwise, until 0.9 s.
+  clock.clear();
+  began = clock.now();
+  page = [](int, double t) { return t < 0.9 - 1e-9 ? reading(8, false, 0, 0, true) : reading(8); };
+  adaptive.settle(20);
+  EXPECT_GE(slept(), 0.9 + window - 1e-6);
+  EXPECT_LT(slept(), 0.9 + window + 0.2);
+  // A timer that never fires holds the settle to its bound, and no longer.
+  clock.clear();
+  began = clock.now();
+  page = [](int, double) { return reading(9, false, 0, 1); };
+  adaptive.settle(7);
+  EXPECT_NEAR(slept(), 7, 1e-9);
+  EXPECT_EQ(adaptive.settle_stats().early, 2);
+}
+
+TEST_F(SettleTests, TheWatcherGetsItsLimitsInThePagesMilliseconds) {
+  // The page's timers run on real time: the limits go to it scaled.
+  for (double scale : {1.0, 0.1}) {
+    marlet::set_time_scale(scale);
+    open(adaptive);
+    arguments.clear();
+    page = [](int, double) { return reading(1); };
+    adaptive.settle(100);
+    auto t = vorna::adaptive_timing();
+    ASSERT_FALSE(arguments.empty());
+    for (const auto& a : arguments) {
+      ASSERT_EQ(a.size(), 3u);
+      EXPECT_NEAR(a[1].get<double>(), t.timer_limit * scale * 1000, 1e-6) << scale;
+      EXPECT_NEAR(a[2].get<double>(), t.young_window * scale * 1000, 1e-6) << scale;
+    }
   }
 }
 

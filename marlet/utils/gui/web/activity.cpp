@@ -19,16 +19,34 @@ std::optional<ActivitySnapshot> Activity::snapshot(Clock& clock) const {
 
 ActivityScope::ActivityScope(Activity& activity, std::string kind, double seconds, Clock& clock,
                              std::string operation, std::string what)
-    : activity_(activity) {
+    : activity_(activity), clock_(clock), started_(clock.now()) {
   Activity::State state{std::move(kind), std::move(operation), std::move(what), seconds,
-                        clock.now() + Clock::Duration(std::max(0.0, seconds))};
+                        started_ + Clock::Duration(std::max(0.0, seconds))};
   std::lock_guard<std::mutex> lock(activity_.mutex_);
   previous_ = std::exchange(activity_.current_, std::move(state));
+  ++activity_.depth_;
 }
 
 ActivityScope::~ActivityScope() {
+  double taken = (clock_.now() - started_).count();
   std::lock_guard<std::mutex> lock(activity_.mutex_);
+  --activity_.depth_;
+  if (activity_.journal_on_ && activity_.current_) {
+    const auto& s = *activity_.current_;
+    activity_.journal_.push_back(ActivityRecord{s.kind, s.operation, s.what, s.seconds, taken, activity_.depth_});
+  }
   activity_.current_ = std::move(previous_);
+}
+
+void Activity::keep_journal(bool on) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  journal_on_ = on;
+  journal_.clear();
+}
+
+std::vector<ActivityRecord> Activity::take_journal() {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return std::exchange(journal_, {});
 }
 
 }  // namespace marlet

@@ -4,11 +4,14 @@
 // The operation's thread opens an ActivityScope around each settle and wait; any thread
 // may take a snapshot at any time. Scopes nest: when an inner one ends, the outer one is
 // shown again with its own deadline. Times are the Clock's seconds (before any time scale).
+// On request the record also keeps a journal of the scopes that ended and how long each
+// took (a benchmark's breakdown of where an operation's time went).
 #pragma once
 
 #include <mutex>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "marlet/utils/time.h"
 
@@ -23,6 +26,14 @@ struct ActivitySnapshot {
   double left = 0;        // seconds to its deadline on the clock, never below 0
 };
 
+// One settle or wait that ended, as the journal keeps it.
+struct ActivityRecord {
+  std::string kind, operation, what;
+  double seconds = 0;  // the bound it was given
+  double taken = 0;    // seconds it lasted on the clock
+  int depth = 0;       // 0 for a scope opened inside no other; 1 inside one, ...
+};
+
 class Activity {
  public:
   Activity() = default;
@@ -33,6 +44,12 @@ class Activity {
   // was started on.
   std::optional<ActivitySnapshot> snapshot(Clock& clock) const;
 
+  // Starts (true) or stops (false) keeping the journal; either way it is emptied.
+  void keep_journal(bool on);
+  // The records of the scopes ended since the last call (in the order they ended), taken
+  // out of the journal.
+  std::vector<ActivityRecord> take_journal();
+
  private:
   friend class ActivityScope;
   struct State {
@@ -42,6 +59,9 @@ class Activity {
   };
   mutable std::mutex mutex_;
   std::optional<State> current_;
+  int depth_ = 0;
+  bool journal_on_ = false;
+  std::vector<ActivityRecord> journal_;
 };
 
 // Publishes one activity for the lifetime of the scope, then restores what was there.
@@ -56,6 +76,8 @@ class ActivityScope {
  private:
   Activity& activity_;
   std::optional<Activity::State> previous_;
+  Clock& clock_;
+  Clock::TimePoint started_;
 };
 
 }  // namespace marlet

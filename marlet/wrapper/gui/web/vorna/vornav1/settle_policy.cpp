@@ -16,17 +16,29 @@ namespace {
 
 std::atomic<SettlePolicy> g_policy{SettlePolicy::Fixed};
 
-// The quiet window outlasts the console's own timers: a page that starts its request from
-// a timer half a second after it loaded looks quiet until then, so the window is twice
-// that. At the real pace against the simulator's realistic console every settle of the
-// demo's tour ended early with it (bench/settle_bench.py), none missed its data. The
-// real-time floor of 0.25 s keeps a margin of at least 0.2 s over a scaled timer on a
-// loaded machine, whose scheduling delays of tens of milliseconds do not scale.
-constexpr double kQuietWindow = 1.0;
+// The console's own timers are watched: a short timer (up to kTimerLimit of the pace, a
+// single setTimeout) that is pending holds the settle like a request in flight, so a page
+// that starts its request from a timer half a second after a click is waited for without
+// a long quiet window. Longer timers and setInterval are the page's background (the
+// alarms page asks every 2 s for ever) and hold nothing. A document the watcher first saw
+// less than kYoungWindow ago may have set timers before the watcher came, which it cannot
+// see: it holds the settle until those would have fired.
+//
+// What is left for the quiet window is the work the watcher cannot count (layout,
+// animation frames, a script that rewrites the page in pieces): a quarter second of the
+// pace, never less than 0.25 s of real time, which keeps the margin the window always had
+// over a loaded machine's scheduling delays when the console is driven faster than its
+// real pace. At the real pace against the simulator's realistic console every settle of
+// the demo's tour ends early with it (bench/settle_bench.py) and reads what the fixed
+// settles read.
+constexpr double kQuietWindow = 0.25;
 constexpr double kQuietWindowFloorReal = 0.25;
-// One script command every 0.1 s of the console's pace, never more often than every
+constexpr double kTimerLimit = 1.0;
+constexpr double kYoungWindow = 1.0;
+constexpr double kYoungWindowFloorReal = 0.25;
+// One script command every 0.05 s of the console's pace, never more often than every
 // 25 ms of real time.
-constexpr double kPoll = 0.1;
+constexpr double kPoll = 0.05;
 constexpr double kPollFloorReal = 0.025;
 
 // The symbol (Symbol.for) under which the watcher lives on the top window: not
@@ -39,12 +51,18 @@ constexpr const char* kWatcherKey = "vorna.settle.watcher";
 // document that goes away.
 //
 // Per document it counts the requests in flight (fetch and XMLHttpRequest, wrapped once
-// per window: the wrapper returns the page's own promise or result untouched) and notes
-// every DOM change (a MutationObserver) and every change of readyState in `seq`. New
-// documents of frames are found by a scan every 50 ms, at each poll, on every frame
-// load, and -- when a frame's document is hidden for a navigation -- by a quick chase
-// (MessageChannel turns, no timer clamping, for at most 2 s) that reaches the new
-// document while it still loads, before most of its scripts have run.
+// per window: the wrapper returns the page's own promise or result untouched; a fetch's
+// body read by json()/text()/... counts too, so the step from the answer to its
+// rendering leaves no gap) and the short timers pending (setTimeout with a delay up to
+// the limit the poll passes, wrapped once per window: the page gets its own timer id
+// back, clearTimeout and clearInterval drop the count), and notes every DOM change (a
+// MutationObserver), every change of readyState and every request or timer that ends in
+// `seq`. Each document remembers when the watcher first saw it ("young" until the poll's
+// second limit has passed). New documents of frames are found by a scan every 50 ms, at
+// each poll, on every frame load, and -- when a frame's document is hidden for a
+// navigation -- by a quick chase (MessageChannel turns, no timer clamping, for at most
+// 2 s) that reaches the new document while it still loads, before most of its scripts
+// have run.
 constexpr const char* kWatcherScript = R"JS(
 var KEY = Symbol.for(arguments[0]);
 var top = window.top;
@@ -57,11 +75,12 @@ if (!api) {
     var NAVIGATION_LIMIT = 10000;    // ms: a navigation that never replaces its document
     var MARK = top.Symbol('vorna.settle.wrapped');
     var chaseUntil = 0, chasing = false;
+    var timerLimit = 0, youngLimit = 0;  // ms, set by each poll
     var channel = new top.MessageChannel();
     function bump() { seq++; last = top.Date.now(); }
     function stateOf(doc) {
       var s = states.get(doc);
-      if (!s) { s = {inflight: 0}; states.set(doc, s); }
+      if (!s) { s = {inflight: 0, timers: 0, seen: top.Date.now()}; states.set(doc, s); }
       return s;
     }
     function begin(win) {
@@ -92,6 +111,22 @@ if (!api) {
         }
       } catch (e) {}
       try {
+        var rproto = win.Response && win.Response.prototype;
+        ['json', 'text', 'arrayBuffer', 'blob', 'formData'].forEach(function (name) {
+          var read = rproto && rproto[name];
+          if (typeof read !== 'function' || read[MARK]) return;
+          var body = function () {
+            var end = begin(win), p;
+            try { p = read.apply(this, arguments); } catch (e) { end(); throw e; }
+            try { p.then(end, end); } catch (e) { end(); }
+            return p;
+          };
+          Object.defineProperty(body, 'name', {value: name});
+          Object.defineProperty(body, MARK, {value: true});
+          rproto[name] = body;
+        });
+      } catch (e) {}
+      try {
         var proto = win.XMLHttpRequest && win.XMLHttpRequest.prototype;
         var originalSend = proto && proto.send;
         if (typeof originalSend === 'function' && !originalSend[MARK]) {
@@ -107,6 +142,48 @@ if (!api) {
           Object.defineProperty(wrapped, MARK, {value: true});
           proto.send = wrapped;
         }
+      } catch (e) {}
+    }
+    // A setTimeout whose delay is at most timerLimit counts as pending work of the
+    // document that set it until it fires or is cleared.
+    function wrapTimers(win) {
+      try {
+        var set = win.setTimeout, clearT = win.clearTimeout, clearI = win.clearInterval;
+        if (typeof set !== 'function' || set[MARK]) return;
+        var live = new top.Map();  // the window's timer id -> its end()
+        var setTimeout = function setTimeout(handler, delay) {
+          var ms = Number(delay) || 0;
+          if (typeof handler !== 'function' || !(ms <= timerLimit)) return set.apply(win, arguments);
+          var s = null, done = false, id;
+          try { s = stateOf(win.document); s.timers++; } catch (e) {}
+          var end = function () {
+            if (done) return;
+            done = true;
+            live.delete(id);
+            if (s && s.timers > 0) s.timers--;
+            bump();
+          };
+          var args = Array.prototype.slice.call(arguments);
+          args[0] = function () { end(); return handler.apply(this, arguments); };
+          try { id = set.apply(win, args); } catch (e) { end(); throw e; }
+          live.set(id, end);
+          return id;
+        };
+        var clearer = function (clear, name) {
+          var f = function (id) {
+            var end = live.get(id);
+            var result = clear.apply(win, arguments);
+            if (end) end();
+            return result;
+          };
+          Object.defineProperty(f, 'name', {value: name});
+          Object.defineProperty(f, MARK, {value: true});
+          return f;
+        };
+        Object.defineProperty(setTimeout, MARK, {value: true});
+        win.setTimeout = setTimeout;
+        if (typeof clearT === 'function') win.clearTimeout = clearer(clearT, 'clearTimeout');
+        if (typeof clearI === 'function') win.clearInterval = clearer(clearI, 'clearInterval');
       } catch (e) {}
     }
     // A src that changes on a frame starts a navigation the old document cannot tell of
@@ -139,6 +216,7 @@ if (!api) {
       lagging(doc);
       if (doc !== top.document) chasing = false;
       wrapRequests(win);
+      wrapTimers(win);
       try {
         new top.MutationObserver(changed).observe(doc, {subtree: true, childList: true, attributes: true,
                                                       characterData: true});
@@ -181,13 +259,17 @@ if (!api) {
     }
     top.setInterval(scan, 50);
     var self = {
-      poll: function () {
-        var docs = scan(), loading = false, inflight = 0, now = top.Date.now();
+      poll: function (timerMs, youngMs) {
+        timerLimit = Number(timerMs) || 0;
+        youngLimit = Number(youngMs) || 0;
+        var docs = scan(), loading = false, inflight = 0, timers = 0, young = false, now = top.Date.now();
         for (var i = 0; i < docs.length; i++) {
           var s = stateOf(docs[i]);
           if (docs[i].readyState !== 'complete') loading = true;
           if (s.leaving && now - s.leaving < NAVIGATION_LIMIT) loading = true;
           inflight += s.inflight;
+          timers += s.timers;
+          if (now - s.seen < youngLimit) young = true;
         }
         pending.forEach(function (p, frame) {
           var d = null;
@@ -195,7 +277,7 @@ if (!api) {
           if (d !== p.doc || now - p.since >= NAVIGATION_LIMIT || !frame.isConnected) pending.delete(frame);
           else loading = true;
         });
-        return {seq: seq, loading: loading, inflight: inflight, documents: docs.length,
+        return {seq: seq, loading: loading, inflight: inflight, timers: timers, young: young, documents: docs.length,
                 ms_since_change: top.Date.now() - last};
       }
     };
@@ -203,13 +285,13 @@ if (!api) {
     return self;
   })(top);
 }
-return api.poll();
+return api.poll(arguments[1], arguments[2]);
 )JS";
 
 // One poll when the watcher is in place; null when it is not (the top document changed).
 constexpr const char* kPollScript = R"JS(
 var api = window.top[Symbol.for(arguments[0])];
-return api ? api.poll() : null;
+return api ? api.poll(arguments[1], arguments[2]) : null;
 )JS";
 
 struct Reading {
@@ -223,7 +305,10 @@ std::optional<Reading> read_reply(const Json& reply) {
   r.seq = reply["seq"].get<long long>();
   bool loaded = reply.contains("loading") && reply["loading"].is_boolean() && !reply["loading"].get<bool>();
   bool none_in_flight = reply.contains("inflight") && reply["inflight"].is_number() && reply["inflight"] == 0;
-  r.idle = loaded && none_in_flight;
+  // A watcher that does not report timers or youth (none pending, none young) reads as before.
+  bool no_timers = !reply.contains("timers") || reply["timers"] == 0;
+  bool settled_in = !reply.contains("young") || reply["young"] == false;
+  r.idle = loaded && none_in_flight && no_timers && settled_in;
   return r;
 }
 
@@ -253,7 +338,8 @@ SettlePolicy process_settle_policy() { return g_policy.load(); }
 
 SettleTiming adaptive_timing() {
   double scale = marlet::time_scale();
-  return {std::max(kQuietWindow, kQuietWindowFloorReal / scale), std::max(kPoll, kPollFloorReal / scale)};
+  return {std::max(kQuietWindow, kQuietWindowFloorReal / scale), std::max(kPoll, kPollFloorReal / scale), kTimerLimit,
+          std::max(kYoungWindow, kYoungWindowFloorReal / scale)};
 }
 
 void settle_for(marlet::WebBase& web, double seconds, SettlePolicy policy, SettleStats& stats) {
@@ -272,7 +358,9 @@ void settle_for(marlet::WebBase& web, double seconds, SettlePolicy policy, Settl
   marlet::Clock::TimePoint quiet_since{};
   long long quiet_seq = 0;
   bool install = true;  // the first poll of each settle makes sure the watcher is there
-  const Json args = Json::array({kWatcherKey});
+  // The watcher's limits are the page's own milliseconds (real time).
+  const double scale = marlet::time_scale();
+  const Json args = Json::array({kWatcherKey, timing.timer_limit * scale * 1000, timing.young_window * scale * 1000});
   for (;;) {
     std::optional<Reading> reading;
     try {

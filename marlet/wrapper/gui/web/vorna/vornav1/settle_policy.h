@@ -3,12 +3,13 @@
 //
 // The console fills its pages after they load (requests, timers, scripts that rewrite
 // tables), so a quiet console is one whose top document and frames have finished
-// loading, have no request of the page in flight, and whose DOM has not changed for the
-// quiet window. A small script (kWatcherScript in the .cpp) watches the page from inside:
-// installed into the top document at the first adaptive settle, it follows every frame's
-// new document, counts the page's fetch/XHR requests and its DOM changes, and is read by
-// one script command per poll. It adds nothing to the DOM and does not change what the
-// page's own fetch/XHR calls do.
+// loading, have no request of the page in flight and no short timer pending, and whose
+// DOM has not changed for the quiet window. A small script (kWatcherScript in the .cpp)
+// watches the page from inside: installed into the top document at the first adaptive
+// settle, it follows every frame's new document, counts the page's fetch/XHR requests,
+// its short timers and its DOM changes, and is read by one script command per poll. It
+// adds nothing to the DOM and does not change what the page's own fetch, XHR and timer
+// calls do.
 #pragma once
 
 #include <optional>
@@ -31,12 +32,15 @@ const char* settle_policy_name(SettlePolicy policy);
 void set_process_settle_policy(SettlePolicy policy);
 SettlePolicy process_settle_policy();
 
-// The quiet window and the poll interval of adaptive settles, in seconds of the wrapper's
-// clock (the console's pace). Each has a floor in real time, since a loaded machine's
-// scheduling delays do not shrink with the time scale.
+// The timing of adaptive settles, in seconds of the wrapper's clock (the console's pace).
+// The windows and the poll have a floor in real time, since a loaded machine's scheduling
+// delays do not shrink with the time scale.
 struct SettleTiming {
-  double quiet_window;
-  double poll;
+  double quiet_window;  // how long the console must stay quiet to end the settle
+  double poll;          // one poll of the watcher this often
+  double timer_limit;   // a page timer (setTimeout) this short or shorter holds the settle
+  double young_window;  // a document seen for less than this holds the settle (its timers
+                        // set before the watcher came are not seen); >= timer_limit
 };
 SettleTiming adaptive_timing();
 
