@@ -152,7 +152,10 @@ def timed_settle(w, seconds):
 
 @pytest.mark.parametrize("query, value", [
     ("delay=700", "data 700 by fetch"),            # asked while the page loads
-    ("delay=700&via=xhr", "data 700 by xhr"),
+    # XMLHttpRequest asked from a timer after the load: one the page's first script sends
+    # can leave before the watcher reaches a new frame document (the young document's
+    # hold covers 0.25 s of it, not 0.7 s), which is a race and no test.
+    ("delay=500&timer=100&via=xhr", "data 500 by xhr"),
     ("delay=500&timer=100", "data 500 by fetch"),  # asked 100 ms after the page loaded
 ])
 def test_a_settle_waits_for_the_data_and_ends_well_before_its_bound(console, pages, query, value):
