@@ -5,7 +5,10 @@ import time
 import pytest
 
 from marlet.exception.marlet_exception import MarletException
+from marlet.utils.time import set_time_scale
+from tests.python.console import log_in
 from tests.python.firmware_support import console_with_downloads, eventually, patch
+from tests.python.pace import roomy_scale
 
 
 @pytest.fixture(scope="module")
@@ -80,9 +83,12 @@ def test_refused_arguments(console):
 
 def test_the_login_error_label(simulator, wrapper, log_lines):
     w = wrapper
-    w.web_login({"bmc": simulator.controller()})
+    log_in(w, {"bmc": simulator.controller()})
     with pytest.raises(MarletException):
         w.web_get_error_warning()  # the console's pages have no login label
+    # The logout waits 20 s of the console's pace for the login page to load: at the
+    # tests' pace that is one second, too little for a busy machine's browser.
+    set_time_scale(roomy_scale(20))
     w.web_logout()
     # A person mistypes the password on the login page.
     w.fillElementById("iptUserName", "admin")
