@@ -47,8 +47,15 @@ def test_a_power_action_is_found_in_the_operation_log(console, log_lines):
     w.set_power_on()
 
 
+# The event scan opens the events page and looks for its pager once, within the element
+# layer's bound of 10 s of the console's pace: half a second at the tests' pace, too little
+# for a busy machine's browser to load the page and its rows.
+EVENTS_PACE = roomy_scale(10)
+
+
 def test_keywords_in_the_system_events(console, log_lines):
     w, sim, _ = console
+    set_time_scale(EVENTS_PACE)
     now = time.time()
     # The history puts a lost AC input every four hours; the first click of the scan
     # leads to the second page, twenty events back.
@@ -63,6 +70,7 @@ def test_keywords_in_the_system_events(console, log_lines):
 
 def test_a_scan_over_the_whole_table_ends(console, log_lines):
     w, sim, _ = console
+    set_time_scale(EVENTS_PACE)
     live = len(sim._request("GET", "/__sim/events"))
     # Full pages to the end, all newer than the limit: the last page repeats and ends it.
     patch(sim, {"logs": {"events": {"count": 100 - live % 20}}})
