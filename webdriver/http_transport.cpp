@@ -3,8 +3,10 @@
 #include <curl/curl.h>
 
 #include <algorithm>
+#include <exception>
 #include <mutex>
 
+#include "marlet/utils/time.h"
 #include "webdriver/errors.h"
 
 namespace webdriver {
@@ -90,6 +92,21 @@ size_t collect(char* data, size_t size, size_t n, void* out) {
   return size * n;
 }
 
+// libcurl's progress callback, called while a request waits (about once a second when
+// nothing moves): runs the process clock's sleep check, so that a Ctrl-C ends a command
+// that a driver answers late, as it does over Firefox's own protocol. An exception must
+// not cross libcurl's C frames: it is kept, the transfer aborted, and it is thrown again
+// once curl_easy_perform has returned.
+int check_interrupt(void* pending, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
+  try {
+    marlet::run_sleep_check();
+  } catch (...) {
+    *static_cast<std::exception_ptr*>(pending) = std::current_exception();
+    return 1;
+  }
+  return 0;
+}
+
 void global_init() {
   static std::once_flag once;
   std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
@@ -162,6 +179,8 @@ HttpTransport::HttpTransport(std::string base_url, std::chrono::milliseconds com
   curl_easy_setopt(curl, CURLOPT_TCP_NODELAY, 1L);
   curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, &collect);
   curl_easy_setopt(curl, CURLOPT_HTTPHEADER, h);
+  curl_easy_setopt(curl, CURLOPT_XFERINFOFUNCTION, &check_interrupt);
+  curl_easy_setopt(curl, CURLOPT_NOPROGRESS, 0L);
 }
 
 HttpTransport::~HttpTransport() {
@@ -184,8 +203,14 @@ Json HttpTransport::request(const Route& r, std::chrono::milliseconds timeout) {
     curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE, static_cast<long>(body.size()));
   }
   curl_easy_setopt(curl, CURLOPT_CUSTOMREQUEST, r.method);
+  std::exception_ptr interrupted;
+  curl_easy_setopt(curl, CURLOPT_XFERINFODATA, &interrupted);
   CURLcode rc = curl_easy_perform(curl);
   curl_easy_setopt(curl, CURLOPT_POSTFIELDS, nullptr);  // `body` dies with this call
+  curl_easy_setopt(curl, CURLOPT_XFERINFODATA, nullptr);
+  // The aborted transfer's connection is closed; the next command opens a new one, and
+  // the late answer is never read.
+  if (interrupted) std::rethrow_exception(interrupted);
   if (rc != CURLE_OK) {
     std::string what = std::string(curl_easy_strerror(rc)) + " (" + r.method + " " + url + ")";
     if (rc == CURLE_OPERATION_TIMEDOUT) throw ConnectionException("no answer in time: " + what, "timeout");

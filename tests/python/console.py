@@ -4,7 +4,7 @@ import time
 
 from marlet.utils.time import set_time_scale
 from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
-from tests.python.pace import TIME_SCALE
+from tests.python.pace import TIME_SCALE, roomy_scale
 
 
 def logged_in_console(simulator, tmp_path_factory, scenario="default"):
@@ -13,7 +13,7 @@ def logged_in_console(simulator, tmp_path_factory, scenario="default"):
     set_time_scale(TIME_SCALE)  # module fixtures run before the per-test fast clock
     simulator.load({"name": scenario} if isinstance(scenario, str) else {"scenario": scenario})
     w = VornaWebWrapper({"browser": {"screenshot_dir": str(tmp_path_factory.mktemp("pictures"))}})
-    w.web_login({"bmc": simulator.controller()})
+    log_in(w, {"bmc": simulator.controller()})
     yield w, simulator
     simulator.fault({"clear": True})
     w.web_close()
@@ -36,3 +36,19 @@ def patch(sim, machine):
     """Changes the machine in place (maps merge, anything else replaces); the login
     survives, where a scenario load would end it."""
     sim._request("POST", "/__sim/machine", machine)
+
+
+# Console seconds from the click on the login button to the end of the login's wait for
+# the console's menu: a settle of 30 s, then waits of 5 s and 5 s.
+LOGIN_AFTER_CLICK = 40
+
+
+def log_in(w, params):
+    """w.web_login(params) at a pace that gives the console's first page after the click
+    4 s of real time, twice the tests' pace: at the tests' pace a fresh browser on a busy
+    machine may not show it in time. Back at the tests' pace after; returns the result."""
+    set_time_scale(roomy_scale(LOGIN_AFTER_CLICK, real=4.0))
+    try:
+        return w.web_login(params)
+    finally:
+        set_time_scale(TIME_SCALE)

@@ -7,7 +7,7 @@ import tarfile
 from marlet.utils.time import set_time_scale
 from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
 from tests.python.pace import TIME_SCALE
-from tests.python.console import eventually, patch
+from tests.python.console import eventually, log_in, patch
 
 
 def console_with_downloads(simulator, tmp_path_factory, scenario="default"):
@@ -17,7 +17,7 @@ def console_with_downloads(simulator, tmp_path_factory, scenario="default"):
     downloads = str(tmp_path_factory.mktemp("downloads"))
     w = VornaWebWrapper({"browser": {"screenshot_dir": str(tmp_path_factory.mktemp("pictures")),
                                      "download_dir": downloads}})
-    w.web_login({"bmc": simulator.controller()})
+    log_in(w, {"bmc": simulator.controller()})
     yield w, simulator, downloads
     simulator.fault({"clear": True})
     w.web_close()

@@ -12,3 +12,11 @@ def e2e_latency():
     None when unset (the simulator's own default, instant)."""
     profile = os.environ.get("VORNA_E2E_LATENCY")
     return {"profile": profile, "scale": TIME_SCALE} if profile else None
+
+
+def roomy_scale(bound, real=5.0):
+    """The pace for a step whose wait of `bound` console seconds must hold whatever a busy
+    machine's browser needs (a page load after a click): that wait lasts at least `real`
+    seconds, never less than at the tests' pace. The operation still ends as soon as
+    what it waits for shows."""
+    return max(TIME_SCALE, real / float(bound))

@@ -9,7 +9,7 @@ import pytest
 
 from marlet.utils.time import set_time_scale
 from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
-from tests.python.console import eventually, patch
+from tests.python.console import eventually, log_in, patch
 from tests.python.pace import TIME_SCALE
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
@@ -32,7 +32,7 @@ def realistic(simulator, tmp_path_factory):
     simulator.fault({"latency": REALISTIC})
     w = VornaWebWrapper({"browser": {"screenshot_dir": str(tmp_path_factory.mktemp("pictures"))}})
     try:
-        assert w.web_login({"bmc": simulator.controller()}) is True
+        assert log_in(w, {"bmc": simulator.controller()}) is True
         yield w, simulator
     finally:
         w.web_close()

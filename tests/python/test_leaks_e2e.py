@@ -34,8 +34,13 @@ def assert_nothing_left(tmp_path, lines, timeout=15):
     assert profiles(str(tmp_path)) == []
 
 
+# Real seconds a cycle may take at its own bounds: the launcher's 60 s for a browser start,
+# then a close of 10 s for the browser to exit and 5 s after a SIGTERM.
+CYCLE_BOUND = 60 + 10 + 5
+
+
 def test_browsers_opened_and_closed_leave_no_process_profile_or_descriptor(tmp_path):
-    lines = run_child(tmp_path, "cycles", "4")
+    lines = run_child(tmp_path, "cycles", "4", timeout=60 + 4 * CYCLE_BOUND)
     assert [line["closed"] for line in lines] == [True] * 4
     assert [line["profiles"] for line in lines] == [0] * 4
     assert len(set(line["pid"] for line in lines)) == 4

@@ -5,7 +5,10 @@ import time
 import pytest
 
 from marlet.exception.marlet_exception import MarletException
+from marlet.utils.time import set_time_scale
+from tests.python.console import log_in
 from tests.python.firmware_support import console_with_downloads, eventually, patch
+from tests.python.pace import roomy_scale
 
 
 @pytest.fixture(scope="module")
@@ -44,8 +47,15 @@ def test_a_power_action_is_found_in_the_operation_log(console, log_lines):
     w.set_power_on()
 
 
+# The event scan opens the events page and looks for its pager once, within the element
+# layer's bound of 10 s of the console's pace: half a second at the tests' pace, too little
+# for a busy machine's browser to load the page and its rows.
+EVENTS_PACE = roomy_scale(10)
+
+
 def test_keywords_in_the_system_events(console, log_lines):
     w, sim, _ = console
+    set_time_scale(EVENTS_PACE)
     now = time.time()
     # The history puts a lost AC input every four hours; the first click of the scan
     # leads to the second page, twenty events back.
@@ -60,6 +70,7 @@ def test_keywords_in_the_system_events(console, log_lines):
 
 def test_a_scan_over_the_whole_table_ends(console, log_lines):
     w, sim, _ = console
+    set_time_scale(EVENTS_PACE)
     live = len(sim._request("GET", "/__sim/events"))
     # Full pages to the end, all newer than the limit: the last page repeats and ends it.
     patch(sim, {"logs": {"events": {"count": 100 - live % 20}}})
@@ -80,9 +91,12 @@ def test_refused_arguments(console):
 
 def test_the_login_error_label(simulator, wrapper, log_lines):
     w = wrapper
-    w.web_login({"bmc": simulator.controller()})
+    log_in(w, {"bmc": simulator.controller()})
     with pytest.raises(MarletException):
         w.web_get_error_warning()  # the console's pages have no login label
+    # The logout waits 20 s of the console's pace for the login page to load: at the
+    # tests' pace that is one second, too little for a busy machine's browser.
+    set_time_scale(roomy_scale(20))
     w.web_logout()
     # A person mistypes the password on the login page.
     w.fillElementById("iptUserName", "admin")

@@ -9,7 +9,7 @@ import pytest
 
 from simulator.server import start_server
 
-from tests.python.console import eventually
+from tests.python.console import eventually, log_in
 from tests.python.pace import e2e_latency
 
 OWN_ADDRESS, NEW_ADDRESS = "127.77.0.1", "127.77.0.2"
@@ -39,7 +39,7 @@ def answers(url):
 
 
 def test_read_refuse_bad_records_and_change_the_gateway(sim, wrapper, log_lines):
-    wrapper.web_login({"bmc": sim.controller()})
+    log_in(wrapper, {"bmc": sim.controller()})
     record = wrapper.get_manage_ipv4()
     assert list(record.items()) == [("ipv4_address", sim.address), ("ipv4_mask", "255.255.255.0"),
                                     ("ipv4_gateway", "127.0.0.254")]
@@ -74,7 +74,7 @@ def test_a_new_address_moves_the_console_and_the_next_login_follows(wrapper, log
     own = start_server(address=OWN_ADDRESS, port=0, https=True, latency=e2e_latency())
     try:
         bmc = Controller(OWN_ADDRESS, own.port)
-        assert wrapper.web_login({"bmc": bmc}) is True
+        assert log_in(wrapper, {"bmc": bmc}) is True
         record = wrapper.get_manage_ipv4()
         assert record["ipv4_address"] == OWN_ADDRESS
         record["ipv4_address"] = NEW_ADDRESS
@@ -87,7 +87,7 @@ def test_a_new_address_moves_the_console_and_the_next_login_follows(wrapper, log
         assert own.url == new_url
 
         # The record still names the old address; "ip_address" reaches the new one.
-        assert wrapper.web_login({"bmc": bmc, "ip_address": NEW_ADDRESS}) is True
+        assert log_in(wrapper, {"bmc": bmc, "ip_address": NEW_ADDRESS}) is True
         assert wrapper.browser.current_url.startswith(new_url)
         assert wrapper.get_manage_ipv4() == {"ipv4_address": NEW_ADDRESS, "ipv4_mask": "255.255.255.0",
                                              "ipv4_gateway": "127.0.0.254"}

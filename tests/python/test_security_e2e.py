@@ -14,6 +14,7 @@ from marlet.exception.marlet_exception import MarletException
 from marlet.exception.webloginexception import WebLoginException
 from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
 from tests.python.browsers import _parent
+from tests.python.console import log_in
 
 BROWSERS = {
     "firefox": {"name": "firefox", "driver": "marionette"},
@@ -112,7 +113,7 @@ def test_a_session_listens_on_loopback_only_and_keeps_secrets_off_its_processes(
     monkeypatch.setenv("HOME", str(home))  # where a browser keeps its user-wide stores
     w = VornaWebWrapper({"browser": dict(BROWSERS[browser], screenshot_dir=str(tmp_path / "pictures"),
                                          download_dir=str(tmp_path / "downloads"))})
-    w.web_login({"bmc": sim.controller()})
+    log_in(w, {"bmc": sim.controller()})
     try:
         pids = descendants()
         sockets = listening(pids)

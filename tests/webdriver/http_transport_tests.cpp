@@ -16,6 +16,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "marlet/utils/time.h"
 #include "webdriver/errors.h"
 #include "webdriver/file_upload.h"
 #include "webdriver/http_transport.h"
@@ -210,6 +211,38 @@ TEST(HttpTransportTests, AGoneOrSilentDriverFailsWithinTheBound) {
   }
   EXPECT_LT(std::chrono::steady_clock::now() - started, milliseconds(3000));
   EXPECT_THROW(t.execute("WebDriver:GetTitle", Json::object()), ConnectionException);
+}
+
+namespace {
+
+struct Interrupted {};
+std::atomic<std::chrono::steady_clock::time_point> g_interrupt_at{};
+
+// The sleep check as the Python binding's behaves once a Ctrl-C has come: it throws.
+void interrupt_when_due() {
+  if (std::chrono::steady_clock::now() >= g_interrupt_at.load()) throw Interrupted{};
+}
+
+struct SleepCheckFor {
+  explicit SleepCheckFor(marlet::SleepCheck check) { marlet::set_sleep_check(check); }
+  ~SleepCheckFor() { marlet::set_sleep_check(nullptr); }
+};
+
+}  // namespace
+
+TEST(HttpTransportTests, AnInterruptEndsTheWaitForALateAnswerAndTheTransportStaysUsable) {
+  ScriptedHttpServer server({{0, "SILENT"}, {200, R"({"value":"Title"})"}});
+  HttpTransport t(server.url(), milliseconds(30000));
+  auto started = std::chrono::steady_clock::now();
+  g_interrupt_at = started + milliseconds(200);
+  {
+    SleepCheckFor check(&interrupt_when_due);
+    EXPECT_THROW(t.execute("WebDriver:GetTitle", Json::object()), Interrupted);
+  }
+  // libcurl calls its progress callback about once a second while nothing moves.
+  EXPECT_LT(std::chrono::steady_clock::now() - started, milliseconds(5000)) << "not the 30 s command time-out";
+  EXPECT_EQ(t.execute("WebDriver:GetTitle", Json::object()), "Title");
+  EXPECT_EQ(server.connections(), 2) << "the interrupted command's connection is not reused";
 }
 
 // A session on a Grid URL: what it asks the Grid for (the node's own configuration names
