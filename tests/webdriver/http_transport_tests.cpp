@@ -145,9 +145,10 @@ TEST(HttpTransportTests, KeepsOneConnectionAndUnwrapsValues) {
   EXPECT_EQ(t.execute("WebDriver:GetTitle", Json::object()), "Title");
   EXPECT_EQ(t.execute("WebDriver:FindElement", {{"using", "css selector"}, {"value", "#a"}}),
             (Json{{kElementKey, "e1"}}));
-  auto started = std::chrono::steady_clock::now();
+  // A big body goes out at once: no "Expect: 100-continue" (checked below), which would
+  // cost a second's wait for an answer a driver never gives. Timing it would only measure
+  // the machine's load.
   t.execute("WebDriver:ExecuteScript", {{"script", big}, {"args", Json::array()}});
-  EXPECT_LT(std::chrono::steady_clock::now() - started, milliseconds(500)) << "no wait for 100 Continue";
   t.execute("WebDriver:DeleteSession", Json::object());
   auto seen = server.seen();
   ASSERT_EQ(seen.size(), 5u);
