@@ -15,24 +15,42 @@ echo "== C++ tests"
 (cd "$BUILD_DIR" && ctest --output-on-failure --timeout 600 -j 1)
 
 export PYTHONPATH="$ROOT/$BUILD_DIR/python:$ROOT"
-echo "== Python tests (Debian python3)"
-suites=(tests/python)
-[ -d tests/simulator ] && suites+=(tests/simulator)
-/usr/bin/python3 -m pytest -q -p no:cacheprovider "${suites[@]}"
 
-# The same end-to-end tests, unchanged, with every settle adaptive against a console that
-# answers late. At a time scale of 0.1 the quiet window is 250 ms of real time and the
-# console's page timers (0.5 s of its pace) fire after 50 ms: 200 ms of margin against a
-# loaded machine's scheduling delays.
+# The operations' end-to-end suites again, unchanged, with every settle adaptive against a
+# console that answers late. At a time scale of 0.1 the quiet window is 250 ms of real
+# time and the console's page timers (0.5 s of its pace) fire after 50 ms: 200 ms of
+# margin against a loaded machine's scheduling delays.
 # Only the operations' suites: the others test the browser client, faults, the sweep or
 # the settles themselves, which the first run already proves whatever the settle policy.
 OPERATION_SUITES=(accounts boot firmware identity inventory login logs management_ipv4 power
                   settings storage browser)
-echo "== End-to-end again: adaptive settles against the realistic console"
 operation_files=()
 for suite in "${OPERATION_SUITES[@]}"; do operation_files+=("tests/python/test_${suite}_e2e.py"); done
+# It runs beside the first run (its own simulator, browsers and temporary folders): both
+# spend most of their time in the console's paced waits, not on the cores, so together
+# they take little longer than the first alone. Its output follows the first run's.
+adaptive_log=$(mktemp)
 VORNA_E2E_SETTLE=adaptive VORNA_E2E_LATENCY=realistic VORNA_E2E_TIME_SCALE=0.1 \
-  /usr/bin/python3 -m pytest -q -p no:cacheprovider "${operation_files[@]}"
+  /usr/bin/python3 -m pytest -q -p no:cacheprovider "${operation_files[@]}" >"$adaptive_log" 2>&1 &
+adaptive_pid=$!
+# An early exit (a failed step, an interrupt) ends it rather than leaving it running.
+trap '[ -z "$adaptive_pid" ] || kill "$adaptive_pid" 2>/dev/null || true; rm -f "$adaptive_log"' EXIT
+
+echo "== Python tests (Debian python3)"
+suites=(tests/python)
+[ -d tests/simulator ] && suites+=(tests/simulator)
+first=0
+/usr/bin/python3 -m pytest -q -p no:cacheprovider "${suites[@]}" || first=$?
+
+echo "== End-to-end again: adaptive settles against the realistic console (the operations' suites)"
+second=0
+wait "$adaptive_pid" || second=$?
+adaptive_pid=
+cat "$adaptive_log"
+if [ "$first" != 0 ] || [ "$second" != 0 ]; then
+  echo "Python tests failed: first run $first, adaptive run $second" >&2
+  exit 1
+fi
 
 # The C++ beneath is the same for both interpreters: under 3.7 a smoke set proves the
 # binding surface (construction, one operation of each subsystem, the exception classes).
