@@ -69,9 +69,7 @@ SECTIONS = {
     "tabProcess": {"delay": 2.0, "settle": 5},
     "tabMemory": {"delay": 2.5, "settle": 5},
     "tabCard": {"delay": 2.0, "settle": 5},
-    # The backplanes' and the RAID card's readers click this tab and read it with no
-    # settle (a lookup's wait): a short delay, as the pages read so.
-    "tabOther": {"delay": 0.5, "settle": 10},
+    "tabOther": {"delay": 1.5, "settle": 5},
 }
 
 # The console's own GET requests, by path (delay and settle as above); a path not
