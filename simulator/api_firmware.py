@@ -27,8 +27,21 @@ def _upload(state, body, user):
               "time": time.strftime("%Y-%m-%d %H:%M:%S"), "finished": False}
     fw.setdefault("uploads", []).append(record)
     state.log_operation(user, "Upload firmware file (%s) successfully" % name)
-    return 200, {"ok": True, "seconds": float(fw.get("upgrade_seconds", 3)),
-                 "result": fw.get("result", "The upgrade is complete.")}
+    seconds = float(fw.get("upgrade_seconds", 3))
+    # The upgrade runs on the controller: the page asks how far it is (_progress).
+    state.upgrade = {"started": time.monotonic(), "seconds": seconds}
+    return 200, {"ok": True, "seconds": seconds, "result": fw.get("result", "The upgrade is complete.")}
+
+
+def _progress(state, user):
+    """How far the upgrade under way is: {"percent": 0..100, "done": bool}."""
+    upgrade = getattr(state, "upgrade", None)
+    if upgrade is None:
+        return 400, {"ok": False, "message": "No upgrade is under way."}
+    elapsed = time.monotonic() - upgrade["started"]
+    done = elapsed >= upgrade["seconds"]
+    percent = 100 if done else int(100 * elapsed / upgrade["seconds"])
+    return 200, {"ok": True, "percent": percent, "done": done}
 
 
 def _finish(state, body, user):
@@ -83,5 +96,6 @@ POST_ACTIONS = {
 }
 
 GET_ACTIONS = {
+    "/api/firmware/progress": _progress,
     "/api/diagnostics/dump_info.tar.gz": _dump_info,
 }

