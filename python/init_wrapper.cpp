@@ -193,8 +193,13 @@ void init_wrapper(py::module_& m) {
          throw py::type_error("VornaWebWrapper() takes a map of parameters, not " +
                               py::str(py::type::of(params).attr("__name__")).cast<std::string>());
        Json p = Json::object();
-       if (py::dict d(params); d.contains("browser")) p["browser"] = to_json(d["browser"]);
-       if (py::dict d(params); d.contains("settle")) p["settle"] = to_json(d["settle"]);
+       try {
+         py::dict d(params);
+         if (d.contains("browser")) p["browser"] = to_json(d["browser"]);
+         if (d.contains("settle")) p["settle"] = to_json(d["settle"]);
+       } catch (py::error_already_set& e) {
+         raise_unreadable(e, params);  // a harness map whose reads fail
+       }
        return new VornaWebWrapper(p, nullptr, nullptr, std::make_shared<TrackingFactory>());
      }),
      py::arg("params"));
@@ -207,9 +212,13 @@ void init_wrapper(py::module_& m) {
         auto& w = self.cast<VornaWebWrapper&>();
         w.set_logger(std::make_shared<PythonLogger>(&w));
         w.set_sibling_functions(std::make_shared<InjectedFunctions>(&w));
-        py::object get = params.attr("get");
-        self.attr("host") = get("host");
-        self.attr("device") = get("device");
+        try {
+          py::object get = params.attr("get");
+          self.attr("host") = get("host");
+          self.attr("device") = get("device");
+        } catch (py::error_already_set& e) {
+          raise_unreadable(e, params);
+        }
         // No operation reads these three; they are the harness's, kept as plain Python
         // attributes so that whatever it stores there comes back as the same object.
         self.attr("bmc") = py::none();
@@ -245,9 +254,11 @@ void init_wrapper(py::module_& m) {
   cls.def("web_login", [](VornaWebWrapper& w, py::object params) {
     static py::object mapping = py::module_::import("collections.abc").attr("Mapping");
     if (!py::isinstance(params, mapping)) throw py::type_error("web_login() takes a map of parameters");
-    py::object bmc = params["bmc"];  // KeyError('bmc') before anything else happens
     Json p = Json::object();
     try {
+      // KeyError('bmc') before anything else happens; a map whose reads fail is the
+      // harness's fault and reads as a TypeError, like any other unreadable value.
+      py::object bmc = params["bmc"];
       for (auto item : py::dict(params)) {
         std::string key = to_json(py::str(item.first)).get<std::string>();
         p[key] = key == "bmc" ? controller_record(item.second) : to_json(item.second);

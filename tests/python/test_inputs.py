@@ -115,3 +115,25 @@ def test_a_login_record_or_key_that_fails_when_read_is_refused_before_any_browse
     with pytest.raises(TypeError, match="a value of type Unprintable could not be read"):
         w.web_login({"bmc": {"local_ip": "10.0.0.1"}, "username": Unprintable()})
     assert w.isClosed()
+
+
+class Unanswering(collections.abc.Mapping):
+    """A map whose every read fails: the keys, the items and their count alike."""
+
+    def __getitem__(self, key):
+        raise RuntimeError("read refused")
+
+    def __iter__(self):
+        raise RuntimeError("iteration refused")
+
+    def __len__(self):
+        return 2
+
+
+def test_a_params_map_whose_reads_fail_is_a_type_error_at_construction_and_login(w):
+    with pytest.raises(TypeError, match="a value of type Unanswering could not be read") as refused:
+        VornaWebWrapper(Unanswering())
+    assert isinstance(refused.value.__cause__, RuntimeError)
+    with pytest.raises(TypeError, match="a value of type Unanswering could not be read"):
+        w.web_login(Unanswering())
+    assert w.isClosed()
