@@ -237,6 +237,7 @@ class Sweep(object):
         self.violations = 0
         self.fault = None
         self.login = None           # logs the wrapper in again, for the console part
+        self.home = None            # the console's top page, for the console part
         self.last_state = state() if state else None
 
     def value(self, op):
@@ -250,6 +251,9 @@ class Sweep(object):
         self.calls += 1
         shown = [describe(a) for a in args] + ["%s=%s" % (k, describe(v)) for k, v in kwargs.items()]
         emit({"event": "begin", "op": op, "inputs": ", ".join(shown)})
+        if self.state is not None:
+            self.last_state = self.state()  # just before the call: nothing else falls in between
+        commands = self.wrapper.command_count()
         started = time.time()
         outcome, detail = "result", ""
         try:
@@ -280,11 +284,14 @@ class Sweep(object):
         self.violations += bad
         emit({"event": "end", "op": op, "outcome": outcome, "detail": detail[:300], "seconds": round(seconds, 3),
               "changed": changed, "bad": bad})
-        if self.login is not None and not self.wrapper.isClosed():
-            # A refusal midway may leave the browser inside the content frame, where the
-            # next operation would not find the menu: start each call from the top.
+        if self.login is not None and not self.wrapper.isClosed() and self.wrapper.command_count() != commands:
+            # The call worked the console's pages: load its top page afresh, so that the
+            # next call starts from the top (a refusal midway may leave the browser inside
+            # the content frame) and no timer of a page this call left (a collection's
+            # download two seconds after its click) changes the console during the next.
             try:
                 self.wrapper.browser.switch_to_default_content()
+                self.wrapper.browser.get(self.home)
             except MarletException:
                 pass
         if self.login is not None and self.wrapper.isClosed():
@@ -326,11 +333,17 @@ def _text(e):
         return "<no text>"
 
 
-def _difference(before, after):
-    for key in sorted(set(before) | set(after)):
-        if before.get(key) != after.get(key):
-            return "%s: %s -> %s" % (key, json.dumps(before.get(key))[:200], json.dumps(after.get(key))[:200])
-    return "?"
+def _difference(before, after, path=""):
+    """The first place where two states differ, by its path down to the differing value."""
+    if isinstance(before, dict) and isinstance(after, dict):
+        for key in sorted(set(before) | set(after), key=str):
+            if before.get(key) != after.get(key):
+                return _difference(before.get(key), after.get(key), "%s/%s" % (path, key))
+    if isinstance(before, list) and isinstance(after, list) and len(before) == len(after):
+        for i, (b, a) in enumerate(zip(before, after)):
+            if b != a:
+                return _difference(b, a, "%s/%d" % (path, i))
+    return "%s: %s -> %s" % (path or "/", json.dumps(before)[:200], json.dumps(after)[:200])
 
 
 def emit(record):
@@ -378,6 +391,7 @@ def main():
         state = state_reader(a.url)
     sweep = Sweep(wrapper, rng, state)
     sweep.login = login
+    sweep.home = a.url + "/index.html" if a.url else None
     sweep.fault = a.fault
     ops = operations(a.part)
     if a.only:
