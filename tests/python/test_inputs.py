@@ -137,3 +137,17 @@ def test_a_params_map_whose_reads_fail_is_a_type_error_at_construction_and_login
     with pytest.raises(TypeError, match="a value of type Unanswering could not be read"):
         w.web_login(Unanswering())
     assert w.isClosed()
+
+
+def test_a_value_passed_in_place_of_the_params_map_stays_out_of_the_error(w):
+    # A password or a huge text given where the map belongs is refused by its type alone.
+    for call in (w.web_mod_password, w.web_add_user, w.web_check_bmc_log, w.web_set_boot_option,
+                 w.web_set_power_cap, w.web_get_cpu_info_vorna, w.web_register):
+        for value in ("Top-S3cret", ["Top-S3cret"] * 50000):
+            with pytest.raises(TypeError) as refused:
+                call(value)
+            text = str(refused.value)
+            assert "Top-S3cret" not in text and len(text) < 200, text
+            assert text.endswith("takes a map of parameters, not %s" % type(value).__name__)
+    with pytest.raises(TypeError, match=r"^VornaWebWrapper\(\) takes a map of parameters, not str$"):
+        VornaWebWrapper("Top-S3cret")

@@ -1,6 +1,7 @@
 // Logins and the small operations that end or reset the browser.
 #include "marlet/exception/exceptions.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/operation_params.h"
 
 namespace vorna {
 namespace py = marlet::py;
@@ -35,7 +36,7 @@ int port_value(const Json& value, const char* what) {
 }  // namespace
 
 bool VornaWebWrapper::web_login(const Json& params) {
-  if (!params.is_object()) throw marlet::TypeError("web_login() takes a map of parameters, not " + py::repr(params));
+  require_params_map(params, "web_login");
   if (!params.contains("bmc")) throw marlet::KeyError("bmc");
   const Json& record = params["bmc"];
 

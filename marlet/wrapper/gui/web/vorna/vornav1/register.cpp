@@ -3,6 +3,7 @@
 // web_register_web, which reports a failed login by its result.
 #include "marlet/exception/exceptions.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/operation_params.h"
 
 namespace vorna {
 namespace py = marlet::py;
@@ -29,8 +30,7 @@ std::string text_of(const Json& value, const char* key) {
 }  // namespace
 
 VornaWebWrapper::RegisterLogin VornaWebWrapper::register_start(const Json& params, const char* operation) {
-  if (!params.is_object())
-    throw marlet::TypeError(py::format("%s() takes a map of parameters, not %s", operation, py::repr(params)));
+  require_params_map(params, operation);
   Json address = with_default(params, "ipv4", bmc_ip);
   Json user = with_default(params, "username", username);
   Json pass = with_default(params, "password", password);

@@ -1,6 +1,7 @@
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/operation_params.h"
 
 namespace vorna {
 namespace py = marlet::py;
@@ -19,11 +20,11 @@ std::string text_entry(const Json& map, const char* key) {
 // The optional "browser" map of the constructor: which browser, through what, and where
 // pictures go. Checked here so a typo fails at construction, not at the first login.
 marlet::BrowserConfig browser_config(const Json& params) {
-  if (!params.is_object()) throw TypeError("VornaWebWrapper() takes a map of parameters, not " + py::repr(params));
+  require_params_map(params, "VornaWebWrapper");
   marlet::BrowserConfig config;
   if (!params.contains("browser") || params["browser"].is_null()) return config;
   const Json& b = params["browser"];
-  if (!b.is_object()) throw TypeError("params['browser'] must be a map, not " + py::repr(b));
+  if (!b.is_object()) throw TypeError(std::string("params['browser'] must be a map, not ") + py::type_name(b));
   auto& launch = config.launch;
   if (auto name = text_entry(b, "name"); !name.empty()) launch.browser = name;
   if (auto driver = text_entry(b, "driver"); !driver.empty()) launch.driver = driver;

@@ -50,7 +50,7 @@ std::optional<int> find_row(VornaWebWrapper& w, const std::string& name) {
 }  // namespace
 
 bool VornaWebWrapper::web_add_admin_user(const Json& params) {
-  accounts::require_map(params, "web_add_admin_user");
+  require_params_map(params, "web_add_admin_user");
   std::string name = accounts::new_user_name(params);
   std::string pass = accounts::password_param(params, "password");
   std::string acting = acting_password(password);
@@ -64,7 +64,7 @@ bool VornaWebWrapper::web_add_admin_user(const Json& params) {
 }
 
 Json VornaWebWrapper::web_add_user(const Json& params) {
-  accounts::require_map(params, "web_add_user");
+  require_params_map(params, "web_add_user");
   std::string name = accounts::new_user_name(params);
   std::string pass = accounts::password_param(params, "password");
   // The acting user's password comes from the params only, never from the wrapper.
@@ -83,7 +83,7 @@ Json VornaWebWrapper::web_add_user(const Json& params) {
 }
 
 bool VornaWebWrapper::web_del_user_web(const Json& params) {
-  accounts::require_map(params, "web_del_user_web");
+  require_params_map(params, "web_del_user_web");
   std::string name = accounts::text_param(params, "username");
   std::string acting = acting_password(password);
 
@@ -108,7 +108,7 @@ bool VornaWebWrapper::web_del_user_web(const Json& params) {
 }
 
 bool VornaWebWrapper::web_mod_password(const Json& params) {
-  accounts::require_map(params, "web_mod_password");
+  require_params_map(params, "web_mod_password");
   std::string name = accounts::text_param(params, "username");
   std::string old_pwd = accounts::password_param(params, "old_pwd");
   std::string new_pwd = accounts::password_param(params, "new_pwd");

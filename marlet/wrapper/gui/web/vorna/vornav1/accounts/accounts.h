@@ -8,6 +8,7 @@
 
 #include "marlet/exception/exceptions.h"
 #include "marlet/utils/pytext.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/operation_params.h"
 
 namespace vorna::accounts {
 
@@ -79,12 +80,6 @@ inline std::string new_user_name(const Json& params) {
   if (name.front() == ' ' || name.back() == ' ')
     throw marlet::ValueError("username must not begin or end with a blank: " + marlet::py::repr_text(name));
   return name;
-}
-
-inline void require_map(const Json& params, const char* operation) {
-  if (!params.is_object())
-    throw marlet::TypeError(
-        marlet::py::format("%s() takes a map of parameters, not %s", operation, marlet::py::repr(params)));
 }
 
 }  // namespace vorna::accounts

@@ -12,6 +12,7 @@
 
 #include "marlet/exception/exceptions.h"
 #include "marlet/utils/pytext.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/operation_params.h"
 
 namespace vorna::boot {
 
@@ -81,14 +82,6 @@ inline bool py_equal(const Json& a, const Json& b) {
     return as_double(a) == as_double(b);
   }
   return a == b;
-}
-
-// The params of a boot operation are a map; anything else is refused before the page
-// is touched.
-inline void require_params(const Json& params, const char* operation) {
-  if (!params.is_object())
-    throw marlet::TypeError(
-        marlet::py::format("%s() takes a map of parameters, not %s", operation, marlet::py::repr(params)));
 }
 
 }  // namespace vorna::boot

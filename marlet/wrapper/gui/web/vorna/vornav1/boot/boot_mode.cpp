@@ -27,7 +27,7 @@ Json VornaWebWrapper::web_get_boot_mode() {
 }
 
 void VornaWebWrapper::web_set_boot_mode(const Json& params) {
-  boot::require_params(params, "web_set_boot_mode");
+  require_params_map(params, "web_set_boot_mode");
   Json mode = py::get(params, "mode");
   switch_to_first_window();
   open_page(pages::kBootSettings);

@@ -8,7 +8,7 @@ namespace vorna {
 namespace py = marlet::py;
 
 void VornaWebWrapper::web_set_boot_option(const Json& params) {
-  boot::require_params(params, "web_set_boot_option");
+  require_params_map(params, "web_set_boot_option");
   Json option = py::get(params, "option");
   logger().info(py::format("[setBootOption] option:%s", option));
   open_page(pages::kBootSettings);
@@ -52,7 +52,7 @@ Json VornaWebWrapper::web_get_effective() {
 }
 
 void VornaWebWrapper::web_set_effective(const Json& params) {
-  boot::require_params(params, "web_set_effective");
+  require_params_map(params, "web_set_effective");
   Json mode = py::get(params, "mode");
   open_page(pages::kBootSettings);
   // Only the texts "0" and "1" select a button; an integer is no code.

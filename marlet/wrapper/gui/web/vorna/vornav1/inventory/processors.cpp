@@ -2,6 +2,7 @@
 // whose texts give numbers (digit runs).
 #include "marlet/exception/exceptions.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/operation_params.h"
 
 namespace vorna {
 namespace py = marlet::py;
@@ -33,8 +34,7 @@ Json common_fields(Element& cpuPermutation) {
 }  // namespace
 
 Json VornaWebWrapper::web_get_cpu_info_vorna(const Json& params) {
-  if (!params.is_object())
-    throw marlet::TypeError(py::format("web_get_cpu_info_vorna() params must be a dict, not %s", py::type_name(params)));
+  require_params_map(params, "web_get_cpu_info_vorna");
   Json requestType = py::get(params, "type");
   logger().info("[getCpuInfoVorna] get cpu info from vorna.");
   locateElementById("menu_INFO");

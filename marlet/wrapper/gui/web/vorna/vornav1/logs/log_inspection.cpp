@@ -3,13 +3,13 @@
 
 #include "marlet/wrapper/gui/web/vorna/vornav1/logs/log_tables.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/operation_params.h"
 
 namespace vorna {
 namespace py = marlet::py;
 
 bool VornaWebWrapper::web_check_bmc_log(const Json& params) {
-  if (!params.is_object())
-    throw marlet::TypeError(py::format("web_check_bmc_log() takes a map of parameters, not %s", py::repr(params)));
+  require_params_map(params, "web_check_bmc_log");
   Json given = py::get(params, "check_list");
   std::vector<std::string> check_list =
       given.is_null() ? logs::default_sentences() : logs::text_list(given, "check_list");

@@ -8,7 +8,6 @@ namespace vorna {
 namespace py = marlet::py;
 
 using power::attribute_has;
-using power::require_params;
 
 // `params` is part of the call but nothing in it is read, so any value serves.
 Json VornaWebWrapper::web_get_power_capping_info(const Json& /*params*/) {
@@ -25,7 +24,7 @@ Json VornaWebWrapper::web_get_power_capping_info(const Json& /*params*/) {
 }
 
 bool VornaWebWrapper::web_set_power_cap(const Json& params) {
-  require_params(params, "web_set_power_cap");
+  require_params_map(params, "web_set_power_cap");
   bool enable = py::truthy(py::get(params, "enbale"));
   Json value = py::get(params, "value");
   // Refused before the page is touched: a cap is a number or its text.
@@ -94,7 +93,7 @@ bool VornaWebWrapper::web_set_power_cap(const Json& params) {
 }
 
 bool VornaWebWrapper::web_set_poweron_strategy(const Json& params) {
-  require_params(params, "web_set_poweron_strategy");
+  require_params_map(params, "web_set_poweron_strategy");
   logger().info("[setPoweronStrategy] set power on strategy.");
   follow_menu(pages::kPowerStrategy);
   page_settle();

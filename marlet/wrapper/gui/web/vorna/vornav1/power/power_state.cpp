@@ -58,7 +58,7 @@ void VornaWebWrapper::reboot() {
 }
 
 void VornaWebWrapper::web_set_bmc_reboot(const Json& params) {
-  power::require_params(params, "web_set_bmc_reboot");
+  require_params_map(params, "web_set_bmc_reboot");
   logger().info("[setBmcReset] start...");
   locateElementById("menu_SYSTEM_MANAGE");
   settle(5);

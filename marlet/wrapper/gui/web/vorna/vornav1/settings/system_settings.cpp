@@ -3,6 +3,7 @@
 #include "marlet/wrapper/gui/web/vorna/vornav1/settings/settings_args.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 #include "webdriver/keys.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/operation_params.h"
 
 namespace vorna {
 namespace py = marlet::py;
@@ -16,9 +17,7 @@ Json optional_json(const std::optional<std::string>& text) { return text ? Json(
 }  // namespace
 
 bool VornaWebWrapper::web_set_system_config(const Json& params) {
-  if (!params.is_object())
-    throw marlet::TypeError(
-        py::format("web_set_system_config() takes a map of parameters, not %s", py::type_name(params)));
+  require_params_map(params, "web_set_system_config");
   Json location = py::get(params, "location");
   if (!location.is_null() && !location.is_string())
     throw marlet::TypeError(

@@ -2,6 +2,7 @@
 // Neither operation reads the outcome back: the storage tree readers show it.
 #include "marlet/exception/exceptions.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/operation_params.h"
 
 namespace vorna {
 namespace py = marlet::py;
@@ -39,9 +40,7 @@ const Json& required(const Json& params, const char* key) {
 // What is refused before the console is touched: params that are no map, and keys that
 // are present with a type the page cannot take. Absent keys fail where they are needed.
 void check_create_params(const Json& params) {
-  if (!params.is_object())
-    throw marlet::TypeError(py::format("create_raid_logical_driver() takes a map of parameters, not %s",
-                                       py::type_name(params)));
+  require_params_map(params, "create_raid_logical_driver");
   if (params.contains("name") && !params["name"].is_string())
     throw marlet::TypeError(py::format("name must be a text, not %s", py::type_name(params["name"])));
   if (params.contains("count") && !params["count"].is_number_integer())

@@ -2,6 +2,7 @@
 #include "marlet/exception/exceptions.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/storage/storage_tree.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/operation_params.h"
 
 namespace vorna {
 namespace py = marlet::py;
@@ -34,9 +35,7 @@ void store_disk(webdriver::Session& browser, Element& entry, Json& into) {
 }  // namespace
 
 Json VornaWebWrapper::get_storage_info(const Json& params) {
-  if (!params.is_object())
-    throw marlet::TypeError(
-        py::format("get_storage_info() takes a map of parameters, not %s", py::type_name(params)));
+  require_params_map(params, "get_storage_info");
   Json raid_disk = py::get(params, "raid_disk");
   Json diskInfoAll = Json::object();
   Json notRaidDiskInfoAll = Json::object();
