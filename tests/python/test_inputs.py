@@ -7,6 +7,7 @@ import pytest
 
 from marlet.exception.marlet_exception import MarletException
 from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
+from tests.python.fuzz_sweep import RaisingMapping
 
 
 class Unprintable(object):
@@ -117,25 +118,12 @@ def test_a_login_record_or_key_that_fails_when_read_is_refused_before_any_browse
     assert w.isClosed()
 
 
-class Unanswering(collections.abc.Mapping):
-    """A map whose every read fails: the keys, the items and their count alike."""
-
-    def __getitem__(self, key):
-        raise RuntimeError("read refused")
-
-    def __iter__(self):
-        raise RuntimeError("iteration refused")
-
-    def __len__(self):
-        return 2
-
-
 def test_a_params_map_whose_reads_fail_is_a_type_error_at_construction_and_login(w):
-    with pytest.raises(TypeError, match="a value of type Unanswering could not be read") as refused:
-        VornaWebWrapper(Unanswering())
+    with pytest.raises(TypeError, match="a value of type RaisingMapping could not be read") as refused:
+        VornaWebWrapper(RaisingMapping())
     assert isinstance(refused.value.__cause__, RuntimeError)
-    with pytest.raises(TypeError, match="a value of type Unanswering could not be read"):
-        w.web_login(Unanswering())
+    with pytest.raises(TypeError, match="a value of type RaisingMapping could not be read"):
+        w.web_login(RaisingMapping())
     assert w.isClosed()
 
 
