@@ -3,7 +3,8 @@
     PYTHONPATH=build/python:. /usr/bin/python3 bench/leak_bench.py [--cycles 100] [--login]
 
 Opens and closes a browser --cycles times (openFirefox/close; with --login, web_login and
-web_close against a console simulator started here), then runs the rough ends in child
+web_close against a console simulator in a child process, so that the memory measured
+is the driver's alone), then runs the rough ends in child
 interpreters: a browser killed by its pid, an interpreter that exits with a live
 wrapper, and a Ctrl-C in a wait. Prints, for the descriptors and the resident memory of
 this process, the first, last and peak values and the slope per cycle (least squares
@@ -68,6 +69,32 @@ def child(mode, *args):
     return proc.returncode == 0 and not left and not profiles(TMP)
 
 
+class ConsoleProcess(object):
+    """The console simulator, started as `python3 -m simulator.server` on loopback."""
+
+    def __init__(self):
+        self.proc = subprocess.Popen([sys.executable, "-m", "simulator.server", "--address", "127.0.0.1",
+                                      "--port", "0", "--https"], cwd=ROOT, stdout=subprocess.PIPE,
+                                     stderr=subprocess.DEVNULL, universal_newlines=True)
+        line = ""
+        deadline = time.time() + 30
+        while not line.startswith("SIMULATOR READY") and time.time() < deadline and self.proc.poll() is None:
+            line = self.proc.stdout.readline()
+        if not line.startswith("SIMULATOR READY"):
+            self.stop()
+            sys.exit("the console simulator did not start")
+        self.address, port = line.split("://")[1].strip().rsplit(":", 1)
+        self.port = int(port)
+
+    def stop(self):
+        self.proc.terminate()
+        try:
+            self.proc.wait(10)
+        except subprocess.TimeoutExpired:
+            self.proc.kill()
+            self.proc.wait()
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--cycles", type=int, default=100)
@@ -76,8 +103,9 @@ def main():
 
     sim = None
     if a.login:
-        from simulator.server import start_server
-        sim = start_server(https=True)
+        # The console in a process of its own: its logs grow with every login, and this
+        # process's memory is to be the driver's alone.
+        sim = ConsoleProcess()
         set_time_scale(0.05)
     w = VornaWebWrapper({"browser": {"screenshot_dir": os.path.join(TMP, "pictures")}})
     fds, rss, pids = [], [], []
@@ -106,7 +134,7 @@ def main():
     for mode in ("kill", "exit-live", "interrupt"):
         ok = child(mode) and ok
     if sim:
-        sim.shutdown()
+        sim.stop()
     print("RESULT", "clean" if ok else "LEAKS")
     return 0 if ok else 1
 
