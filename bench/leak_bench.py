@@ -24,6 +24,7 @@ TMP = tempfile.mkdtemp(prefix="vorna-leak-bench-")
 os.environ["TMPDIR"] = TMP  # the driver's profiles land here, apart from everyone else's
 sys.path[:0] = [os.path.join(ROOT, "build", "python"), ROOT]
 
+from bench_support import SimulatorProcess  # noqa: E402
 from marlet.utils.time import set_time_scale  # noqa: E402
 from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper  # noqa: E402
 from tests.python.leaks import live_in_groups, open_fds, profiles, rss_kib  # noqa: E402
@@ -69,32 +70,6 @@ def child(mode, *args):
     return proc.returncode == 0 and not left and not profiles(TMP)
 
 
-class ConsoleProcess(object):
-    """The console simulator, started as `python3 -m simulator.server` on loopback."""
-
-    def __init__(self):
-        self.proc = subprocess.Popen([sys.executable, "-m", "simulator.server", "--address", "127.0.0.1",
-                                      "--port", "0", "--https"], cwd=ROOT, stdout=subprocess.PIPE,
-                                     stderr=subprocess.DEVNULL, universal_newlines=True)
-        line = ""
-        deadline = time.time() + 30
-        while not line.startswith("SIMULATOR READY") and time.time() < deadline and self.proc.poll() is None:
-            line = self.proc.stdout.readline()
-        if not line.startswith("SIMULATOR READY"):
-            self.stop()
-            sys.exit("the console simulator did not start")
-        self.address, port = line.split("://")[1].strip().rsplit(":", 1)
-        self.port = int(port)
-
-    def stop(self):
-        self.proc.terminate()
-        try:
-            self.proc.wait(10)
-        except subprocess.TimeoutExpired:
-            self.proc.kill()
-            self.proc.wait()
-
-
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--cycles", type=int, default=100)
@@ -105,7 +80,7 @@ def main():
     if a.login:
         # The console in a process of its own: its logs grow with every login, and this
         # process's memory is to be the driver's alone.
-        sim = ConsoleProcess()
+        sim = SimulatorProcess()
         set_time_scale(0.05)
     w = VornaWebWrapper({"browser": {"screenshot_dir": os.path.join(TMP, "pictures")}})
     fds, rss, pids = [], [], []
