@@ -150,21 +150,25 @@ def timed_settle(w, seconds):
     return elapsed, after["early"] - before["early"]
 
 
-@pytest.mark.parametrize("query, value", [
-    ("delay=700", "data 700 by fetch"),            # asked while the page loads
-    # XMLHttpRequest asked from a timer after the load: one the page's first script sends
-    # can leave before the watcher reaches a new frame document (the young document's
-    # hold covers 0.25 s of it, not 0.7 s), which is a race and no test.
-    ("delay=500&timer=100&via=xhr", "data 500 by xhr"),
-    ("delay=500&timer=100", "data 500 by fetch"),  # asked 100 ms after the page loaded
+@pytest.mark.parametrize("query, value, scale", [
+    # Asked by the page's first script, while it loads: on a busy machine the request can
+    # leave before the watcher reaches the new frame document, and then the young
+    # document's hold (1 s of the pace) is what covers it. So this case runs at the
+    # console's own pace, where a 0.7 s answer is within that hold; at a tenth of it the
+    # hold is 0.25 s real and the case would be a race, not a test.
+    ("delay=700", "data 700 by fetch", 1.0),
+    # XMLHttpRequest asked from a timer after the load, for the same reason no sooner than
+    # the page's first script could send it.
+    ("delay=500&timer=100&via=xhr", "data 500 by xhr", SCALE),
+    ("delay=500&timer=100", "data 500 by fetch", SCALE),  # asked 100 ms after the page loaded
 ])
-def test_a_settle_waits_for_the_data_and_ends_well_before_its_bound(console, pages, query, value):
-    set_time_scale(SCALE)
+def test_a_settle_waits_for_the_data_and_ends_well_before_its_bound(console, pages, query, value, scale):
+    set_time_scale(scale)
     open_frame(console, pages, query)
-    elapsed, early = timed_settle(console, 60)  # bound: 6 s real
+    elapsed, early = timed_settle(console, 60)  # bound: 60 s of the pace
     assert frame_value(console) == value
     assert early == 1
-    assert elapsed < 0.75 * 60 * SCALE
+    assert elapsed < 0.75 * 60 * scale
 
 
 def test_a_request_a_short_timer_starts_after_the_page_looked_quiet_is_waited_for(console, pages):
