@@ -29,7 +29,7 @@ def handle(state, method, path, body):
         # | {"hang": ["/login.html"]}: those requests get no answer; the server holds
         #   them open until the fault is cleared (then drops them), HANG_LIMIT at most
         # | {"drop": ["/api/login"]}: the server closes the connection without answering
-        # ("*" in hang or drop stands for every path outside /__sim/; see server.py)
+        # ("*" in hang or drop stands for every path outside /__sim/; see faults.py)
         data = body or {}
         # {"latency": {"profile": "realistic", "scale": 0.05}} merges into the latency in
         # effect (simulator/latency.py); "clear" leaves it alone. A bad one changes nothing.
