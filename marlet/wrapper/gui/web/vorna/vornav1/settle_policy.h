@@ -4,7 +4,7 @@
 // The console fills its pages after they load (requests, timers, scripts that rewrite
 // tables), so a quiet console is one whose top document and frames have finished
 // loading, have no request of the page in flight and no short timer pending, and whose
-// DOM has not changed for the quiet window. A small script (kWatcherScript in the .cpp)
+// DOM has not changed for the quiet window. A small script (settle_watcher.js, compiled in)
 // watches the page from inside: installed into the top document at the first adaptive
 // settle, it follows every frame's new document, counts the page's fetch/XHR requests,
 // its short timers and its DOM changes, and is read by one script command per poll. It
