@@ -1,5 +1,7 @@
 """The console simulator's own endpoints: logins, sessions, actions, the control API."""
 import json
+import threading
+import time
 
 import pytest
 
@@ -51,3 +53,30 @@ def test_every_menu_page_is_served(sim):
         assert "<title>" in html
     with pytest.raises(Exception):
         call(sim, "GET", "/pages/../server.py")
+
+
+def test_a_saved_address_moves_the_console_and_the_old_one_goes_quiet(sim):
+    _, cookie = login(sim)
+    old_url, moved = sim.url, sim.url.replace("127.0.0.1", "127.0.0.3")
+    reply, _ = call(sim, "POST", "/api/ipv4", {"address": "127.0.0.3", "mask": "255.0.0.0", "gateway": "127.0.0.1"},
+                    cookie)
+    assert reply["ok"] is True and sim.url == moved  # the save itself is answered on the old address
+    with pytest.raises(Exception):
+        request(old_url, "GET", "/login.html").close()
+    state, _ = call(sim, "GET", "/__sim/state")  # the session and the machine moved along
+    assert state["sessions"] == 1 and state["machine"]["network"]["ipv4"]["address"] == "127.0.0.3"
+
+
+def test_dropped_and_held_requests_get_no_answer(sim):
+    call(sim, "POST", "/__sim/fault", {"drop": ["/login.html"]})
+    with pytest.raises(Exception):
+        request(sim.url, "GET", "/login.html").close()
+    call(sim, "POST", "/__sim/fault", {"clear": True, "hang": ["/login.html"]})
+    release = threading.Timer(0.5, call, (sim, "POST", "/__sim/fault", {"clear": True}))
+    release.start()
+    started = time.monotonic()
+    with pytest.raises(Exception):  # held until the fault is cleared, then dropped
+        request(sim.url, "GET", "/login.html").close()
+    assert time.monotonic() - started >= 0.5
+    release.join()
+    assert "<title>" in call(sim, "GET", "/login.html")[0]
