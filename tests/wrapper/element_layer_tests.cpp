@@ -35,6 +35,25 @@ TEST_F(ElementLayerTests, LocateClicksByDefaultAndNotWhenAsked) {
   EXPECT_THROW(w.quiet_lookup("//td"), webdriver::NoSuchElementException);  // quiet, yet it raises
 }
 
+// A page still loading drops clicks: the click waits for its document, within the bound.
+TEST_F(ElementLayerTests, AClickWaitsForItsDocumentToLoadButNoLongerThanTheBound) {
+  fb->add("id:tabStorage");
+  std::vector<std::string> states = {"loading", "interactive", "complete"};
+  size_t asked = 0;
+  fb->document_state = [&] { return states[std::min(asked++, states.size() - 1)]; };
+  w.locateElementById("tabStorage");
+  EXPECT_EQ(asked, 3u);
+  EXPECT_EQ(clock.sleeps(), (std::vector<double>{0.1, 0.1}));
+  EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:tabStorage"}));
+
+  clock.clear();
+  fb->events.clear();
+  fb->document_state = [] { return std::string("loading"); };  // never loads: clicks at the bound
+  w.locateElementById("tabStorage");
+  EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:tabStorage"}));
+  EXPECT_NEAR(slept(), w.timeout, 0.1 + 1e-9);
+}
+
 TEST_F(ElementLayerTests, QuietListLookupsMayBeEmptyAndNeverWait) {
   EXPECT_TRUE(w.locateElementsByXpath("//tr").empty());
   fb->add("xpath://tr");

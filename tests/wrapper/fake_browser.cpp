@@ -184,6 +184,7 @@ Json FakeBrowser::execute(std::string_view command, const Json& params) {
     if (args.size() == 1 && args[0].is_object() && args[0].contains(webdriver::kElementKey)) {
       auto& e = element_arg(0);
       if (script.find("scrollIntoView") != std::string::npos) return true;
+      if (script.find("readyState") != std::string::npos) return document_state ? document_state() : "complete";
       return e.displayed;
     }
     events.push_back("script");

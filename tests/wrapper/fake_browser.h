@@ -56,6 +56,9 @@ class FakeBrowser {
   std::function<void(const std::string&)> on_script;
   // When set, answers those page scripts (with their arguments) instead of null.
   std::function<Json(const std::string&, const Json&)> answer_script;
+  // The readyState of the page an element is in, asked before each click ("complete"
+  // when unset).
+  std::function<std::string()> document_state;
   // Every command received after the session started, in order.
   int commands = 0;
 

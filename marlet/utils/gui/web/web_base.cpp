@@ -27,6 +27,9 @@ namespace {
 
 // Presence is polled this often within one lookup attempt.
 constexpr double kLookupPoll = 0.5;
+// A document that is still loading is asked again this often before a click.
+constexpr double kLoadPoll = 0.1;
+constexpr const char* kDocumentState = "return arguments[0].ownerDocument.readyState;";
 
 class LaunchingFactory final : public BrowserFactory {
  public:
@@ -160,7 +163,10 @@ Element WebBase::locate(const By& by, const std::string& what, const LocateOptio
     try {
       Element element = find_once(by, what);
       if (o.highlight) highlight(element);
-      if (o.click) element.click();
+      if (o.click) {
+        await_loaded_document(element);
+        element.click();
+      }
       return element;
     } catch (const MarletException&) {
       if (attempt >= attempts) throw;
@@ -177,11 +183,36 @@ Element WebBase::locateElementByXpath(const std::string& xpath, LocateOptions o)
   return locate(By::xpath(xpath), describe("xpath", xpath), o);
 }
 
+// An element can be found in a page that is still loading: a driver that clicks a tab
+// right after the menu loaded the page into the frame finds the new page's tab at once.
+// Until the browser first paints that page, it hit-tests a click into the frame element
+// of the page around it, and the tab never hears of it. So a click waits until the
+// element's document has loaded, for at most the lookup's bound; past it, it clicks
+// anyway and the next lookup reports what is missing. A document gone meanwhile (a
+// stale element) is left to the click to report.
+void WebBase::await_loaded_document(const Element& element) {
+  auto& s = session();
+  auto deadline = clock_->now() + Clock::Duration(timeout);
+  while (true) {
+    try {
+      Json state = s.execute_script(kDocumentState, Json::array({element.to_json()}));
+      if (!state.is_string() || state.get<std::string>() == "complete") return;
+    } catch (const webdriver::WebDriverException&) {
+      return;
+    }
+    if (clock_->now() >= deadline) return;
+    clock_->sleep_seconds(kLoadPoll);
+  }
+}
+
 std::vector<Element> WebBase::locateElementsByXpath(const std::string& xpath, QuietOptions o) {
   auto elements = session().find_elements(By::xpath(xpath));
   for (auto& e : elements) {
     if (o.highlight) highlight(e);
-    if (o.click) e.click();
+    if (o.click) {
+      await_loaded_document(e);
+      e.click();
+    }
   }
   return elements;
 }

@@ -5,7 +5,8 @@
 //
 // A failed lookup raises a MarletException subclass (NoSuchElementException of the
 // browser client) whose message names the locator; every lookup is bounded by
-// `timeout`. Highlighting never changes the DOM for good: the `style` attribute is put
+// `timeout`. A click waits, within that bound too, until the element's document has
+// loaded: the browser drops a click on a page it has not yet painted. Highlighting never changes the DOM for good: the `style` attribute is put
 // back exactly as it was (absent stays absent).
 #pragma once
 
@@ -126,6 +127,7 @@ class WebBase {
  private:
   Element find_once(const webdriver::By& by, const std::string& what);
   Element locate(const webdriver::By& by, const std::string& what, const LocateOptions& o);
+  void await_loaded_document(const Element& element);
   void highlight(const Element& element);
   void fill(Element element, const std::string& value, bool highlight);
   std::string text_with_retry(const webdriver::By& by, const std::string& what, const TextOptions& o);
