@@ -3,7 +3,7 @@ password change of a first login.
 
 Users live in state.machine["users"], one record each:
     {"name", "password", "role" ("Administrator" | "Operator" | "Common User"),
-     "password_validity", "status", "rules": [three classes],
+     "password_validity", "status", "rules": [three classes; null: an em without one],
      "login_interfaces": {interface name: state class}, "first_login": bool}
 Every change is acted out under the logged-in user, whose own password the console
 asks for; a refused change leaves the list as it was and says why.

@@ -42,7 +42,8 @@
       var rules = u.rules || ["enable", "enable", "disable"];
       for (var r = 0; r < 3; r++) {
         var rule = el("span");
-        rule.appendChild(el("em", {"class": rules[r]}));
+        // A rule of null is an em without a class attribute, as some firmware writes it.
+        rule.appendChild(el("em", rules[r] === null ? {} : {"class": rules[r]}));
         row.appendChild(rule);
       }
       var intf = u.login_interfaces || {};

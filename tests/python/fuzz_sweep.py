@@ -7,9 +7,12 @@ Run as `python3 -m tests.python.fuzz_sweep --part PART --seed N [--url URL]`:
   compare  the comparisons (no browser), many inputs each;
   console  every operation that keeps the login, against one logged-in console at URL;
            the console's state (GET /__sim/state) must not change across a call refused
-           with one of the Python kinds (TypeError, KeyError, ValueError, ...);
+           with one of the Python kinds (TypeError, KeyError, ValueError, ...), and one
+           refused before the browser got a command logs nothing and takes no picture;
   session  the operations that start or end a session (logins, logout, close, kill,
            password and address changes), on a wrapper that never logged in.
+Every operation also gets a text too long to type in each argument (and under each key
+of its map that it asks for), which it must refuse at once.
 The operations are read from the class, so a new one is swept without any change here.
 """
 import argparse
@@ -17,6 +20,7 @@ import collections.abc
 import inspect
 import json
 import math
+import os
 import random
 import re
 import ssl
@@ -228,8 +232,10 @@ def operations(part):
 
 
 class Sweep(object):
-    def __init__(self, wrapper, rng, state=None):
+    def __init__(self, wrapper, rng, state=None, picture_dir=None):
         self.wrapper = wrapper
+        self.picture_dir = picture_dir
+        self.quiet_refusals = True
         self.rng = rng
         self.state = state          # reads the console's state, or None
         self.known_keys = {}        # operation -> keys learnt from its KeyErrors
@@ -254,6 +260,8 @@ class Sweep(object):
         if self.state is not None:
             self.last_state = self.state()  # just before the call: nothing else falls in between
         commands = self.wrapper.command_count()
+        lines = LINES.count
+        pictures = self.pictures()
         started = time.time()
         outcome, detail = "result", ""
         try:
@@ -280,6 +288,13 @@ class Sweep(object):
             if outcome == "refused" and now != self.last_state:
                 changed = _difference(self.last_state, now)
             self.last_state = now
+        if outcome == "refused" and self.quiet_refusals and self.wrapper.command_count() == commands:
+            # Refused before the browser got a command: nothing to look at, nothing to say.
+            # (The comparisons touch no console: they log their lines, then read the records.)
+            if LINES.count != lines:
+                changed = "logged %d line(s): %s" % (LINES.count - lines, LINES.last[:200])
+            elif self.pictures() != pictures:
+                changed = "took a picture"
         bad = outcome == "undocumented" or changed is not None
         self.violations += bad
         emit({"event": "end", "op": op, "outcome": outcome, "detail": detail[:300], "seconds": round(seconds, 3),
@@ -300,6 +315,24 @@ class Sweep(object):
             emit({"event": "relogin", "after": op})
             self.login()
             self.last_state = self.state()
+
+    def pictures(self):
+        return len(os.listdir(self.picture_dir)) if self.picture_dir and os.path.isdir(self.picture_dir) else 0
+
+    def too_long_to_type(self, op, params):
+        """Every argument a text too long to type; a map of parameters holds it under every
+        key the operation asks for, learnt from its KeyErrors (a few calls)."""
+        if not params:
+            return
+        if params[0].name != "params":
+            self.call(op, [MB_TEXT] * len(params), {})
+            return
+        keys = self.known_keys.setdefault(op, [])
+        for _ in range(6):
+            known = len(keys)
+            self.call(op, [{k: MB_TEXT for k in keys}] + [MB_TEXT] * (len(params) - 1), {})
+            if len(keys) == known:
+                break
 
     def sweep(self, op, draws):
         params = parameters(getattr(VornaWebWrapper, op))
@@ -324,6 +357,24 @@ class Sweep(object):
                 else:
                     args.append(v)
             self.call(op, args, kwargs)
+        self.too_long_to_type(op, params)
+
+
+class LineCount(object):
+    """The class's logger during the sweep: counts the lines, keeps the last."""
+
+    def __init__(self):
+        self.count = 0
+        self.last = ""
+
+    def _line(self, line):
+        self.count += 1
+        self.last = str(line)
+
+    info = warn = error = _line
+
+
+LINES = LineCount()
 
 
 def _text(e):
@@ -378,6 +429,7 @@ def main():
     set_time_scale(a.time_scale)
     rng = random.Random(a.seed)
     browser = {"screenshot_dir": a.screenshots} if a.screenshots else {}
+    VornaWebWrapper.logger = LINES
     wrapper = VornaWebWrapper({"browser": browser})
     state = None
     login = None
@@ -389,7 +441,8 @@ def main():
                                        "extra_port": {"https": int(port)}}})
         login()
         state = state_reader(a.url)
-    sweep = Sweep(wrapper, rng, state)
+    sweep = Sweep(wrapper, rng, state, a.screenshots)
+    sweep.quiet_refusals = a.part != "compare"
     sweep.login = login
     sweep.home = a.url + "/index.html" if a.url else None
     sweep.fault = a.fault

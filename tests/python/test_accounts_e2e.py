@@ -6,7 +6,7 @@ import pytest
 
 from marlet.exception.webloginexception import WebLoginException
 from marlet.utils.time import set_time_scale
-from tests.python.console import logged_in_console
+from tests.python.console import logged_in_console, patch
 from tests.python.accounts_support import console_on_443, eventually, set_users, users
 from tests.python.pace import roomy_scale
 
@@ -80,29 +80,49 @@ def test_add_each_role_then_list_and_delete(console, log_lines):
     assert eventually(lambda: "op1" in roles(sim), False) is False
 
 
-def test_refused_calls_leave_the_list_as_it_was(console):
+def test_only_what_cannot_be_typed_is_refused_and_the_console_judges_the_rest(console, log_lines):
     w, sim = console
     before = users(sim)
-    bad = [({"password": "Pw@1", "cur_password": "Admin@9000"}, KeyError),
-           ({"username": "u9", "password": "Pw@1", "cur_password": "Admin@9000", "role": 2}, TypeError),
-           ({"username": "o'neil", "password": "Pw@1", "cur_password": "Admin@9000"}, ValueError),
-           ({"username": "m\u00fcller", "password": "Pw@1", "cur_password": "Admin@9000"}, ValueError),
-           ({"username": "u9", "password": "", "cur_password": "Admin@9000"}, ValueError),
-           ({"username": "u9", "password": "Pw@1"}, KeyError)]
-    for params, kind in bad:
+    # Refused before the console: an absent key reads as None, which cannot be typed, and
+    # a text too long to type. No log line, no picture, the list as it was.
+    refused = [(w.web_add_user, {"password": "Pw@1", "cur_password": "Admin@9000"}, TypeError),
+               (w.web_add_user, {"username": "u9", "password": "Pw@1"}, TypeError),
+               (w.web_add_user, {"username": "u9", "password": "x" * 1025, "cur_password": "Admin@9000"}, ValueError),
+               (w.web_add_admin_user, {"password": "Pw@1"}, TypeError),
+               (w.web_mod_password, {"username": "operator", "old_pwd": "Admin@9000"}, TypeError)]
+    for call, params, kind in refused:
         with pytest.raises(kind):
-            w.web_add_user(params)
-    with pytest.raises(KeyError, match="username"):
-        w.web_add_admin_user({"password": "Pw@1"})
-    with pytest.raises(KeyError, match="new_pwd"):
-        w.web_mod_password({"username": "operator", "old_pwd": "Admin@9000"})
-    with pytest.raises(TypeError):
-        w.web_del_user_web({"username": None})
-    # A wrong acting password gets through the form but the console turns it down.
-    w.web_add_user({"username": "u9", "password": "Pw@1", "cur_password": "wrong"})
-    assert eventually(lambda: "Add user (u9) failed" in [e["text"] for e in sim.oplog()], True)
-    dismiss(w)
+            call(params)
+    assert log_lines.texts() == []
+    # What can be typed goes to the console as given, an empty acting password included;
+    # the console turns each down, and the operation completes with the list it shows.
+    for name, password, acting in (("u9", "Pw@1", ""), ("o'neil", "Pw@1", "Admin@9000"),
+                                   ("m\u00fcller", "Pw@1", "Admin@9000"), ("u9", "", "Admin@9000"),
+                                   ("u9", "Pw@1", "wrong")):
+        del log_lines.lines[:]
+        refusals = lambda: [e["text"] for e in sim.oplog()].count("Add user (%s) failed" % name)  # noqa: E731
+        earlier = refusals()
+        result = w.web_add_user({"username": name, "password": password, "cur_password": acting, "role": 2})
+        assert result["complete"] is True and "operator" in result["userlist"]
+        assert log_lines.texts() == ["[add_user] user:%s password:%s" % (name, password), "[add_user] completion"]
+        assert eventually(lambda: refusals() > earlier, True)
+        dismiss(w)
+    # A name that is only compared matches no row: not found, as the console shows no such user.
+    assert w.web_del_user_web({"username": None}) is False
+    assert log_lines.texts("warn")[-1] == "[delUser] Not find user name None"
     assert users(sim) == before
+
+
+def test_rules_read_the_class_attribute_itself(console):
+    w, sim = console
+    listed = users(sim)
+    changed = [dict(u, rules=[None, "", "enable"]) if u["name"] == "operator" else u for u in listed]
+    patch(sim, {"users": changed})
+    try:
+        operator = [u for u in w.web_query_users()["users"] if u["name"] == "operator"][0]
+    finally:
+        patch(sim, {"users": listed})
+    assert (operator["rule1"], operator["rule2"], operator["rule3"]) == ("None", "", "enable")
 
 
 def test_a_page_without_the_add_control_lists_users_all_the_same(console):

@@ -6,6 +6,7 @@ import os
 import pytest
 
 from marlet.exception.marlet_exception import MarletException
+from marlet.exception.webdriverexception import InvalidArgumentException
 from tests.python.firmware_support import (complete_archive, console_with_downloads, eventually, listing, patch,
                                            text_file)
 
@@ -76,10 +77,14 @@ def test_paths_that_are_no_firmware_file(console, tmp_path, log_lines):
     with pytest.raises(MarletException):
         w.set_firmware_upgrade(missing)
     w.web_switch_page_logout()
-    with pytest.raises(ValueError, match="filepath"):
-        w.set_firmware_upgrade(str(tmp_path))
-    with pytest.raises(ValueError, match="fw_path"):
-        w.update_fw(str(tmp_path))
+    # A folder exists: both go on to the upload, where the file input refuses it with the
+    # browser's invalid-argument kind, naming the path.
+    for call, line in ((w.set_firmware_upgrade, "[setFirmwareUpgrade] filepath:%s" % tmp_path), (w.update_fw, None)):
+        del log_lines.lines[:]
+        with pytest.raises(InvalidArgumentException, match=str(tmp_path)):
+            call(str(tmp_path))
+        assert [t for t in log_lines.texts() if not t.startswith("[screenshot]")] == ([line] if line else [])
+        w.web_switch_page_logout()
     with pytest.raises(TypeError):
         w.update_fw(None)
     assert len(uploads(sim)) == before

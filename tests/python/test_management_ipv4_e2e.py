@@ -38,7 +38,7 @@ def answers(url):
         return None
 
 
-def test_read_refuse_bad_records_and_change_the_gateway(sim, wrapper, log_lines):
+def test_read_refuse_bad_records_and_change_the_gateway(sim, wrapper, log_lines, tmp_path):
     log_in(wrapper, {"bmc": sim.controller()})
     record = wrapper.get_manage_ipv4()
     assert list(record.items()) == [("ipv4_address", sim.address), ("ipv4_mask", "255.255.255.0"),
@@ -53,8 +53,12 @@ def test_read_refuse_bad_records_and_change_the_gateway(sim, wrapper, log_lines)
     with pytest.raises(TypeError) as info:
         wrapper.mod_bmc_ip_addr(dict(record, ipv4_mask=24))
     assert "ipv4_mask" in str(info.value)
-    # Refused before the log line: only the failure pictures were logged.
-    assert [t for t in log_lines.texts()[lines:] if not t.startswith("[screenshot]")] == []
+    with pytest.raises(ValueError) as info:
+        wrapper._mod_manage_ipv4(dict(record, ipv4_address="1" * 1025))
+    assert str(info.value) == "ipv4_address is 1025 characters long; a console field is typed 1024 characters at most"
+    # Refused before anything: no log line, no picture.
+    assert log_lines.texts()[lines:] == []
+    assert not (tmp_path / "pictures").exists() or list((tmp_path / "pictures").iterdir()) == []
     assert not wrapper.isClosed()
     assert ipv4(sim) == {"address": sim.address, "mask": "255.255.255.0", "gateway": "127.0.0.254"}
 

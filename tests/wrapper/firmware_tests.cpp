@@ -1,4 +1,5 @@
 // Firmware upgrades and the diagnostics export against a scripted console.
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 
@@ -178,20 +179,27 @@ TEST_F(FirmwareTests, UpdateFwTestsThePathAfterTheMenuAndStaysInTheFrame) {
   EXPECT_EQ(clock.sleeps(), std::vector<double>{300}) << "a fixed wait, no poll";
 }
 
-TEST_F(FirmwareTests, AFolderOrAnEmptyPathIsRefusedBeforeAnyUpload) {
+TEST_F(FirmwareTests, APathThatExistsButCannotBeUploadedFailsAtTheUploadNamingIt) {
   Scratch s;
+  const std::string folder = s.dir.string();
+  auto fails_at_upload = [&](auto call, const char* input) {
+    fb->events.clear();
+    try {
+      call();
+      ADD_FAILURE() << "a folder was uploaded";
+    } catch (const webdriver::InvalidArgumentException& e) {
+      EXPECT_NE(std::string(e.what()).find(folder), std::string::npos) << e.what();
+    }
+    EXPECT_EQ(fb->events.back(), std::string("frame id:rightMid")) << "the page was opened, the upload failed";
+    EXPECT_EQ(fb->find(input)->value, "");
+  };
+  fails_at_upload([&] { w.set_firmware_upgrade(folder); }, "id:file_upload");
+  fails_at_upload([&] { w.update_fw(folder); }, R"(xpath://*[@id="file_upload"])");
+  EXPECT_EQ(log->texts().front(), "[setFirmwareUpgrade] filepath:" + folder);
+  // No test of its own in set_firmware_upgrade: an empty path goes to the file input.
   fb->events.clear();
-  EXPECT_THROW(w.set_firmware_upgrade(s.dir.string()), marlet::ValueError);
-  EXPECT_TRUE(fb->events.empty()) << "nothing clicked before the refusal";
-  try {
-    w.update_fw(s.dir.string());
-    FAIL() << "a folder is no firmware file";
-  } catch (const marlet::ValueError& e) {
-    EXPECT_NE(std::string(e.what()).find("fw_path"), std::string::npos) << e.what();
-  }
-  EXPECT_EQ(fb->find("id:file_upload")->value, "");
-  EXPECT_EQ(fb->find(R"(xpath://*[@id="file_upload"])")->value, "");
-  EXPECT_THROW(w.set_firmware_upgrade(""), marlet::ValueError);
+  w.set_firmware_upgrade("");
+  EXPECT_EQ(fb->events[3], "keys id:file_upload ");
 }
 
 TEST_F(FirmwareTests, AMissingStartButtonPropagatesInsideTheFrame) {
@@ -238,7 +246,15 @@ TEST_F(DiagnosticsTests, TheProgressBoxIsPolledEveryThirtySecondsUpToTheTimeout)
   EXPECT_FALSE(fs::exists(path)) << "the old file is already gone when the wait fails";
   auto sleeps = clock.sleeps();
   EXPECT_EQ(sleeps, (std::vector<double>{10, 30, 30, 30, 30}));
-  EXPECT_THROW(w.set_info_collection(-1), marlet::ValueError);
+  // A negative time-out is a wait all the same: one look, and the time-out after a poll.
+  clock.clear();
+  EXPECT_THROW(w.set_info_collection(-1), webdriver::TimeoutException);
+  EXPECT_EQ(clock.sleeps(), (std::vector<double>{10, 30}));
+  // A wait that could never end is refused before anything happens.
+  fb->events.clear();
+  EXPECT_THROW(w.set_info_collection(std::nan("")), marlet::ValueError);
+  EXPECT_THROW(w.set_info_collection(1e300), marlet::ValueError);
+  EXPECT_TRUE(fb->events.empty());
 }
 
 TEST_F(DiagnosticsTests, ExportClicksTheDownloadBetweenTwoPageSettles) {

@@ -58,9 +58,10 @@ TEST_F(SecretsTests, ARefusedLoginCarriesNeitherPasswordInItsTexts) {
 
 TEST_F(SecretsTests, AnActingPasswordOfTheWrongTypeIsNotShown) {
   logged_in();
-  w.password = 55512345;
+  w.password = Json::array({"Pw@55512345"});
   std::string text = failure_of([&] { w.web_add_admin_user({{"username", "ops1"}, {"password", "Pw@12345"}}); });
-  EXPECT_EQ(text, "the wrapper holds no password of the acting user (it is of type int); log in with web_login first");
+  EXPECT_EQ(text,
+            "the wrapper holds no password of the acting user to type (it is of type list); log in with web_login first");
   w.password = nullptr;
   text = failure_of([&] { w.web_add_admin_user({{"username", "ops1"}, {"password", "Pw@12345"}}); });
   EXPECT_NE(text.find("(it is None)"), std::string::npos) << text;

@@ -226,11 +226,44 @@ void WebBase::highlight(const Element& element) {
   }
 }
 
+size_t typed_length(const std::string& text) {
+  size_t n = 0;
+  for (unsigned char c : text) n += (c & 0xC0) != 0x80;
+  return n;
+}
+
+namespace {
+
+// A path the browser's file input would take but could not upload: a folder, or a file
+// this process cannot read. One path per line, as a file input takes several.
+void check_upload(const std::string& paths) {
+  std::istringstream lines(paths);
+  std::string path;
+  while (std::getline(lines, path)) {
+    std::error_code ec;
+    if (path.empty() || !fs::exists(path, ec)) continue;  // the browser's own refusal names it
+    if (!fs::is_regular_file(path, ec))
+      throw webdriver::InvalidArgumentException("cannot upload " + path + ": it is no regular file",
+                                                "invalid argument");
+    if (!std::ifstream(path, std::ios::binary))
+      throw webdriver::InvalidArgumentException("cannot upload " + path + ": it cannot be read", "invalid argument");
+  }
+}
+
+}  // namespace
+
 void WebBase::fill(Element element, const std::string& value, bool do_highlight) {
   if (do_highlight) highlight(element);
   auto type = element.get_attribute("type");
   bool file_input = element.tag_name() == "input" && type && *type == "file";
-  if (!file_input) element.clear();
+  if (file_input) {
+    check_upload(value);
+  } else {
+    if (typed_length(value) > kLongestTypedText)
+      throw ValueError(py::format("a text of %s characters is too long to type; the limit is %s characters",
+                                  typed_length(value), kLongestTypedText));
+    element.clear();
+  }
   element.send_keys(value);
 }
 

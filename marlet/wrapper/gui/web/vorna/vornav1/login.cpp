@@ -62,8 +62,8 @@ bool VornaWebWrapper::web_login(const Json& params) {
     port = port_value(https_port, "bmc.extra_port['https']");
   }
   std::string address_text = text_value(address, "the controller address");
-  std::string user_text = text_value(user, "username");
-  std::string pass_text = secret_value(pass, "password");
+  std::string user_text = typed_text(text_value(user, "username"), "username");
+  std::string pass_text = typed_text(secret_value(pass, "password"), "password");
 
   bmc_ip = local_ip;
   username = record_user;

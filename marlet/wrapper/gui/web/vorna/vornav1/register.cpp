@@ -37,7 +37,8 @@ VornaWebWrapper::RegisterLogin VornaWebWrapper::register_start(const Json& param
   // An address object of the harness stands for its text; names and passwords are typed.
   if (!address.is_string() && !address.is_binary())
     throw marlet::TypeError(py::format("ipv4 must be a text, not %s", py::type_name(address)));
-  RegisterLogin login{py::str(address), text_of(user, "username"), text_of(pass, "password")};
+  RegisterLogin login{py::str(address), typed_text(text_of(user, "username"), "username"),
+                     typed_text(text_of(pass, "password"), "password")};
 
   logger().info("[login] Login BMC Web ...");
   logger().info(py::format("[login] ipv4_address: %s", address));
@@ -69,6 +70,7 @@ bool VornaWebWrapper::web_register(const Json& params) {
   Json new_pwd = py::get(params, "new_pwd");
   if (py::truthy(new_pwd) && !new_pwd.is_string())
     throw marlet::TypeError(py::format("new_pwd must be a text, not %s", py::type_name(new_pwd)));
+  if (py::truthy(new_pwd)) typed_text(new_pwd.get<std::string>(), "new_pwd");
   RegisterLogin login = register_start(params, "web_register");
 
   if (py::truthy(py::get(params, "isFirst"))) {

@@ -11,16 +11,17 @@ namespace py = marlet::py;
 namespace {
 
 // The wrapper's `password` attribute, which the console asks for as the acting user's
-// password. Without a login through web_login it is null, and the console could not be
-// answered, so the call is refused before the page is touched.
+// password. Without a login through web_login it is null, which cannot be typed, so the
+// call is refused before the page is touched.
 std::string acting_password(const Json& attribute) {
+  if (attribute.is_number_integer() || attribute.is_number_unsigned()) return py::str(attribute);
   if (!attribute.is_string())
-    throw marlet::ValueError(
+    throw marlet::TypeError(
         // The attribute's type alone: whatever it holds may be a password all the same.
-        "the wrapper holds no password of the acting user (it is " +
+        "the wrapper holds no password of the acting user to type (it is " +
         (attribute.is_null() ? std::string("None") : std::string("of type ") + py::type_name(attribute)) +
         "); log in with web_login first");
-  return attribute.get<std::string>();
+  return typed_text(attribute.get<std::string>(), "the wrapper's password");
 }
 
 // Opens the local users page, opens the add form, fills it, clicks the role selector
@@ -39,11 +40,11 @@ Element add_through_form(VornaWebWrapper& w, const std::string& acting, const st
 }
 
 // The first row whose name equals `name` as a whole, with its row number; none when no
-// row matches (an empty list included).
-std::optional<int> find_row(VornaWebWrapper& w, const std::string& name) {
+// row matches (an empty list included, and a name that is no text: null, a number).
+std::optional<int> find_row(VornaWebWrapper& w, const Json& name) {
   auto rows = w.session().find_elements_by_xpath(accounts::kRows);
   for (size_t i = 0; i < rows.size(); ++i)
-    if (rows[i].find_element_by_xpath(accounts::kRowName).text() == name) return accounts::row_number(i);
+    if (Json(rows[i].find_element_by_xpath(accounts::kRowName).text()) == name) return accounts::row_number(i);
   return std::nullopt;
 }
 
@@ -51,8 +52,8 @@ std::optional<int> find_row(VornaWebWrapper& w, const std::string& name) {
 
 bool VornaWebWrapper::web_add_admin_user(const Json& params) {
   require_params_map(params, "web_add_admin_user");
-  std::string name = accounts::new_user_name(params);
-  std::string pass = accounts::password_param(params, "password");
+  std::string name = accounts::typed_param(params, "username");
+  std::string pass = accounts::typed_param(params, "password");
   std::string acting = acting_password(password);
 
   logger().info(py::format("[addAdminUser] user:%s password:%s", name, pass));
@@ -65,10 +66,11 @@ bool VornaWebWrapper::web_add_admin_user(const Json& params) {
 
 Json VornaWebWrapper::web_add_user(const Json& params) {
   require_params_map(params, "web_add_user");
-  std::string name = accounts::new_user_name(params);
-  std::string pass = accounts::password_param(params, "password");
-  // The acting user's password comes from the params only, never from the wrapper.
-  std::string acting = accounts::password_param(params, "cur_password");
+  std::string name = accounts::typed_param(params, "username");
+  std::string pass = accounts::typed_param(params, "password");
+  // The acting user's password comes from the params only, never from the wrapper, and
+  // goes in as given, an empty one included: the console judges it.
+  std::string acting = accounts::typed_param(params, "cur_password");
   const char* selector = accounts::role_selector(py::get(params, "role"));
 
   logger().info(py::format("[add_user] user:%s password:%s", name, pass));
@@ -84,7 +86,9 @@ Json VornaWebWrapper::web_add_user(const Json& params) {
 
 bool VornaWebWrapper::web_del_user_web(const Json& params) {
   require_params_map(params, "web_del_user_web");
-  std::string name = accounts::text_param(params, "username");
+  // The name is only compared with the rows' names: any value serves, and one that is
+  // no text matches no row.
+  Json name = py::get(params, "username");
   std::string acting = acting_password(password);
 
   logger().info(py::format("[delUser] user:%s", name));
@@ -109,9 +113,9 @@ bool VornaWebWrapper::web_del_user_web(const Json& params) {
 
 bool VornaWebWrapper::web_mod_password(const Json& params) {
   require_params_map(params, "web_mod_password");
-  std::string name = accounts::text_param(params, "username");
-  std::string old_pwd = accounts::password_param(params, "old_pwd");
-  std::string new_pwd = accounts::password_param(params, "new_pwd");
+  Json name = py::get(params, "username");  // compared only, as in web_del_user_web
+  std::string old_pwd = accounts::typed_param(params, "old_pwd");
+  std::string new_pwd = accounts::typed_param(params, "new_pwd");
 
   logger().info(py::format("[modPassword] user:%s old_password:%s new_password:%s", name, old_pwd, new_pwd));
   open_page(pages::kLocalUsers, timeout);

@@ -16,15 +16,16 @@ Json attribute(Element element, const std::string& name) {
   return value ? Json(*value) : Json(nullptr);
 }
 
-// str() of an attribute: the text, or "None" when absent.
-std::string attribute_text(Element element, const std::string& name) { return py::str(attribute(element, name)); }
-
 std::string span_text(Element& row, int index) {
   return row.find_element_by_xpath("./span[" + std::to_string(index) + "]").text();
 }
 
+// The rule's "class" attribute as the markup holds it: "None" for an `em` without one, ""
+// for an empty one. Read as the attribute itself: get_attribute("class") reads the
+// className property, which is "" in both cases.
 std::string rule_class(Element& row, int index) {
-  return attribute_text(row.find_element_by_xpath("./span[" + std::to_string(index) + "]/em"), "class");
+  auto value = row.find_element_by_xpath("./span[" + std::to_string(index) + "]/em").get_dom_attribute("class");
+  return py::str(value ? Json(*value) : Json(nullptr));
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 // The local users page: its locators, the numbering of its rows, the table of login
 // interfaces, and what the account operations check of their params before they touch
-// the console (so that a refused call leaves the console's user list as it was).
+// the console: only what could not be typed at all. Whatever can be typed is typed, and
+// the console answers it (it refuses a wrong acting password, an empty password, a name
+// it does not take).
 #pragma once
 
 #include <array>
@@ -33,15 +35,11 @@ inline constexpr int kFirstRow = 2;
 inline int row_number(size_t index) { return kFirstRow + static_cast<int>(index); }
 
 // The role selector of a role: administrator (the console's default) for an empty or
-// absent role, "Operator" and "Common User" by name; any other text selects none.
-// TypeError for a role that is no text.
+// absent role, "Operator" and "Common User" by name; any other value selects none.
 inline const char* role_selector(const Json& role) {
   if (!marlet::py::truthy(role)) return "//input[@num='0']";
-  if (!role.is_string())
-    throw marlet::TypeError("role must be a text, not " + std::string(marlet::py::type_name(role)));
-  const auto& text = role.get_ref<const std::string&>();
-  if (text == "Operator") return "//input[@num='1']";
-  if (text == "Common User") return "//input[@num='2']";
+  if (role == "Operator") return "//input[@num='1']";
+  if (role == "Common User") return "//input[@num='2']";
   return nullptr;
 }
 
@@ -49,37 +47,17 @@ inline const char* role_selector(const Json& role) {
 inline constexpr std::array<const char*, 8> kLoginInterfaces = {"Web", "SNMP", "IPMI", "SSH",
                                                                 "SFTP", "", "Local", "Redfish"};
 
-// A required key: KeyError naming it when absent, TypeError when present but no text.
-inline std::string text_param(const Json& params, const char* key) {
-  if (!params.contains(key)) throw marlet::KeyError(key);
-  const Json& value = params[key];
+// A value the operation types into the page, checked before the console is touched:
+// a text as it is (an empty one included: the console answers it), an integer as its
+// digits (as the browser's key input types a number). An absent key reads as null, and
+// null, like any other value, cannot be typed: TypeError naming the key. A text too long
+// to type: ValueError naming the key and the limit.
+inline std::string typed_param(const Json& params, const char* key) {
+  Json value = marlet::py::get(params, key);
+  if (value.is_number_integer() || value.is_number_unsigned()) return marlet::py::str(value);
   if (!value.is_string())
-    throw marlet::TypeError(marlet::py::format("%s must be a text, not %s", key, marlet::py::type_name(value)));
-  return value.get<std::string>();
-}
-
-// A password the console would take: a text that is not empty.
-inline std::string password_param(const Json& params, const char* key) {
-  std::string value = text_param(params, key);
-  if (value.empty()) throw marlet::ValueError(marlet::py::format("%s must not be empty", key));
-  return value;
-}
-
-// A name the console can hold: not empty, printable ASCII without quotes or blanks at
-// its ends (the console turns such names down, and they could never be found again).
-inline std::string new_user_name(const Json& params) {
-  std::string name = text_param(params, "username");
-  if (name.empty()) throw marlet::ValueError("username must not be empty");
-  for (unsigned char c : name) {
-    if (c < 0x20 || c >= 0x7f)
-      throw marlet::ValueError("username must hold printable ASCII characters only, not " +
-                               marlet::py::repr_text(name));
-    if (c == '\'' || c == '"')
-      throw marlet::ValueError("username must not hold quotes: " + marlet::py::repr_text(name));
-  }
-  if (name.front() == ' ' || name.back() == ' ')
-    throw marlet::ValueError("username must not begin or end with a blank: " + marlet::py::repr_text(name));
-  return name;
+    throw marlet::TypeError(marlet::py::format("%s must be a text to type, not %s", key, marlet::py::type_name(value)));
+  return typed_text(value.get<std::string>(), key);
 }
 
 }  // namespace vorna::accounts

@@ -7,6 +7,7 @@
 
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 #include "webdriver/errors.h"
+#include "webdriver/support/wait.h"
 
 namespace vorna {
 namespace py = marlet::py;
@@ -28,8 +29,12 @@ void refuse_remote_download(const marlet::BrowserConfig& config, const std::stri
 }  // namespace
 
 std::string VornaWebWrapper::set_info_collection(double timeout) {
-  if (std::isnan(timeout) || timeout < 0)
-    throw marlet::ValueError(py::format("timeout must be a number of seconds, not %s", timeout));
+  // A wait no clock can hold (NaN, an infinity, beyond some 292 years either way) could
+  // never end; it is refused before anything happens. A negative time-out is a wait like
+  // any other: one look, and the time-out after one poll.
+  if (!std::isfinite(timeout) || std::fabs(timeout) > webdriver::kLongestWaitSeconds)
+    throw marlet::ValueError(py::format("timeout must be a finite number of seconds up to %s, not %s",
+                                        webdriver::kLongestWaitSeconds, timeout));
   refuse_remote_download(config(), "set_info_collection", kCollectionFile);
   logger().info("[setInfoCollection]");
   // os.path.join: an empty folder leaves the bare name.

@@ -20,9 +20,8 @@ constexpr const char* kComplete = "The upgrade is complete.";
 
 bool VornaWebWrapper::set_firmware_upgrade(const std::string& filepath) {
   logger().info(py::format("[setFirmwareUpgrade] filepath:%s", filepath));
-  std::string upload = firmware::upload_path(filepath, "filepath");
   open_page(pages::kFirmware);
-  fillElementById("file_upload", upload, false);
+  fillElementById("file_upload", firmware::upload_path(filepath), false);
   locateElementByXpath("//button[@type='button']");
   confirm_dialog();
   settle(10);
@@ -47,9 +46,8 @@ Json VornaWebWrapper::update_fw(const std::string& fw_path) {
     logger().info("param must absolute path");
     return nullptr;
   }
-  std::string upload = firmware::upload_path(fw_path, "fw_path");
   enter_content_frame();
-  fillElementByXpath(R"(//*[@id="file_upload"])", upload, false);
+  fillElementByXpath(R"(//*[@id="file_upload"])", firmware::upload_path(fw_path), false);
   locateElementByXpath(R"(//*[@id="systemUpgradeBtn"]/span/button/div/span)");
   leave_content_frame();
   locateElementByXpath(R"(//*[@id="btnDialogOK"])");

@@ -3,6 +3,7 @@
 #include <array>
 
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/operation_params.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
 namespace vorna {
@@ -47,7 +48,7 @@ bool VornaWebWrapper::_mod_manage_ipv4(const Json& params) {
     if (!value.is_string())
       throw marlet::TypeError(py::format("_mod_manage_ipv4(): %s must be text, not %s", kFields[i].first,
                                          py::type_name(value)));
-    values[i] = value.get<std::string>();
+    values[i] = typed_text(value.get<std::string>(), kFields[i].first);
   }
   logger().info(py::format("[modManageIpv4] ipv4_address:%s ipv4_mask:%s ipv4_gateway:%s", values[0], values[1],
                            values[2]));

@@ -31,6 +31,7 @@ bool VornaWebWrapper::web_set_power_cap(const Json& params) {
   if (!value.is_null() && !value.is_number() && !value.is_string())
     throw marlet::TypeError(
         py::format("web_set_power_cap() value must be a number or a text, not %s", py::repr(value)));
+  if (value.is_string()) typed_text(value.get<std::string>(), "value");
   open_page(pages::kPowerCapping, 10);
   locateElementById("unitsWatts");
 

@@ -1,6 +1,7 @@
 // LDAP: the page holds one tab per domain controller; enter_ldap_config selects a tab and
 // config_ldap_service fills and saves its form. Neither logs anything, so no password of
 // the form reaches the log.
+#include "marlet/wrapper/gui/web/vorna/vornav1/operation_params.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/settings/settings_args.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
@@ -42,6 +43,12 @@ void VornaWebWrapper::config_ldap_service(const Json& ldap_ip, const Json& ldap_
   auto dn_pwd = optional_text_arg(ldap_dn_pwd, op, "ldap_dn_pwd");
   auto folder = optional_text_arg(user_group_folder_hidden, op, "user_group_folder_hidden");
   std::string pwd = text_arg(ldap_pwd, op, "ldap_pwd");
+  for (const auto& [text, name] : {std::pair{&ip, "ldap_ip"}, {&port, "ldaps_port"}, {&domain, "ldap_domainName"},
+                                   {&pwd, "ldap_pwd"}})
+    typed_text(*text, name);
+  for (const auto& [text, name] : {std::pair{&bind_dn, "ldap_bind_dn"}, {&dn_pwd, "ldap_dn_pwd"},
+                                   {&folder, "user_group_folder_hidden"}})
+    if (*text) typed_text(**text, name);
 
   locateElementByXpath(py::format(kCertEnable, cert_enable));
   locateElementByXpath(py::format(kCertVerifyLevel, verify_level));

@@ -22,6 +22,7 @@ bool VornaWebWrapper::web_set_system_config(const Json& params) {
   if (!location.is_null() && !location.is_string())
     throw marlet::TypeError(
         py::format("web_set_system_config() location must be a text, not %s", py::type_name(location)));
+  if (location.is_string()) typed_text(location.get<std::string>(), "location");
   logger().info("[setSystemConfig] set system config.");
   open_page(pages::kSystemSettings, timeout);
   std::string inputStr = py::truthy(location) ? location.get<std::string>() : kDefaultLocation;

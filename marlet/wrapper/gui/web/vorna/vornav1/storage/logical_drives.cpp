@@ -43,6 +43,7 @@ void check_create_params(const Json& params) {
   require_params_map(params, "create_raid_logical_driver");
   if (params.contains("name") && !params["name"].is_string())
     throw marlet::TypeError(py::format("name must be a text, not %s", py::type_name(params["name"])));
+  if (params.contains("name")) typed_text(params["name"].get<std::string>(), "name");
   if (params.contains("count") && !params["count"].is_number_integer())
     throw marlet::TypeError(py::format("count must be an integer, not %s", py::type_name(params["count"])));
 }
