@@ -21,12 +21,12 @@
 #include <optional>
 #include <thread>
 
-#include "webdriver/frame_codec.h"
-#include "webdriver/http_transport.h"
+#include "webdriver/detail/frame_codec.h"
+#include "webdriver/detail/http_transport.h"
+#include "webdriver/detail/marionette_transport.h"
+#include "webdriver/detail/process.h"
+#include "webdriver/detail/socket.h"
 #include "webdriver/launcher.h"
-#include "webdriver/marionette_transport.h"
-#include "webdriver/process.h"
-#include "webdriver/socket.h"
 
 using namespace webdriver;
 namespace fs = std::filesystem;

@@ -1,7 +1,10 @@
 # Installation: `cmake --install <build> --prefix P` puts
-#   P/include/{marlet,webdriver}/...        the headers, by their include paths
+#   P/include/{marlet,webdriver}/...        the headers, by their include paths (not the
+#                                            browser client's internals, webdriver/detail/)
 #   P/lib/lib*.a, P/lib/cmake/vorna/         the C++ libraries and their CMake package:
-#                                            find_package(vorna) gives vorna::wrapper
+#                                            find_package(vorna) gives vorna::wrapper (and
+#                                            beneath it vorna::web, vorna::platform,
+#                                            vorna::webdriver: the build tree's aliases)
 #   P/<VORNA_PYTHON_INSTALL_DIR>/marlet/     the Python package with the extension module(s)
 #   P/bin/vorna                              the command line
 # The build tree gets a launcher too: <build>/bin/vorna runs against <build>/python.
@@ -10,14 +13,16 @@ include(CMakePackageConfigHelpers)
 
 # ---- C++ libraries and headers ----
 set_target_properties(vorna PROPERTIES EXPORT_NAME wrapper)
+set_target_properties(marlet_web PROPERTIES EXPORT_NAME web)
+set_target_properties(marlet_platform PROPERTIES EXPORT_NAME platform)
 # The headers are C++20 (designated initialisers, defaulted comparisons): say so to users.
-target_compile_features(marlet_platform PUBLIC cxx_std_20)
+target_compile_features(webdriver PUBLIC cxx_std_20)
 install(TARGETS marlet_platform marlet_web webdriver vorna EXPORT vornaTargets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/marlet ${PROJECT_SOURCE_DIR}/webdriver
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
-  FILES_MATCHING PATTERN "*.h")
+  FILES_MATCHING PATTERN "*.h" PATTERN "detail" EXCLUDE)
 set(VORNA_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/vorna)
 install(EXPORT vornaTargets NAMESPACE vorna:: DESTINATION ${VORNA_CMAKE_DIR})
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/vornaConfig.cmake.in

@@ -6,14 +6,43 @@
 #include "marlet/exception/exceptions.h"
 #include "python/bindings.h"
 #include "python/interrupt.h"
+#include "webdriver/errors.h"
 
 namespace vorna_py {
 namespace {
 
 py::object builtin_class(const char* name) { return py::module_::import("builtins").attr(name); }
 
-py::object marlet_class(const char* path) {
-  std::string p(path);
+template <class T>
+bool is_a(const marlet::MarletException& e) {
+  return dynamic_cast<const T*>(&e) != nullptr;
+}
+
+// The Python class of each C++ failure type, as "module.path:ClassName", subclasses
+// before their bases: the first type a failure is an instance of names its class, so a
+// type without a row of its own becomes its nearest base's class.
+struct PythonClassRow {
+  bool (*matches)(const marlet::MarletException&);
+  const char* path;
+};
+#define WEBDRIVER_ROW(Name) {&is_a<webdriver::Name>, "marlet.exception.webdriverexception:" #Name},
+const PythonClassRow kPythonClasses[] = {
+    WEBDRIVER_ERROR_TYPES(WEBDRIVER_ROW)
+    {&is_a<webdriver::WebDriverException>, "marlet.exception.webdriverexception:WebDriverException"},
+    {&is_a<marlet::WebElementException>, "marlet.exception.webelementexception:WebElementException"},
+    {&is_a<marlet::WebDisplayException>, "marlet.exception.webdisplayexception:WebDisplayException"},
+    {&is_a<marlet::WebLoginException>, "marlet.exception.webloginexception:WebLoginException"},
+};
+#undef WEBDRIVER_ROW
+
+py::object marlet_class(const marlet::MarletException& e) {
+  std::string p = "marlet.exception.marlet_exception:MarletException";
+  for (const auto& row : kPythonClasses) {
+    if (row.matches(e)) {
+      p = row.path;
+      break;
+    }
+  }
   auto colon = p.find(':');
   return py::module_::import(p.substr(0, colon).c_str()).attr(p.substr(colon + 1).c_str());
 }
@@ -25,7 +54,7 @@ py::object python_exception(const std::exception_ptr& p) {
   } catch (py::error_already_set& e) {
     return e.value();
   } catch (const marlet::MarletException& e) {
-    py::object exc = marlet_class(e.python_class())(py::str(e.what()));
+    py::object exc = marlet_class(e)(py::str(e.what()));
     if (e.cause()) {
       py::object cause = python_exception(e.cause());
       PyException_SetCause(exc.ptr(), cause.release().ptr());

@@ -1,7 +1,7 @@
 #include "webdriver/element.h"
 
+#include "webdriver/detail/file_upload.h"
 #include "webdriver/errors.h"
-#include "webdriver/file_upload.h"
 #include "webdriver/session.h"
 
 namespace webdriver {

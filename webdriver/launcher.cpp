@@ -11,10 +11,10 @@
 #include <fstream>
 #include <thread>
 
+#include "webdriver/detail/http_transport.h"
+#include "webdriver/detail/marionette_transport.h"
+#include "webdriver/detail/process.h"
 #include "webdriver/errors.h"
-#include "webdriver/http_transport.h"
-#include "webdriver/marionette_transport.h"
-#include "webdriver/process.h"
 
 namespace webdriver {
 namespace fs = std::filesystem;
@@ -165,7 +165,7 @@ user_pref("places.history.enabled", false);
 
 namespace {
 
-std::shared_ptr<Session> launch_firefox_marionette(const LaunchOptions& o, marlet::Clock* clock) {
+std::shared_ptr<Session> launch_firefox_marionette(const LaunchOptions& o, Clock* clock) {
   auto profile = std::make_unique<TempDir>("vorna-firefox-");
   {
     std::ofstream prefs(profile->path() + "/user.js");
@@ -264,7 +264,7 @@ Json http_capabilities(const LaunchOptions& o, const std::string& user_data_dir)
   return caps;
 }
 
-std::shared_ptr<Session> launch_driver(const LaunchOptions& o, marlet::Clock* clock) {
+std::shared_ptr<Session> launch_driver(const LaunchOptions& o, Clock* clock) {
   auto user_data = std::make_unique<TempDir>("vorna-browser-");
   std::vector<std::unique_ptr<OwnedResource>> resources;
   std::string url = o.remote_url;
@@ -309,7 +309,7 @@ std::shared_ptr<Session> launch_driver(const LaunchOptions& o, marlet::Clock* cl
 
 }  // namespace
 
-std::shared_ptr<Session> launch(const LaunchOptions& o, marlet::Clock* clock) {
+std::shared_ptr<Session> launch(const LaunchOptions& o, Clock* clock) {
   if (o.driver == "marionette") {
     if (o.browser != "firefox")
       throw InvalidArgumentException("only Firefox speaks its remote protocol directly", "invalid argument");

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "marlet/utils/time.h"
+#include "webdriver/clock.h"
 #include "webdriver/json.h"
 #include "webdriver/session.h"
 
@@ -28,7 +28,7 @@ struct LaunchOptions {
 
 // InvalidArgumentException for an unknown browser/driver pairing;
 // SessionNotCreatedException (with the cause) when the browser or driver does not come up.
-std::shared_ptr<Session> launch(const LaunchOptions& options, marlet::Clock* clock = nullptr);
+std::shared_ptr<Session> launch(const LaunchOptions& options, Clock* clock = nullptr);
 
 // The preferences (user.js) of the temporary Firefox profile launch() makes.
 std::string firefox_prefs(const LaunchOptions& options);

@@ -29,7 +29,7 @@ std::vector<std::uint8_t> base64_decode(const std::string& in) {
 }  // namespace
 
 std::shared_ptr<Session> Session::create(std::unique_ptr<Transport> transport, const Json& capabilities,
-                                         std::vector<std::unique_ptr<OwnedResource>> resources, marlet::Clock* clock) {
+                                         std::vector<std::unique_ptr<OwnedResource>> resources, Clock* clock) {
   std::shared_ptr<Session> s(new Session(std::move(transport), std::move(resources), clock));
   try {
     s->commands_.fetch_add(1, std::memory_order_relaxed);
@@ -43,10 +43,10 @@ std::shared_ptr<Session> Session::create(std::unique_ptr<Transport> transport, c
 }
 
 Session::Session(std::unique_ptr<Transport> transport, std::vector<std::unique_ptr<OwnedResource>> resources,
-                 marlet::Clock* clock)
+                 Clock* clock)
     : transport_(std::move(transport)),
       resources_(std::move(resources)),
-      clock_(clock ? clock : &marlet::process_clock()) {}
+      clock_(clock ? clock : &process_clock()) {}
 
 Session::~Session() { quit(); }
 

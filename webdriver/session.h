@@ -14,8 +14,8 @@
 #include <string>
 #include <vector>
 
-#include "marlet/utils/time.h"
 #include "webdriver/by.h"
+#include "webdriver/clock.h"
 #include "webdriver/element.h"
 #include "webdriver/json.h"
 #include "webdriver/transport.h"
@@ -44,7 +44,7 @@ class Session : public std::enable_shared_from_this<Session> {
   // down in reverse order by quit().
   static std::shared_ptr<Session> create(std::unique_ptr<Transport> transport, const Json& capabilities,
                                          std::vector<std::unique_ptr<OwnedResource>> resources = {},
-                                         marlet::Clock* clock = nullptr);
+                                         Clock* clock = nullptr);
   ~Session();  // quit(), never throws
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
@@ -105,7 +105,7 @@ class Session : public std::enable_shared_from_this<Session> {
 
   // The raw command path, for elements and support helpers.
   Json execute(std::string_view command, const Json& params = Json::object());
-  marlet::Clock& clock() const noexcept { return *clock_; }
+  Clock& clock() const noexcept { return *clock_; }
   // How many commands this session has sent to the browser, the new-session and
   // delete-session commands included (one relaxed atomic add per command).
   std::uint64_t command_count() const noexcept { return commands_.load(std::memory_order_relaxed); }
@@ -117,7 +117,7 @@ class Session : public std::enable_shared_from_this<Session> {
 
  private:
   Session(std::unique_ptr<Transport> transport, std::vector<std::unique_ptr<OwnedResource>> resources,
-          marlet::Clock* clock);
+          Clock* clock);
 
   mutable std::mutex mutex_;  // one command at a time on the wire
   std::unique_ptr<Transport> transport_;
@@ -126,7 +126,7 @@ class Session : public std::enable_shared_from_this<Session> {
   std::mutex resources_mutex_;
   std::vector<std::unique_ptr<OwnedResource>> resources_;
   std::atomic<bool> killed_{false};
-  marlet::Clock* clock_;
+  Clock* clock_;
   Json capabilities_;
   std::atomic<bool> quit_{false};
   std::atomic<bool> upload_files_{false};

@@ -1,62 +1,28 @@
 // All waiting goes through a Clock: settles, explicit waits and polls.
 //
-// The process-wide clock is a real clock whose pace is set by set_time_scale(): with a
-// factor f, sleep(s) sleeps s*f real seconds and now() advances 1/f times faster, so
-// deadlines measured on it shrink together with the sleeps. Unit tests use FakeClock,
-// which never waits and records every sleep.
+// The clock is the browser client's (webdriver/clock.h): the platform names the same
+// types and the same process clock, so that a settle of an operation, a wait of the
+// element layer and a read of the browser's answer share one pace (set_time_scale) and
+// one sleep check (Ctrl-C). Unit tests use FakeClock, which never waits and records
+// every sleep.
 #pragma once
 
-#include <chrono>
-#include <mutex>
-#include <vector>
+#include "webdriver/clock.h"
 
 namespace marlet {
 
-class Clock {
- public:
-  using Duration = std::chrono::duration<double>;  // seconds
-  using TimePoint = std::chrono::time_point<std::chrono::steady_clock, Duration>;
-  virtual ~Clock() = default;
-  virtual TimePoint now() = 0;
-  virtual void sleep(Duration d) = 0;
-  void sleep_seconds(double s) { sleep(Duration(s)); }
-};
+using webdriver::Clock;
+using webdriver::FakeClock;
+using webdriver::ScaledClock;
 
-// Real time, scaled by the process-wide factor.
-class ScaledClock final : public Clock {
- public:
-  TimePoint now() override;
-  void sleep(Duration d) override;
-};
+using webdriver::kSleepSlice;
+using webdriver::process_clock;
+using webdriver::run_sleep_check;
+using webdriver::set_sleep_check;
+using webdriver::SleepCheck;
+using webdriver::time_scale;
 
-// Never waits: now() moves only by sleep(). Records each sleep in seconds.
-class FakeClock final : public Clock {
- public:
-  TimePoint now() override;
-  void sleep(Duration d) override;
-  std::vector<double> sleeps() const;
-  void clear();
-
- private:
-  mutable std::mutex mutex_;
-  TimePoint now_{};
-  std::vector<double> sleeps_;
-};
-
-// The clock of the process (a ScaledClock).
-Clock& process_clock();
-
-// The process clock sleeps in slices of at most this much real time and, between
-// slices, calls the sleep check (when one is set). The check may throw to end the sleep
-// at once: the Python binding sets one that raises a pending Ctrl-C, so that a settle
-// of 45 s can be interrupted. The check runs on the sleeping thread, with no lock held.
-inline constexpr std::chrono::milliseconds kSleepSlice{50};
-using SleepCheck = void (*)();
-void set_sleep_check(SleepCheck check);  // nullptr: none
-// Runs the sleep check now, if one is set: for waits that do not sleep on the clock (a
-// read of the browser's answer), so that they too end at a Ctrl-C.
-void run_sleep_check();
-void set_time_scale(double factor);  // factor > 0; ValueError otherwise
-double time_scale();
+// Sets the pace of the process clock: factor > 0 and finite; ValueError otherwise.
+void set_time_scale(double factor);
 
 }  // namespace marlet

@@ -4,6 +4,7 @@
 #include "marlet/utils/pytext.h"
 #include "marlet/utils/time.h"
 #include "marlet/utils/units.h"
+#include "webdriver/errors.h"
 
 using marlet::Units;
 
@@ -48,4 +49,21 @@ TEST(ClockTests, TimeScaleShrinksSleepsAndDeadlinesTogether) {
   EXPECT_GE(virtual_elapsed, 20.0);  // the clock saw the full 20 "seconds" pass
   EXPECT_THROW(marlet::set_time_scale(0), marlet::ValueError);
   EXPECT_THROW(marlet::set_time_scale(-1), marlet::ValueError);
+}
+
+// The platform adapts the browser client's clock and error root rather than wrapping them:
+// one process clock for both layers, and the browser's failures caught as MarletException
+// while the console's own failures stay out of a catch of the browser's.
+TEST(PlatformLayerTests, TheBrowserClientsClockAndErrorRootAreThePlatforms) {
+  static_assert(std::is_same_v<marlet::Clock, webdriver::Clock>);
+  EXPECT_EQ(&marlet::process_clock(), &webdriver::process_clock());
+  EXPECT_THROW(webdriver::throw_w3c_error("no such element", ""), marlet::MarletException);
+  try {
+    throw marlet::WebElementException("no table", std::make_exception_ptr(webdriver::TimeoutException("late")));
+  } catch (const webdriver::WebDriverException&) {
+    ADD_FAILURE() << "a console failure caught as a browser failure";
+  } catch (const marlet::MarletException& e) {
+    EXPECT_STREQ(e.what(), "no table");
+    EXPECT_THROW(std::rethrow_exception(e.cause()), webdriver::TimeoutException);
+  }
 }

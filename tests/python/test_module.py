@@ -1,5 +1,7 @@
 """The module's Python surface without a browser: import, construction and injection,
 the logger, failure kinds, units and the time scale."""
+import os
+import re
 import time
 
 import pytest
@@ -67,8 +69,16 @@ def test_log_lines_go_to_the_class_logger_as_swapped_by_the_harness(log_lines):
 
 def test_failures_reach_python_as_their_kinds():
     from marlet.exception.marlet_exception import MarletException
+    from marlet.exception import webdriverexception
     from marlet.exception.webdriverexception import WebDriverException
     assert issubclass(WebDriverException, MarletException)
+    # The binding raises each of the browser client's failure types as the class of its
+    # name (python/errors.cpp): every one of them must be there.
+    header = os.path.join(os.path.dirname(__file__), "..", "..", "webdriver", "errors.h")
+    with open(header, encoding="utf-8") as f:
+        names = re.findall(r"^  X\((\w+)\)", f.read(), re.M)
+    assert "NoSuchElementException" in names and "RemoteFileException" in names
+    assert all(issubclass(getattr(webdriverexception, n), WebDriverException) for n in names)
     w = VornaWebWrapper({})
     with pytest.raises(KeyError) as info:
         w.web_login({"username": "x"})

@@ -9,10 +9,10 @@
 #include <fstream>
 #include <functional>
 
+#include "webdriver/detail/file_upload.h"
+#include "webdriver/detail/zip.h"
 #include "webdriver/errors.h"
-#include "webdriver/file_upload.h"
 #include "webdriver/session.h"
-#include "webdriver/zip.h"
 
 using namespace webdriver;
 namespace fs = std::filesystem;

@@ -16,12 +16,12 @@
 #include <filesystem>
 #include <fstream>
 
-#include "marlet/utils/time.h"
+#include "webdriver/clock.h"
+#include "webdriver/detail/file_upload.h"
+#include "webdriver/detail/http_transport.h"
+#include "webdriver/detail/zip.h"
 #include "webdriver/errors.h"
-#include "webdriver/file_upload.h"
-#include "webdriver/http_transport.h"
 #include "webdriver/launcher.h"
-#include "webdriver/zip.h"
 
 using namespace webdriver;
 using std::chrono::milliseconds;
@@ -225,8 +225,8 @@ void interrupt_when_due() {
 }
 
 struct SleepCheckFor {
-  explicit SleepCheckFor(marlet::SleepCheck check) { marlet::set_sleep_check(check); }
-  ~SleepCheckFor() { marlet::set_sleep_check(nullptr); }
+  explicit SleepCheckFor(SleepCheck check) { set_sleep_check(check); }
+  ~SleepCheckFor() { set_sleep_check(nullptr); }
 };
 
 }  // namespace

@@ -12,9 +12,9 @@
 #include <optional>
 #include <sstream>
 
+#include "webdriver/detail/process.h"
 #include "webdriver/errors.h"
 #include "webdriver/launcher.h"
-#include "webdriver/process.h"
 
 #include <thread>
 

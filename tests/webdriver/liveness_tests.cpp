@@ -4,9 +4,9 @@
 
 #include <deque>
 
+#include "webdriver/detail/frame_codec.h"
+#include "webdriver/detail/marionette_transport.h"
 #include "webdriver/errors.h"
-#include "webdriver/frame_codec.h"
-#include "webdriver/marionette_transport.h"
 #include "webdriver/session.h"
 
 using namespace webdriver;

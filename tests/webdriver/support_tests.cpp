@@ -43,7 +43,7 @@ TEST(ByTests, IdsClassesAndNamesTravelAsCssSelectors) {
 }
 
 TEST(WaitTests, ChecksAtOnceThenSleepsAPollThenTestsTheDeadline) {
-  marlet::FakeClock clock;
+  FakeClock clock;
   int finds = 0;
   auto session = Session::create(std::make_unique<LambdaTransport>([&](std::string_view c, const Json&) -> Json {
                                    if (c == "WebDriver:FindElement") {
@@ -65,7 +65,7 @@ TEST(WaitTests, ChecksAtOnceThenSleepsAPollThenTestsTheDeadline) {
 }
 
 TEST(WaitTests, AStaleElementReadsAsNotVisibleAndAFoundOneIsReturned) {
-  marlet::FakeClock clock;
+  FakeClock clock;
   int displayed_calls = 0;
   auto session = Session::create(
       std::make_unique<LambdaTransport>([&](std::string_view c, const Json&) -> Json {
@@ -84,7 +84,7 @@ TEST(WaitTests, AStaleElementReadsAsNotVisibleAndAFoundOneIsReturned) {
 }
 
 TEST(WaitTests, OnlyAMissingElementCountsAsNotYet) {
-  marlet::FakeClock clock;
+  FakeClock clock;
   auto session = Session::create(std::make_unique<LambdaTransport>([&](std::string_view c, const Json&) -> Json {
                                    if (c == "WebDriver:FindElement") throw JavascriptException("broken page");
                                    return c == "WebDriver:GetTitle" ? Json("Page") : Json();
@@ -104,7 +104,7 @@ TEST(WaitTests, OnlyAMissingElementCountsAsNotYet) {
 }
 
 TEST(WaitTests, WaitsThatCouldNeverEndAreRefusedBeforeTheFirstCheck) {
-  marlet::FakeClock clock;
+  FakeClock clock;
   int finds = 0;
   auto session = Session::create(std::make_unique<LambdaTransport>([&](std::string_view c, const Json&) -> Json {
                                    if (c == "WebDriver:FindElement") ++finds;

@@ -27,7 +27,7 @@ WebDriverWait::WebDriverWait(std::shared_ptr<Session> session, double timeout_se
 // Selenium's loop: test at once, sleep a poll, then test the deadline.
 ConditionResult WebDriverWait::until(const Condition& condition, const std::string& message) {
   auto& clock = session_->clock();
-  auto end = clock.now() + marlet::Clock::Duration(timeout_);
+  auto end = clock.now() + Clock::Duration(timeout_);
   std::exception_ptr last;
   while (true) {
     try {
@@ -44,7 +44,7 @@ ConditionResult WebDriverWait::until(const Condition& condition, const std::stri
 
 bool WebDriverWait::until_not(const Condition& condition, const std::string& message) {
   auto& clock = session_->clock();
-  auto end = clock.now() + marlet::Clock::Duration(timeout_);
+  auto end = clock.now() + Clock::Duration(timeout_);
   while (true) {
     try {
       if (!condition(*session_).ok) return true;

@@ -1,4 +1,4 @@
-#include "webdriver/frame_codec.h"
+#include "webdriver/detail/frame_codec.h"
 
 #include "webdriver/errors.h"
 

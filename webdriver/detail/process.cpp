@@ -1,4 +1,4 @@
-#include "webdriver/process.h"
+#include "webdriver/detail/process.h"
 
 #include <fcntl.h>
 #include <signal.h>

@@ -1,4 +1,4 @@
-#include "webdriver/marionette_transport.h"
+#include "webdriver/detail/marionette_transport.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "webdriver/socket.h"
+#include "webdriver/detail/socket.h"
 
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -14,7 +14,7 @@
 #include <climits>
 #include <cstring>
 
-#include "marlet/utils/time.h"
+#include "webdriver/clock.h"
 #include "webdriver/errors.h"
 
 namespace webdriver {
@@ -95,13 +95,13 @@ std::string TcpStream::read_some(std::chrono::milliseconds timeout) {
   while (true) {
     auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
     if (left.count() < 0) left = std::chrono::milliseconds(0);
-    auto slice = std::min<std::chrono::milliseconds>(left, marlet::kSleepSlice);
+    auto slice = std::min<std::chrono::milliseconds>(left, kSleepSlice);
     int rc = ::poll(&p, 1, static_cast<int>(slice.count()));
     if (rc < 0 && errno == EINTR) continue;
     if (rc < 0) throw error("poll");
     if (rc > 0) break;
     if (left <= slice) throw ConnectionException("no answer from the browser within the command time-out", "timeout");
-    marlet::run_sleep_check();
+    run_sleep_check();
   }
   char buf[65536];
   while (true) {

@@ -6,8 +6,8 @@
 #include <chrono>
 #include <memory>
 
-#include "webdriver/frame_codec.h"
-#include "webdriver/socket.h"
+#include "webdriver/detail/frame_codec.h"
+#include "webdriver/detail/socket.h"
 #include "webdriver/transport.h"
 
 namespace webdriver {

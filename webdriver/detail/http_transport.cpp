@@ -1,4 +1,4 @@
-#include "webdriver/http_transport.h"
+#include "webdriver/detail/http_transport.h"
 
 #include <curl/curl.h>
 
@@ -6,7 +6,7 @@
 #include <exception>
 #include <mutex>
 
-#include "marlet/utils/time.h"
+#include "webdriver/clock.h"
 #include "webdriver/errors.h"
 
 namespace webdriver {
@@ -99,7 +99,7 @@ size_t collect(char* data, size_t size, size_t n, void* out) {
 // once curl_easy_perform has returned.
 int check_interrupt(void* pending, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
   try {
-    marlet::run_sleep_check();
+    run_sleep_check();
   } catch (...) {
     *static_cast<std::exception_ptr*>(pending) = std::current_exception();
     return 1;

@@ -1,12 +1,12 @@
-#include "webdriver/file_upload.h"
+#include "webdriver/detail/file_upload.h"
 
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 
+#include "webdriver/detail/zip.h"
 #include "webdriver/errors.h"
 #include "webdriver/session.h"
-#include "webdriver/zip.h"
 
 namespace webdriver {
 namespace fs = std::filesystem;

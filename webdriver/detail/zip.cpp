@@ -1,4 +1,4 @@
-#include "webdriver/zip.h"
+#include "webdriver/detail/zip.h"
 
 #include <array>
 #include <limits>
