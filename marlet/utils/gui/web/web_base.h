@@ -111,6 +111,11 @@ class WebBase {
   std::optional<Element> waitElement(const std::string& kind, const std::string& locator, double wait,
                                      double poll, bool visibility = true);
 
+  // Waits, at most `timeout` seconds, until the element's document has loaded: a click
+  // on a page the browser has not yet painted is lost. Every click of the lookups above
+  // waits so; an operation that clicks a browser element of its own calls it first.
+  void await_loaded_document(const Element& element);
+
   // Brings the element into view, scrolling `times` page steps after it.
   void scrollScreen(const std::string& kind, const std::string& locator, int times = 2);
 
@@ -141,7 +146,6 @@ class WebBase {
  private:
   Element find_once(const webdriver::By& by, const std::string& what);
   Element locate(const webdriver::By& by, const std::string& what, const LocateOptions& o);
-  void await_loaded_document(const Element& element);
   void highlight(const Element& element);
   void fill(Element element, const std::string& value, bool highlight);
   std::string text_with_retry(const webdriver::By& by, const std::string& what, const TextOptions& o);

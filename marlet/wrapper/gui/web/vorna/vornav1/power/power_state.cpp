@@ -66,7 +66,9 @@ void VornaWebWrapper::web_set_bmc_reboot(const Json& params) {
   enter_content_frame();
   constexpr const char* kRestart = R"(//*[@id="restartPme"]/p)";
   waitElement("xpath", kRestart, 20, 1);
-  session().find_element_by_xpath(kRestart).click();
+  Element restart_link = session().find_element_by_xpath(kRestart);
+  await_loaded_document(restart_link);  // shown while the page still loads, yet not clickable
+  restart_link.click();
   leave_content_frame();
   settle(5);
   // Only the text "Y" restarts: "y", "yes" or no answer at all cancels.
