@@ -113,7 +113,10 @@ def main():
     from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
 
     set_time_scale(args.time_scale)
+    print("Starting the console simulator", flush=True)
     sim, url = start_simulator()
+    print("Console simulator at %s; logging in with %sFirefox" % (url, "" if args.visible else "headless "),
+          flush=True)
     try:
         scheme, rest = url.split("://")
         address, port = rest.rsplit(":", 1)

@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Installs what the build, the tests and the demo need, from Debian's packages.
-# Runs apt-get only when something is missing, so repeated runs cost nothing.
+# Runs apt-get only when something is missing, so repeated runs cost nothing. Prints one
+# line per phase; apt's own output goes to a log that is shown only when a step fails.
 set -euo pipefail
+source "$(dirname "$0")/quietly.sh"
 
 PACKAGES=(
   build-essential cmake ccache pkg-config
@@ -18,13 +20,13 @@ for p in "${PACKAGES[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
 done
 if [ ${#missing[@]} -eq 0 ]; then
-  bash "$(dirname "$0")/install-grid.sh"
-  exit 0
+  echo "Packages: all installed"
+else
+  echo "Installing packages: ${missing[*]}"
+  SUDO=""
+  [ "$(id -u)" -eq 0 ] || SUDO="sudo"
+  export DEBIAN_FRONTEND=noninteractive
+  quietly "apt-get update" $SUDO apt-get update -q
+  quietly "apt-get install" $SUDO apt-get install -y -q --no-install-recommends "${missing[@]}"
 fi
-echo "Installing: ${missing[*]}"
-SUDO=""
-[ "$(id -u)" -eq 0 ] || SUDO="sudo"
-export DEBIAN_FRONTEND=noninteractive
-$SUDO apt-get update -qq
-$SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"
 bash "$(dirname "$0")/install-grid.sh"
