@@ -12,6 +12,7 @@
 #include "webdriver/bidi.h"
 #include "webdriver/detail/websocket_client.h"
 #include "webdriver/errors.h"
+#include "webdriver/session.h"
 #include "ws_fixture_server.h"
 
 using namespace webdriver;
@@ -223,4 +224,47 @@ TEST(BidiChannelTests, WebSocketAddresses) {
   EXPECT_THROW(detail::parse_ws_url("wss://127.0.0.1:1/"), InvalidArgumentException);
   EXPECT_THROW(detail::parse_ws_url("ws://127.0.0.1:99999/"), InvalidArgumentException);
   EXPECT_THROW(detail::parse_ws_url("ws://:80/"), InvalidArgumentException);
+}
+
+namespace {
+
+// Starts a session whose browser answers this webSocketUrl (none when null).
+class OfferingTransport final : public Transport {
+ public:
+  explicit OfferingTransport(Json url) : url_(std::move(url)) {}
+  Json execute(std::string_view command, const Json&) override {
+    if (command != "WebDriver:NewSession") return nullptr;
+    Json caps = {{"browserName", "x"}};
+    if (!url_.is_null()) caps["webSocketUrl"] = url_;
+    return Json{{"sessionId", "s"}, {"capabilities", caps}};
+  }
+
+ private:
+  Json url_;
+};
+
+}  // namespace
+
+TEST(BidiChannelTests, ASessionOpensTheChannelItIsOfferedOrGoesOnWithoutOne) {
+  WsFixtureServer server;
+  auto session = Session::create(std::make_unique<OfferingTransport>(server.url()), Json::object());
+  auto channel = session->bidi();
+  ASSERT_TRUE(channel);
+  EXPECT_EQ(session->bidi_status(), "WebDriver BiDi channel open at " + server.url());
+  EXPECT_EQ(channel->command("echo", {{"k", 1}}), Json({{"k", 1}}));
+  session->quit();
+  EXPECT_FALSE(session->bidi());
+  EXPECT_FALSE(channel->connected());
+
+  const std::string without = "; the classic protocol alone serves this session";
+  session = Session::create(std::make_unique<OfferingTransport>(nullptr), Json::object());
+  EXPECT_FALSE(session->bidi());
+  EXPECT_EQ(session->bidi_status(), "no WebDriver BiDi channel: the browser offered none" + without);
+  int port = server.port();
+  { WsFixtureServer gone; port = gone.port(); }
+  std::string dead = "ws://127.0.0.1:" + std::to_string(port) + "/session/s";
+  session = Session::create(std::make_unique<OfferingTransport>(dead), Json::object());
+  EXPECT_FALSE(session->bidi());
+  EXPECT_EQ(session->bidi_status().rfind("no WebDriver BiDi channel: cannot open " + dead, 0), 0u)
+      << session->bidi_status();
 }
