@@ -206,9 +206,10 @@ TEST(BidiChannelTests, OpenAndCloseLeaveNoThreadOrDescriptor) {
     channel->command("storm", {{"count", 10}});
     if (i % 2) channel->close();  // else the destructor closes it
   }
-  EXPECT_TRUE(eventually([&] { return entries("/proc/self/task") == threads; }, 5s)) << entries("/proc/self/task");
-  // The fixture's side of each connection lives in this process too and ends a moment later.
-  EXPECT_TRUE(eventually([&] { return entries("/proc/self/fd") == fds; }, 5s)) << entries("/proc/self/fd");
+  // The fixture's side of each connection lives in this process too and ends a moment
+  // after ours (the first one's may still be open when the counts are taken).
+  EXPECT_TRUE(eventually([&] { return entries("/proc/self/task") <= threads; }, 5s)) << entries("/proc/self/task");
+  EXPECT_TRUE(eventually([&] { return entries("/proc/self/fd") <= fds; }, 5s)) << entries("/proc/self/fd");
 }
 
 TEST(BidiChannelTests, WebSocketAddresses) {
