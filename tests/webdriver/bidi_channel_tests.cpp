@@ -13,7 +13,7 @@
 #include "webdriver/detail/websocket_client.h"
 #include "webdriver/errors.h"
 #include "webdriver/session.h"
-#include "ws_fixture_server.h"
+#include "tests/webdriver/ws_fixture_server.h"
 
 using namespace webdriver;
 using webdriver::testing::WsFixtureServer;

@@ -1,4 +1,4 @@
-#include "ws_fixture_server.h"
+#include "tests/webdriver/ws_fixture_server.h"
 
 #include <libwebsockets.h>
 #include <sys/socket.h>
