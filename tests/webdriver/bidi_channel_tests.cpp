@@ -18,16 +18,16 @@
 using namespace webdriver;
 using webdriver::testing::WsFixtureServer;
 using namespace std::chrono_literals;
-using Clock = std::chrono::steady_clock;
+using SteadyClock = std::chrono::steady_clock;
 
 namespace {
 
 // Waits for a condition (bounded) while another thread makes it true.
 template <class F>
 bool eventually(F f, std::chrono::milliseconds bound = 20s) {
-  auto deadline = Clock::now() + bound;
+  auto deadline = SteadyClock::now() + bound;
   while (!f()) {
-    if (Clock::now() > deadline) return false;
+    if (SteadyClock::now() > deadline) return false;
     std::this_thread::sleep_for(5ms);
   }
   return true;
@@ -146,10 +146,10 @@ TEST(BidiChannelTests, ALostOrClosedChannelFailsEveryWaitingCommandAtOnce) {
     auto channel = BidiChannel::open(server.url());
     auto waiting = std::async(std::launch::async, [&] { return channel->command("silent", Json::object(), 120s); });
     std::this_thread::sleep_for(50ms);
-    auto start = Clock::now();
+    auto start = SteadyClock::now();
     EXPECT_THROW(channel->command("cut", Json::object(), 120s), ConnectionException);
     EXPECT_THROW(waiting.get(), ConnectionException);
-    EXPECT_LT(Clock::now() - start, 10s);
+    EXPECT_LT(SteadyClock::now() - start, 10s);
     EXPECT_FALSE(channel->connected());
     EXPECT_EQ(channel->why(), "the connection was lost");
     EXPECT_THROW(channel->command("echo"), ConnectionException);
@@ -165,10 +165,10 @@ TEST(BidiChannelTests, ALostOrClosedChannelFailsEveryWaitingCommandAtOnce) {
     auto channel = BidiChannel::open(server.url());
     auto waiting = std::async(std::launch::async, [&] { return channel->command("silent", Json::object(), 120s); });
     std::this_thread::sleep_for(50ms);
-    auto start = Clock::now();
+    auto start = SteadyClock::now();
     channel->close();
     EXPECT_THROW(waiting.get(), ConnectionException);
-    EXPECT_LT(Clock::now() - start, 5s);
+    EXPECT_LT(SteadyClock::now() - start, 5s);
     EXPECT_EQ(channel->why(), "the channel was closed");
     channel->close();
 
@@ -191,9 +191,9 @@ TEST(BidiChannelTests, ALostOrClosedChannelFailsEveryWaitingCommandAtOnce) {
     WsFixtureServer gone;
     port = gone.port();
   }
-  auto start = Clock::now();
+  auto start = SteadyClock::now();
   EXPECT_THROW(BidiChannel::open("ws://127.0.0.1:" + std::to_string(port) + "/session/x", 5s), ConnectionException);
-  EXPECT_LT(Clock::now() - start, 5s);
+  EXPECT_LT(SteadyClock::now() - start, 5s);
 }
 
 TEST(BidiChannelTests, OpenAndCloseLeaveNoThreadOrDescriptor) {
