@@ -4,6 +4,7 @@
 
 #include "python/bindings.h"
 #include "python/json_caster.h"
+#include "webdriver/bidi.h"
 #include "webdriver/webdriver.h"
 
 namespace vorna_py {
@@ -100,6 +101,15 @@ void init_webdriver(py::module_& m) {
       .def("get", &wd::Session::get, release())
       .def_property_readonly("title", &wd::Session::title, release())
       .def_property_readonly("capabilities", [](const wd::Session& s) { return s.capabilities(); })
+      // The session's event channel (WebDriver BiDi): its address, or None without one;
+      // the status says why there is none.
+      .def_property_readonly("bidi_url",
+                             [](const wd::Session& s) -> py::object {
+                               auto channel = s.bidi();
+                               if (!channel || !channel->connected()) return py::none();
+                               return py::str(channel->url());
+                             })
+      .def_property_readonly("bidi_status", &wd::Session::bidi_status)
       .def_property_readonly("current_url", &wd::Session::current_url, release())
       .def_property_readonly("page_source", &wd::Session::page_source, release())
       .def_property_readonly("window_handles", &wd::Session::window_handles, release())

@@ -175,6 +175,9 @@ std::shared_ptr<Session> launch_firefox_marionette(const LaunchOptions& o, Clock
   if (binary.empty()) throw SessionNotCreatedException("Firefox was not found (install firefox-esr)");
   std::vector<std::string> argv = {binary, "-marionette", "-no-remote", "-profile", profile->path()};
   if (o.headless) argv.insert(argv.begin() + 2, "-headless");
+  // The BiDi server binds loopback only, on a port the system picks; the session's
+  // webSocketUrl names it.
+  if (o.bidi) argv.insert(argv.begin() + 2, "--remote-debugging-port=0");
   std::map<std::string, std::string> env = {{"MOZ_CRASHREPORTER_DISABLE", "1"}, {"MOZ_NO_REMOTE", "1"}};
   if (o.headless) env["MOZ_HEADLESS"] = "1";
   auto process = std::make_unique<OwnedProcess>(ChildProcess(argv, env, profile->path() + "/browser.log"),
@@ -207,7 +210,9 @@ std::shared_ptr<Session> launch_firefox_marionette(const LaunchOptions& o, Clock
     for (auto it = resources.rbegin(); it != resources.rend(); ++it) (*it)->kill();
     throw;
   }
+  // Firefox's own protocol takes the capabilities flat, not wrapped in alwaysMatch.
   Json caps = {{"acceptInsecureCerts", true}};
+  if (o.bidi) caps["webSocketUrl"] = true;
   caps.update(o.extra_capabilities);
   return Session::create(std::move(transport), caps, std::move(resources), clock);
 }
@@ -231,6 +236,7 @@ int free_loopback_port() {
 
 Json http_capabilities(const LaunchOptions& o, const std::string& user_data_dir) {
   Json caps = {{"acceptInsecureCerts", true}};
+  if (o.bidi) caps["webSocketUrl"] = true;
   if (o.browser == "chromium") {
     Json args = Json::array({"--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage", "--no-first-run",
                              "--disable-background-networking", "--disable-component-update", "--disable-sync",

@@ -24,6 +24,10 @@ struct LaunchOptions {
   std::chrono::seconds startup_timeout{60};   // browser or driver up and answering
   std::chrono::seconds command_timeout{300};  // longest a single command may take
   Json extra_capabilities = Json::object();   // merged into the capabilities asked for
+  // Ask for the browser's event channel (WebDriver BiDi) beside the session: Firefox is
+  // started with its BiDi server on a loopback port the system picks, and every session
+  // asks for webSocketUrl. Where none can be had the session goes on without it.
+  bool bidi = true;
 };
 
 // InvalidArgumentException for an unknown browser/driver pairing;

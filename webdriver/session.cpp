@@ -2,6 +2,7 @@
 
 #include <fstream>
 
+#include "webdriver/bidi.h"
 #include "webdriver/errors.h"
 
 namespace webdriver {
@@ -39,7 +40,30 @@ std::shared_ptr<Session> Session::create(std::unique_ptr<Transport> transport, c
     s->kill();  // leave no browser or profile behind when the session cannot start
     throw;
   }
+  // The event channel is a bonus: a session that cannot have one goes on without it.
+  const std::string without = "; the classic protocol alone serves this session";
+  Json url = s->capabilities_.is_object() ? s->capabilities_.value("webSocketUrl", Json()) : Json();
+  if (!url.is_string()) {
+    s->bidi_status_ = "no WebDriver BiDi channel: the browser offered none" + without;
+    return s;
+  }
+  try {
+    s->bidi_ = BidiChannel::open(url.get<std::string>(), kBidiConnectTimeout);
+    s->bidi_status_ = "WebDriver BiDi channel open at " + url.get<std::string>();
+  } catch (const std::exception& e) {
+    s->bidi_status_ = std::string("no WebDriver BiDi channel: ") + e.what() + without;
+  }
   return s;
+}
+
+std::shared_ptr<BidiChannel> Session::bidi() const {
+  std::lock_guard<std::mutex> lock(bidi_mutex_);
+  return bidi_;
+}
+
+std::string Session::bidi_status() const {
+  std::lock_guard<std::mutex> lock(bidi_mutex_);
+  return bidi_status_;
 }
 
 Session::Session(std::unique_ptr<Transport> transport, std::vector<std::unique_ptr<OwnedResource>> resources,
@@ -144,6 +168,14 @@ bool Session::save_screenshot(const std::string& path) {
 
 void Session::quit() noexcept {
   std::vector<std::unique_ptr<OwnedResource>> resources;
+  // The channel goes first, with a short close handshake: whoever waits on it is told at
+  // once, and the browser is not asked to quit under an open socket.
+  std::shared_ptr<BidiChannel> channel;
+  {
+    std::lock_guard<std::mutex> lock(bidi_mutex_);
+    channel.swap(bidi_);
+  }
+  if (channel) channel->close();
   {
     std::lock_guard<std::mutex> lock(mutex_);
     if (quit_) return;
@@ -171,6 +203,12 @@ void Session::kill() noexcept {
     resources.swap(resources_);
   }
   for (auto it = resources.rbegin(); it != resources.rend(); ++it) (*it)->kill();
+  std::shared_ptr<BidiChannel> channel;
+  {
+    std::lock_guard<std::mutex> lock(bidi_mutex_);
+    channel.swap(bidi_);
+  }
+  if (channel) channel->close(std::chrono::milliseconds(0));  // no handshake with a browser killed
   std::lock_guard<std::mutex> lock(mutex_);
   quit_ = true;
   transport_.reset();

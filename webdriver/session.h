@@ -7,6 +7,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -21,6 +22,8 @@
 #include "webdriver/transport.h"
 
 namespace webdriver {
+
+class BidiChannel;
 
 // Something the session owns besides the connection: a browser or driver process, a
 // temporary profile. shutdown() runs once, after the session is deleted, and must end
@@ -110,6 +113,14 @@ class Session : public std::enable_shared_from_this<Session> {
   // delete-session commands included (one relaxed atomic add per command).
   std::uint64_t command_count() const noexcept { return commands_.load(std::memory_order_relaxed); }
   const Json& capabilities() const noexcept { return capabilities_; }
+  // The browser's event channel beside this session (WebDriver BiDi), opened at start
+  // when the browser answered a webSocketUrl; null when there is none (none offered, or
+  // it could not be reached) and after quit(). The session works the same without it:
+  // every command goes over the classic protocol. bidi_status() says which it is.
+  std::shared_ptr<BidiChannel> bidi() const;
+  std::string bidi_status() const;
+  // How long opening the channel may take at start, at most.
+  static constexpr std::chrono::milliseconds kBidiConnectTimeout{5000};
   // For a browser on another machine (a Selenium Grid): a local file typed into a file
   // input is uploaded first and the input gets the remote copy (Element::send_keys).
   void set_upload_files(bool on) noexcept { upload_files_ = on; }
@@ -132,6 +143,9 @@ class Session : public std::enable_shared_from_this<Session> {
   std::atomic<bool> upload_files_{false};
   std::atomic<bool> lost_{false};  // the transport can carry no more commands
   std::atomic<std::uint64_t> commands_{0};
+  mutable std::mutex bidi_mutex_;
+  std::shared_ptr<BidiChannel> bidi_;
+  std::string bidi_status_;
 };
 
 }  // namespace webdriver

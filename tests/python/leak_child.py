@@ -18,8 +18,21 @@ from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
 from tests.python.leaks import open_fds, profiles, rss_kib
 
 
+def threads():
+    """This process's threads, once a thread just joined has left the task list."""
+    count, deadline = len(os.listdir("/proc/self/task")), time.time() + 1.0
+    while time.time() < deadline:
+        time.sleep(0.05)
+        now = len(os.listdir("/proc/self/task"))
+        if now == count:
+            break
+        count = now
+    return count
+
+
 def report(**fields):
-    fields.update(fds=open_fds(), rss_kib=rss_kib(), profiles=len(profiles(os.environ["TMPDIR"])))
+    fields.update(fds=open_fds(), threads=threads(), rss_kib=rss_kib(),
+                  profiles=len(profiles(os.environ["TMPDIR"])))
     print(json.dumps(fields), flush=True)
 
 

@@ -48,6 +48,8 @@ def test_browsers_opened_and_closed_leave_no_process_profile_or_descriptor(tmp_p
     # The first cycle opens what lives on (the HTTP client, the spawner thread); after
     # it the descriptors stay flat.
     assert lines[-1]["fds"] <= lines[1]["fds"], [line["fds"] for line in lines]
+    # Each session's event channel takes two threads and ends them with the session.
+    assert lines[-1]["threads"] <= lines[1]["threads"], [line["threads"] for line in lines]
     assert_nothing_left(tmp_path, lines)
 
 

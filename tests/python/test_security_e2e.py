@@ -121,6 +121,10 @@ def test_a_session_listens_on_loopback_only_and_keeps_secrets_off_its_processes(
         assert sockets, "neither the browser nor its driver listens"
         assert [s for s in sockets if not s[0].is_loopback] == []
         ports = {port for _, port, _ in sockets}
+        # The browser's event channel is one of those loopback ports.
+        channel = w.browser.bidi_url
+        assert channel and channel.startswith("ws://127.0.0.1:"), w.browser.bidi_status
+        assert int(channel.split(":")[2].split("/")[0]) in ports
         profile = profile_of(pids)
         assert profile and os.path.basename(profile).startswith("vorna-")
         if browser == "firefox":
