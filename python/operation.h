@@ -56,15 +56,18 @@ struct ConsoleMark {
 // next slice of a sleep with no picture (the user asked to stop now) and leaves the
 // browser as it is: the wrapper stays usable. A Ctrl-C the operation swallowed on the
 // way is raised when it returns.
-template <class R, class... A>
-auto operation(R (vorna::VornaWebWrapper::*fn)(A...), const char* name) {
+//
+// `fn` is a member of the wrapper or a free function of a subsystem's header taking the
+// wrapper first; both are called as std::invoke(fn, w, args...).
+template <class R, class... A, class F>
+auto guarded_operation(F fn, const char* name) {
   return [fn, name](vorna::VornaWebWrapper& w, A... args) -> R {
     auto run = [&]() -> R {
       py::gil_scoped_release unlocked;
       w.current_operation = name;
       const ConsoleMark before = ConsoleMark::of(w);
       try {
-        return (w.*fn)(std::forward<A>(args)...);
+        return std::invoke(fn, w, std::forward<A>(args)...);
       } catch (const PythonInterrupt&) {
         throw;
       } catch (const marlet::PythonError&) {
@@ -84,6 +87,15 @@ auto operation(R (vorna::VornaWebWrapper::*fn)(A...), const char* name) {
       return result;
     }
   };
+}
+
+template <class R, class... A>
+auto operation(R (vorna::VornaWebWrapper::*fn)(A...), const char* name) {
+  return guarded_operation<R, A...>(fn, name);
+}
+template <class R, class... A>
+auto operation(R (*fn)(vorna::VornaWebWrapper&, A...), const char* name) {
+  return guarded_operation<R, A...>(fn, name);
 }
 
 // An operation that touches no browser (the bench comparisons): the GIL is released all
@@ -186,6 +198,13 @@ Operation op(const char* name, R (vorna::VornaWebWrapper::*fn)(A...), std::vecto
   auto define = login == Login::offline ? table_detail::definer<sizeof...(A)>(offline_operation(fn))
                                         : table_detail::definer<sizeof...(A)>(operation(fn, name));
   return {name, std::move(args), login, doc, std::move(define)};
+}
+
+// An operation declared in a subsystem's header: a free function taking the wrapper first.
+template <class R, class... A>
+Operation op(const char* name, R (*fn)(vorna::VornaWebWrapper&, A...), std::vector<Arg> args, Login login,
+             const char* doc) {
+  return {name, std::move(args), login, doc, table_detail::definer<sizeof...(A)>(operation(fn, name))};
 }
 
 // An operation whose binding does more than the call (reads the harness's objects,

@@ -3,7 +3,9 @@
 // the browser through the element layer (WebBase) with the console idioms below.
 //
 // The operations of each subsystem are defined in that subsystem's folder (power/,
-// network/, comparison/, ...); this header declares them all, grouped the same way.
+// network/, comparison/, ...). A subsystem moved to its own header declares them there
+// as free functions taking the wrapper first (power/power.h); this header declares the
+// others, grouped the same way.
 // Defaults of optional arguments are the binding's (python/init_<subsystem>.cpp): a C++
 // caller passes every argument.
 // Records and params are ordered_json with Python's meaning (see marlet/utils/pytext.h).
@@ -89,19 +91,7 @@ class VornaWebWrapper : public marlet::WebBase {
   // A map of the software rows, or the fixed notice text when the OS agent does not report.
   Json web_get_software_info();
 
-  // ---- power (power/) ----
-  std::string web_get_power_status();
-  void set_power_off();
-  void set_power_on();
-  void set_power_cycle();
-  void set_power_reboot();
-  void _switch_to_power();
-  void _set_power_state(const std::string& state);
-  void reboot();
-  void web_set_bmc_reboot(const Json& params);
-  Json web_get_power_capping_info(const Json& params);
-  bool web_set_power_cap(const Json& params);
-  bool web_set_poweron_strategy(const Json& params);
+  // ---- power: free functions on the wrapper, declared in power/power.h ----
 
   // ---- first-login registration (register.cpp) ----
   // Logins from params alone ("ipv4", "username", "password", defaulting to the wrapper's
