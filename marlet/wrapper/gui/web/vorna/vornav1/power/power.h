@@ -20,7 +20,7 @@ void set_power_reboot(VornaWebWrapper& w);
 // Inner steps the power actions share: open the power page; select a state and confirm.
 void _switch_to_power(VornaWebWrapper& w);
 void _set_power_state(VornaWebWrapper& w, const std::string& state);
-// The header's power menu: reset.
+// Restarts the server through the header's power menu.
 void reboot(VornaWebWrapper& w);
 // params: "option" ("Y" restarts the controller; anything else cancels the dialog).
 void web_set_bmc_reboot(VornaWebWrapper& w, const Json& params);
