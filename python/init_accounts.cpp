@@ -2,15 +2,16 @@
 #include "python/operation.h"
 
 namespace vorna_py {
-using vorna::VornaWebWrapper;
+using W = vorna::VornaWebWrapper;
 
-void init_accounts(WrapperClass& cls) {
-  cls.def("web_add_admin_user", operation(&VornaWebWrapper::web_add_admin_user, "web_add_admin_user"),
-          py::arg("params"));
-  cls.def("web_add_user", operation(&VornaWebWrapper::web_add_user, "web_add_user"), py::arg("params"));
-  cls.def("web_del_user_web", operation(&VornaWebWrapper::web_del_user_web, "web_del_user_web"), py::arg("params"));
-  cls.def("web_mod_password", operation(&VornaWebWrapper::web_mod_password, "web_mod_password"), py::arg("params"));
-  cls.def("web_query_users", operation(&VornaWebWrapper::web_query_users, "web_query_users"));
+Subsystem accounts_operations() {
+  return {"user accounts", {
+    op("web_add_admin_user", &W::web_add_admin_user, {"params"}, Login::needed, "Adds a local user from params, acting as the administrator."),
+    op("web_add_user", &W::web_add_user, {"params"}, Login::needed, "Adds a local user from params; {userlist, complete} after saving."),
+    op("web_del_user_web", &W::web_del_user_web, {"params"}, Login::needed, "Deletes the local user named in params."),
+    op("web_mod_password", &W::web_mod_password, {"params"}, Login::needed, "Changes a user's password from params; ends the browser when it finds the user."),
+    op("web_query_users", &W::web_query_users, {}, Login::needed, "The local users page as {add_button_exist, users}."),
+  }};
 }
 
 }  // namespace vorna_py

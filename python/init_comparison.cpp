@@ -2,23 +2,18 @@
 #include "python/operation.h"
 
 namespace vorna_py {
-using vorna::VornaWebWrapper;
+using W = vorna::VornaWebWrapper;
 
-void init_comparison(WrapperClass& cls) {
-  cls.def("compare_power", offline_operation(&VornaWebWrapper::compare_power),
-          py::arg("webPowerInfo"), py::arg("powerInfo"));
-  cls.def("compare_pcie", offline_operation(&VornaWebWrapper::compare_pcie),
-          py::arg("webpcieInfo"), py::arg("pcieInfo"));
-  cls.def("compare_back_board", offline_operation(&VornaWebWrapper::compare_back_board),
-          py::arg("webBackBoardInfo"), py::arg("backBoardInfo"));
-  cls.def("compare_riser", offline_operation(&VornaWebWrapper::compare_riser),
-          py::arg("webRaiserInfo"), py::arg("riserInfo"));
-  cls.def("compare_raid", offline_operation(&VornaWebWrapper::compare_raid),
-          py::arg("webRaidInfo"), py::arg("raidInfo"));
-  cls.def("compare_memory", offline_operation(&VornaWebWrapper::compare_memory),
-          py::arg("webMemoryInfo"), py::arg("osMemoryInfo"));
-  cls.def("compare_storage", offline_operation(&VornaWebWrapper::compare_storage),
-          py::arg("webRaidInfo"), py::arg("raidInfo"), py::arg("webDiskInfo"), py::arg("diskInfo"));
+Subsystem comparison_operations() {
+  return {"bench comparison", {
+    op("compare_power", &W::compare_power, {"webPowerInfo", "powerInfo"}, Login::offline, "The console's power supplies against the bench table, by part number; raises at the first difference."),
+    op("compare_pcie", &W::compare_pcie, {"webpcieInfo", "pcieInfo"}, Login::offline, "The console's PCIe cards against the bench table, by PCI id; raises at the first difference."),
+    op("compare_back_board", &W::compare_back_board, {"webBackBoardInfo", "backBoardInfo"}, Login::offline, "The console's backplanes against the bench table, by board id; raises at the first difference."),
+    op("compare_riser", &W::compare_riser, {"webRaiserInfo", "riserInfo"}, Login::offline, "The console's riser cards against the bench table, by board id; raises at the first difference."),
+    op("compare_raid", &W::compare_raid, {"webRaidInfo", "raidInfo"}, Login::offline, "The console's RAID cards against the bench table, by PCI id; raises at the first difference."),
+    op("compare_memory", &W::compare_memory, {"webMemoryInfo", "osMemoryInfo"}, Login::offline, "The console's memory modules against the operating system's records; raises at the first difference."),
+    op("compare_storage", &W::compare_storage, {"webRaidInfo", "raidInfo", "webDiskInfo", "diskInfo"}, Login::offline, "The console's RAID controllers and disks against the operating system's; raises at the first difference."),
+  }};
 }
 
 }  // namespace vorna_py

@@ -2,15 +2,15 @@
 #include "python/operation.h"
 
 namespace vorna_py {
-using vorna::VornaWebWrapper;
+using W = vorna::VornaWebWrapper;
 
-void init_firmware(WrapperClass& cls) {
-  cls.def("set_firmware_upgrade", operation(&VornaWebWrapper::set_firmware_upgrade, "set_firmware_upgrade"),
-          py::arg("filepath"));
-  cls.def("update_fw", operation(&VornaWebWrapper::update_fw, "update_fw"), py::arg("fw_path"));
-  cls.def("set_info_collection", operation(&VornaWebWrapper::set_info_collection, "set_info_collection"),
-          py::arg("timeout") = 600);
-  cls.def("web_export_bmc_log", operation(&VornaWebWrapper::web_export_bmc_log, "web_export_bmc_log"));
+Subsystem firmware_operations() {
+  return {"firmware and diagnostics", {
+    op("set_firmware_upgrade", &W::set_firmware_upgrade, {"filepath"}, Login::needed, "Uploads the firmware file and waits for the upgrade; true when the result names a success."),
+    op("update_fw", &W::update_fw, {"fw_path"}, Login::needed, "Uploads the firmware at fw_path; true on a complete upgrade, None when no file is there."),
+    op("set_info_collection", &W::set_info_collection, {{"timeout", 600}}, Login::needed, "Runs the one-button collection; the path of dump_info.tar.gz in the download folder."),
+    op("web_export_bmc_log", &W::web_export_bmc_log, {}, Login::needed, "Downloads the operation log; returns \"operate_log\"."),
+  }};
 }
 
 }  // namespace vorna_py

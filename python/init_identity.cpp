@@ -2,14 +2,16 @@
 #include "python/operation.h"
 
 namespace vorna_py {
-using vorna::VornaWebWrapper;
+using W = vorna::VornaWebWrapper;
 
-void init_identity(WrapperClass& cls) {
-  cls.def("get_product_sn", operation(&VornaWebWrapper::get_product_sn, "get_product_sn"));
-  cls.def("get_guid", operation(&VornaWebWrapper::get_guid, "get_guid"));
-  cls.def("get_bios_name", operation(&VornaWebWrapper::get_bios_name, "get_bios_name"));
-  cls.def("web_get_firmware_version", operation(&VornaWebWrapper::web_get_firmware_version, "web_get_firmware_version"));
-  cls.def("web_get_software_info", operation(&VornaWebWrapper::web_get_software_info, "web_get_software_info"));
+Subsystem identity_operations() {
+  return {"identity and versions", {
+    op("get_product_sn", &W::get_product_sn, {}, Login::needed, "The product serial number the console reports."),
+    op("get_guid", &W::get_guid, {}, Login::needed, "The machine's GUID the console reports."),
+    op("get_bios_name", &W::get_bios_name, {}, Login::needed, "The BIOS name the console reports."),
+    op("web_get_firmware_version", &W::web_get_firmware_version, {}, Login::needed, "{bmc_version, bios_version, cpld_version} from the console."),
+    op("web_get_software_info", &W::web_get_software_info, {}, Login::needed, "The software rows as a map, or the console's notice when the OS agent does not report."),
+  }};
 }
 
 }  // namespace vorna_py

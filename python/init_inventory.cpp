@@ -2,31 +2,28 @@
 #include "python/operation.h"
 
 namespace vorna_py {
-using vorna::VornaWebWrapper;
+using W = vorna::VornaWebWrapper;
 
-void init_inventory(WrapperClass& cls) {
-  cls.def("web_get_main_board_info", operation(&VornaWebWrapper::web_get_main_board_info, "web_get_main_board_info"));
-  cls.def("get_back_info", operation(&VornaWebWrapper::get_back_info, "get_back_info"));
-  cls.def("web_get_fan_web_info", operation(&VornaWebWrapper::web_get_fan_web_info, "web_get_fan_web_info"));
-  cls.def("web_get_power_web_info", operation(&VornaWebWrapper::web_get_power_web_info, "web_get_power_web_info"));
-  cls.def("web_get_pcie_web_info", operation(&VornaWebWrapper::web_get_pcie_web_info, "web_get_pcie_web_info"));
-  cls.def("web_get_hard_back_board_info",
-          operation(&VornaWebWrapper::web_get_hard_back_board_info, "web_get_hard_back_board_info"));
-  cls.def("web_get_riser_info", operation(&VornaWebWrapper::web_get_riser_info, "web_get_riser_info"));
-  cls.def("web_get_other_raid_info", operation(&VornaWebWrapper::web_get_other_raid_info, "web_get_other_raid_info"));
-  cls.def("get_tpm_info", operation(&VornaWebWrapper::get_tpm_info, "get_tpm_info"));
-  cls.def("web_get_cpu_info_vorna", operation(&VornaWebWrapper::web_get_cpu_info_vorna, "web_get_cpu_info_vorna"),
-          py::arg("params"));
-  cls.def("web_get_cpu_info_vorna_single",
-          operation(&VornaWebWrapper::web_get_cpu_info_vorna_single, "web_get_cpu_info_vorna_single"));
-  cls.def("web_get_cpu_info_all", operation(&VornaWebWrapper::web_get_cpu_info_all, "web_get_cpu_info_all"));
-  cls.def("web_get_memory_web_info", operation(&VornaWebWrapper::web_get_memory_web_info, "web_get_memory_web_info"));
-  cls.def("get_nic_info", operation(&VornaWebWrapper::get_nic_info, "get_nic_info"));
-  cls.def("web_get_netcard_web_info",
-          operation(&VornaWebWrapper::web_get_netcard_web_info, "web_get_netcard_web_info"));
-  cls.def("web_get_fccard_info", operation(&VornaWebWrapper::web_get_fccard_info, "web_get_fccard_info"));
-  cls.def("web_get_other_devices_info",
-          operation(&VornaWebWrapper::web_get_other_devices_info, "web_get_other_devices_info"));
+Subsystem inventory_operations() {
+  return {"inventory", {
+    op("web_get_main_board_info", &W::web_get_main_board_info, {}, Login::needed, "The mainboard's records from the system information page."),
+    op("get_back_info", &W::get_back_info, {}, Login::needed, "Backplane name -> version; returns inside the content frame."),
+    op("web_get_fan_web_info", &W::web_get_fan_web_info, {}, Login::needed, "The fans' records."),
+    op("web_get_power_web_info", &W::web_get_power_web_info, {}, Login::needed, "The power supplies' records, with ConsumedWatts from the power statistics."),
+    op("web_get_pcie_web_info", &W::web_get_pcie_web_info, {}, Login::needed, "The PCIe cards: one record per card table."),
+    op("web_get_hard_back_board_info", &W::web_get_hard_back_board_info, {}, Login::needed, "The backplanes' records."),
+    op("web_get_riser_info", &W::web_get_riser_info, {}, Login::needed, "The riser cards' records."),
+    op("web_get_other_raid_info", &W::web_get_other_raid_info, {}, Login::needed, "The RAID cards' records from the other-cards tab."),
+    op("get_tpm_info", &W::get_tpm_info, {}, Login::needed, "The security module's record."),
+    op("web_get_cpu_info_vorna", &W::web_get_cpu_info_vorna, {"params"}, Login::needed, "The processors: params[\"type\"] \"single\" or \"all\"; None for another type."),
+    op("web_get_cpu_info_vorna_single", &W::web_get_cpu_info_vorna_single, {}, Login::needed, "The first processor, from the processors' tab already open."),
+    op("web_get_cpu_info_all", &W::web_get_cpu_info_all, {}, Login::needed, "Every processor, from the processors' tab already open."),
+    op("web_get_memory_web_info", &W::web_get_memory_web_info, {}, Login::needed, "The memory modules' records."),
+    op("get_nic_info", &W::get_nic_info, {}, Login::needed, "The network cards' records."),
+    op("web_get_netcard_web_info", &W::web_get_netcard_web_info, {}, Login::needed, "The network cards' records with their ports."),
+    op("web_get_fccard_info", &W::web_get_fccard_info, {}, Login::needed, "The FC cards' records."),
+    op("web_get_other_devices_info", &W::web_get_other_devices_info, {}, Login::needed, "The other devices' records."),
+  }};
 }
 
 }  // namespace vorna_py

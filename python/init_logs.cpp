@@ -2,16 +2,15 @@
 #include "python/operation.h"
 
 namespace vorna_py {
-using vorna::VornaWebWrapper;
+using W = vorna::VornaWebWrapper;
 
-void init_logs(WrapperClass& cls) {
-  cls.def("check_health", operation(&VornaWebWrapper::check_health, "check_health"));
-  cls.def("web_get_error_warning", operation(&VornaWebWrapper::web_get_error_warning, "web_get_error_warning"));
-  cls.def("web_check_bmc_log", operation(&VornaWebWrapper::web_check_bmc_log, "web_check_bmc_log"),
-          py::arg("params"));
-  cls.def("check_keyword_in_system_log",
-          operation(&VornaWebWrapper::check_keyword_in_system_log, "check_keyword_in_system_log"),
-          py::arg("keyword_list"), py::arg("check_time"));
+Subsystem logs_operations() {
+  return {"health and logs", {
+    op("check_health", &W::check_health, {}, Login::needed, "True when the alarm page shows one of its all-clear sentences."),
+    op("web_get_error_warning", &W::web_get_error_warning, {}, Login::needed, "The login page's error label."),
+    op("web_check_bmc_log", &W::web_check_bmc_log, {"params"}, Login::needed, "True when each sentence of params[\"check_list\"] occurs in the operation log."),
+    op("check_keyword_in_system_log", &W::check_keyword_in_system_log, {"keyword_list", "check_time"}, Login::needed, "True at the first keyword found in the system events since check_time."),
+  }};
 }
 
 }  // namespace vorna_py

@@ -2,13 +2,15 @@
 #include "python/operation.h"
 
 namespace vorna_py {
-using vorna::VornaWebWrapper;
+using W = vorna::VornaWebWrapper;
 
-void init_network(WrapperClass& cls) {
-  cls.def("get_manage_ipv4", operation(&VornaWebWrapper::get_manage_ipv4, "get_manage_ipv4"));
-  cls.def("get_bmc_ip_addr", operation(&VornaWebWrapper::get_bmc_ip_addr, "get_bmc_ip_addr"));
-  cls.def("_mod_manage_ipv4", operation(&VornaWebWrapper::_mod_manage_ipv4, "_mod_manage_ipv4"), py::arg("params"));
-  cls.def("mod_bmc_ip_addr", operation(&VornaWebWrapper::mod_bmc_ip_addr, "mod_bmc_ip_addr"), py::arg("params"));
+Subsystem network_operations() {
+  return {"management address", {
+    op("get_manage_ipv4", &W::get_manage_ipv4, {}, Login::needed, "{ipv4_address, ipv4_mask, ipv4_gateway} of the network page."),
+    op("get_bmc_ip_addr", &W::get_bmc_ip_addr, {}, Login::needed, "The management address record {ipv4_address, ipv4_mask, ipv4_gateway}."),
+    op("_mod_manage_ipv4", &W::_mod_manage_ipv4, {"params"}, Login::needed, "Fills and saves the address record in params, then ends the browser."),
+    op("mod_bmc_ip_addr", &W::mod_bmc_ip_addr, {"params"}, Login::needed, "Changes the management address from params, then ends the browser."),
+  }};
 }
 
 }  // namespace vorna_py

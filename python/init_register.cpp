@@ -2,11 +2,13 @@
 #include "python/operation.h"
 
 namespace vorna_py {
-using vorna::VornaWebWrapper;
+using W = vorna::VornaWebWrapper;
 
-void init_register(WrapperClass& cls) {
-  cls.def("web_register", operation(&VornaWebWrapper::web_register, "web_register"), py::arg("params"));
-  cls.def("web_register_web", operation(&VornaWebWrapper::web_register_web, "web_register_web"), py::arg("params"));
+Subsystem register_operations() {
+  return {"first-login registration", {
+    op("web_register", &W::web_register, {"params"}, Login::none, "Logs in from params alone, through the forced password change of a first login."),
+    op("web_register_web", &W::web_register_web, {"params"}, Login::none, "Logs in from params alone; false when the login fails."),
+  }};
 }
 
 }  // namespace vorna_py

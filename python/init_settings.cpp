@@ -2,26 +2,19 @@
 #include "python/operation.h"
 
 namespace vorna_py {
-using vorna::VornaWebWrapper;
+using W = vorna::VornaWebWrapper;
 
-void init_settings(WrapperClass& cls) {
-  cls.def("enter_ldap_config", operation(&VornaWebWrapper::enter_ldap_config, "enter_ldap_config"),
-          py::arg("ldap_controller_id") = "1");
-  cls.def("config_ldap_service", operation(&VornaWebWrapper::config_ldap_service, "config_ldap_service"),
-          py::arg("ldap_ip"), py::arg("ldap_domainName"), py::arg("ldap_pwd"), py::arg("ldap_cert_enable") = "1",
-          py::arg("ldap_cert_verify_level") = "1", py::arg("ldaps_port") = "636",
-          py::arg("ldap_bind_dn") = py::none(), py::arg("ldap_dn_pwd") = py::none(),
-          py::arg("user_group_folder_hidden") = py::none());
-  cls.def("web_set_system_config", operation(&VornaWebWrapper::web_set_system_config, "web_set_system_config"),
-          py::arg("params"));
-  cls.def("web_get_device_location_info",
-          operation(&VornaWebWrapper::web_get_device_location_info, "web_get_device_location_info"));
-  cls.def("bmc_time_zone", operation(&VornaWebWrapper::bmc_time_zone, "bmc_time_zone"), py::arg("method") = "GET",
-          py::arg("state") = py::none(), py::arg("city") = py::none());
-  cls.def("get_snmp_engine_id", operation(&VornaWebWrapper::get_snmp_engine_id, "get_snmp_engine_id"));
-  cls.def("web_get_web_timeout", operation(&VornaWebWrapper::web_get_web_timeout, "web_get_web_timeout"));
-  cls.def("web_get_disk_usage_percent",
-          operation(&VornaWebWrapper::web_get_disk_usage_percent, "web_get_disk_usage_percent"));
+Subsystem settings_operations() {
+  return {"service settings", {
+    op("enter_ldap_config", &W::enter_ldap_config, {{"ldap_controller_id", "1"}}, Login::needed, "Opens the LDAP page at the tab of controller ldap_controller_id; stays in the content frame."),
+    op("config_ldap_service", &W::config_ldap_service, {"ldap_ip", "ldap_domainName", "ldap_pwd", {"ldap_cert_enable", "1"}, {"ldap_cert_verify_level", "1"}, {"ldaps_port", "636"}, {"ldap_bind_dn", nullptr}, {"ldap_dn_pwd", nullptr}, {"user_group_folder_hidden", nullptr}}, Login::needed, "Fills and saves the selected controller's LDAP form; stays in the content frame."),
+    op("web_set_system_config", &W::web_set_system_config, {"params"}, Login::needed, "Saves the device location params[\"location\"]; true when the page then shows it."),
+    op("web_get_device_location_info", &W::web_get_device_location_info, {}, Login::needed, "The device location the console shows."),
+    op("bmc_time_zone", &W::bmc_time_zone, {{"method", "GET"}, {"state", nullptr}, {"city", nullptr}}, Login::needed, "GET the time zone (or a region's cities), or SET it to state and city."),
+    op("get_snmp_engine_id", &W::get_snmp_engine_id, {}, Login::needed, "{value: the SNMP engine id}; stays in the content frame."),
+    op("web_get_web_timeout", &W::web_get_web_timeout, {}, Login::needed, "The web session time-out value, as the page holds it."),
+    op("web_get_disk_usage_percent", &W::web_get_disk_usage_percent, {}, Login::needed, "Partition name -> usage text; stays in the content frame."),
+  }};
 }
 
 }  // namespace vorna_py

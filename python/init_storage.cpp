@@ -2,18 +2,17 @@
 #include "python/operation.h"
 
 namespace vorna_py {
-using vorna::VornaWebWrapper;
+using W = vorna::VornaWebWrapper;
 
-void init_storage(WrapperClass& cls) {
-  cls.def("web_get_raid_web_info", operation(&VornaWebWrapper::web_get_raid_web_info, "web_get_raid_web_info"));
-  cls.def("get_raid_name", operation(&VornaWebWrapper::get_raid_name, "get_raid_name"));
-  cls.def("delete_all_raid_logical_driver",
-          operation(&VornaWebWrapper::delete_all_raid_logical_driver, "delete_all_raid_logical_driver"));
-  cls.def("create_raid_logical_driver",
-          operation(&VornaWebWrapper::create_raid_logical_driver, "create_raid_logical_driver"), py::arg("params"));
-  cls.def("get_storage_info", operation(&VornaWebWrapper::get_storage_info, "get_storage_info"), py::arg("params"));
-  cls.def("web_get_logical_driver_info",
-          operation(&VornaWebWrapper::web_get_logical_driver_info, "web_get_logical_driver_info"));
+Subsystem storage_operations() {
+  return {"storage", {
+    op("web_get_raid_web_info", &W::web_get_raid_web_info, {}, Login::needed, "The panes of every RAID entry of the storage tree, keyed by the label rule."),
+    op("get_raid_name", &W::get_raid_name, {}, Login::needed, "The RAID card's name; stays in the content frame."),
+    op("get_storage_info", &W::get_storage_info, {"params"}, Login::needed, "The disks: by controller when params[\"raid_disk\"], else the pass-through ones."),
+    op("web_get_logical_driver_info", &W::web_get_logical_driver_info, {}, Login::needed, "Each logical drive's title -> its pane record."),
+    op("create_raid_logical_driver", &W::create_raid_logical_driver, {"params"}, Login::needed, "Creates a logical drive (name, level, count) over disks 0 .. count-1."),
+    op("delete_all_raid_logical_driver", &W::delete_all_raid_logical_driver, {}, Login::needed, "Deletes logical drives 0 to 3 (as many as there are) at once."),
+  }};
 }
 
 }  // namespace vorna_py

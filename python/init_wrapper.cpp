@@ -119,7 +119,37 @@ Json controller_record(py::handle bmc) {
   return record;
 }
 
+// The login's params as the operation reads them: KeyError('bmc') before anything else
+// happens; a map whose reads fail is the harness's fault and reads as a TypeError, like
+// any other unreadable value.
+bool web_login(VornaWebWrapper& w, py::object params) {
+  static py::object mapping = py::module_::import("collections.abc").attr("Mapping");
+  if (!py::isinstance(params, mapping)) throw py::type_error("web_login() takes a map of parameters");
+  Json p = Json::object();
+  try {
+    py::object bmc = params["bmc"];
+    for (auto item : py::dict(params)) {
+      std::string key = to_json(py::str(item.first)).get<std::string>();
+      p[key] = key == "bmc" ? controller_record(item.second) : to_json(item.second);
+    }
+  } catch (py::error_already_set& e) {
+    raise_unreadable(e, params);  // a harness object whose attribute or text fails
+  }
+  return operation(&VornaWebWrapper::web_login, "web_login")(w, p);
+}
+
 }  // namespace
+
+Subsystem session_operations() {
+  using W = VornaWebWrapper;
+  return {"session", {
+    custom_op("web_login", web_login, {"params"}, Login::none, "Opens the browser if none is open and logs in with params[\"bmc\"] (and the optional overrides)."),
+    op("web_logout", &W::web_logout, {}, Login::needed, "Logs out of the console."),
+    op("web_close", &W::web_close, {}, Login::none, "Ends the browser."),
+    op("web_kill_firefox", &W::web_kill_firefox, {}, Login::none, "Ends the browser forcibly."),
+    op("web_switch_page_logout", &W::web_switch_page_logout, {}, Login::needed, "Switches to the first window and its top document."),
+  }};
+}
 
 void init_wrapper(py::module_& m) {
   py::class_<WebBase, ReleasingHolder<WebBase>>(m, "_WebBase", py::dynamic_attr())
@@ -251,40 +281,7 @@ void init_wrapper(py::module_& m) {
     return d;
   });
 
-  cls.def("web_login", [](VornaWebWrapper& w, py::object params) {
-    static py::object mapping = py::module_::import("collections.abc").attr("Mapping");
-    if (!py::isinstance(params, mapping)) throw py::type_error("web_login() takes a map of parameters");
-    Json p = Json::object();
-    try {
-      // KeyError('bmc') before anything else happens; a map whose reads fail is the
-      // harness's fault and reads as a TypeError, like any other unreadable value.
-      py::object bmc = params["bmc"];
-      for (auto item : py::dict(params)) {
-        std::string key = to_json(py::str(item.first)).get<std::string>();
-        p[key] = key == "bmc" ? controller_record(item.second) : to_json(item.second);
-      }
-    } catch (py::error_already_set& e) {
-      raise_unreadable(e, params);  // a harness object whose attribute or text fails
-    }
-    return operation(&VornaWebWrapper::web_login, "web_login")(w, p);
-  }, py::arg("params"));
-  cls.def("web_logout", operation(&VornaWebWrapper::web_logout, "web_logout"));
-  cls.def("web_close", operation(&VornaWebWrapper::web_close, "web_close"));
-  cls.def("web_kill_firefox", operation(&VornaWebWrapper::web_kill_firefox, "web_kill_firefox"));
-  cls.def("web_switch_page_logout", operation(&VornaWebWrapper::web_switch_page_logout, "web_switch_page_logout"));
-
-  init_comparison(cls);
-  init_power(cls);
-  init_identity(cls);
-  init_register(cls);
-  init_accounts(cls);
-  init_network(cls);
-  init_boot(cls);
-  init_firmware(cls);
-  init_inventory(cls);
-  init_storage(cls);
-  init_logs(cls);
-  init_settings(cls);
+  m.attr("_operations") = bind_operations(cls);
 
   cls.attr("logger") = py::module_::import("marlet.log").attr("get_logger")(VornaWebWrapper::kModuleName);
   py::list modules;

@@ -5,7 +5,11 @@
 #include <pybind11/pybind11.h>
 
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <type_traits>
+#include <utility>
+#include <vector>
 
 #include "marlet/exception/exceptions.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
@@ -52,15 +56,18 @@ struct ConsoleMark {
 // next slice of a sleep with no picture (the user asked to stop now) and leaves the
 // browser as it is: the wrapper stays usable. A Ctrl-C the operation swallowed on the
 // way is raised when it returns.
-template <class R, class... A>
-auto operation(R (vorna::VornaWebWrapper::*fn)(A...), const char* name) {
+//
+// `fn` is a member of the wrapper or a free function of a subsystem's header taking the
+// wrapper first; both are called as std::invoke(fn, w, args...).
+template <class R, class... A, class F>
+auto guarded_operation(F fn, const char* name) {
   return [fn, name](vorna::VornaWebWrapper& w, A... args) -> R {
     auto run = [&]() -> R {
       py::gil_scoped_release unlocked;
       w.current_operation = name;
       const ConsoleMark before = ConsoleMark::of(w);
       try {
-        return (w.*fn)(std::forward<A>(args)...);
+        return std::invoke(fn, w, std::forward<A>(args)...);
       } catch (const PythonInterrupt&) {
         throw;
       } catch (const marlet::PythonError&) {
@@ -82,6 +89,15 @@ auto operation(R (vorna::VornaWebWrapper::*fn)(A...), const char* name) {
   };
 }
 
+template <class R, class... A>
+auto operation(R (vorna::VornaWebWrapper::*fn)(A...), const char* name) {
+  return guarded_operation<R, A...>(fn, name);
+}
+template <class R, class... A>
+auto operation(R (*fn)(vorna::VornaWebWrapper&, A...), const char* name) {
+  return guarded_operation<R, A...>(fn, name);
+}
+
 // An operation that touches no browser (the bench comparisons): the GIL is released all
 // the same, but a failure is about the records, so no picture of the page is taken.
 template <class R, class... A>
@@ -93,18 +109,129 @@ auto offline_operation(R (vorna::VornaWebWrapper::*fn)(A...)) {
 }
 
 
-// One per subsystem, each in its own file.
-void init_comparison(WrapperClass& cls);
-void init_power(WrapperClass& cls);
-void init_identity(WrapperClass& cls);
-void init_register(WrapperClass& cls);
-void init_accounts(WrapperClass& cls);
-void init_network(WrapperClass& cls);
-void init_boot(WrapperClass& cls);
-void init_firmware(WrapperClass& cls);
-void init_inventory(WrapperClass& cls);
-void init_storage(WrapperClass& cls);
-void init_logs(WrapperClass& cls);
-void init_settings(WrapperClass& cls);
+// ---- the tables of operations ----
+//
+// Each subsystem's operations stand in one table (init_<subsystem>.cpp): name, function,
+// argument names and defaults, how it stands to the login, and a one-line doc. The table
+// binds them (with the doc in help()), and the module hands it to Python as
+// `_operations`, from which the command line, the fuzz sweep and docs/operations.md read.
+
+// How an operation stands to the login: it needs one; it needs none (it logs in from its
+// own params, or works on whatever browser there is); it touches no console at all.
+enum class Login { needed, none, offline };
+const char* login_name(Login login);
+
+// One argument: its Python name and, for a trailing optional one, its default. The
+// default is written here only: the C++ function takes every argument explicitly.
+struct Arg {
+  Arg(const char* n) : name(n) {}  // NOLINT: a bare name is a required argument
+  Arg(const char* n, Json d) : name(n), fallback(std::move(d)) {}
+  const char* name;
+  std::optional<Json> fallback;
+};
+
+struct Operation {
+  const char* name;
+  std::vector<Arg> args;
+  Login login;
+  const char* doc;
+  std::function<void(WrapperClass&, const Operation&)> define;
+};
+
+struct Subsystem {
+  const char* title;
+  std::vector<Operation> operations;
+};
+
+namespace table_detail {
+
+// py::arg for a required argument, py::arg_v with the table's default for an optional one.
+template <size_t Required, size_t I>
+auto arg_at(const Operation& o) {
+  if constexpr (I < Required)
+    return py::arg(o.args[I].name);
+  else
+    return py::arg(o.args[I].name) = from_json(*o.args[I].fallback);
+}
+
+template <size_t Required, class Bound, size_t... I>
+void def_split(WrapperClass& cls, const Operation& o, const Bound& bound, std::index_sequence<I...>) {
+  cls.def(o.name, bound, o.doc, arg_at<Required, I>(o)...);
+}
+
+// Defines `bound` with N arguments of which the first `required` have no default.
+template <size_t N, class Bound, size_t... K>
+void def_any(WrapperClass& cls, const Operation& o, const Bound& bound, size_t required,
+             std::index_sequence<K...>) {
+  ((required == K ? def_split<K>(cls, o, bound, std::make_index_sequence<N>{}) : void()), ...);
+}
+
+// The number of required arguments; std::logic_error (an import error, seen by every
+// test) when the table's names do not match the function's arguments.
+size_t required_args(const Operation& o, size_t arity);
+
+template <size_t N, class Bound>
+std::function<void(WrapperClass&, const Operation&)> definer(Bound bound) {
+  return [bound](WrapperClass& cls, const Operation& o) {
+    def_any<N>(cls, o, bound, required_args(o, N), std::make_index_sequence<N + 1>{});
+  };
+}
+
+template <class F>
+struct Signature : Signature<decltype(&F::operator())> {};
+template <class C, class R, class... A>
+struct Signature<R (C::*)(vorna::VornaWebWrapper&, A...) const> {
+  static constexpr size_t arity = sizeof...(A);
+};
+template <class R, class... A>
+struct Signature<R (*)(vorna::VornaWebWrapper&, A...)> {
+  static constexpr size_t arity = sizeof...(A);
+};
+
+}  // namespace table_detail
+
+// An operation of the wrapper, bound through operation() (offline_operation() for one
+// that touches no console).
+template <class R, class... A>
+Operation op(const char* name, R (vorna::VornaWebWrapper::*fn)(A...), std::vector<Arg> args, Login login,
+             const char* doc) {
+  auto define = login == Login::offline ? table_detail::definer<sizeof...(A)>(offline_operation(fn))
+                                        : table_detail::definer<sizeof...(A)>(operation(fn, name));
+  return {name, std::move(args), login, doc, std::move(define)};
+}
+
+// An operation declared in a subsystem's header: a free function taking the wrapper first.
+template <class R, class... A>
+Operation op(const char* name, R (*fn)(vorna::VornaWebWrapper&, A...), std::vector<Arg> args, Login login,
+             const char* doc) {
+  return {name, std::move(args), login, doc, table_detail::definer<sizeof...(A)>(operation(fn, name))};
+}
+
+// An operation whose binding does more than the call (reads the harness's objects,
+// shapes the result): `bound` takes the wrapper and the arguments, and runs the
+// operation through operation() itself.
+template <class F>
+Operation custom_op(const char* name, F bound, std::vector<Arg> args, Login login, const char* doc) {
+  return {name, std::move(args), login, doc, table_detail::definer<table_detail::Signature<F>::arity>(bound)};
+}
+
+// The tables, one per subsystem, each in its own file, in the order `vorna --help` shows.
+Subsystem session_operations();
+Subsystem register_operations();
+Subsystem identity_operations();
+Subsystem power_operations();
+Subsystem accounts_operations();
+Subsystem network_operations();
+Subsystem boot_operations();
+Subsystem firmware_operations();
+Subsystem inventory_operations();
+Subsystem storage_operations();
+Subsystem logs_operations();
+Subsystem settings_operations();
+Subsystem comparison_operations();
+
+// Binds every table's operations to the class and returns them for Python, in order:
+// [{"subsystem", "name", "args": [{"name"[, "default"]}], "login", "doc"}].
+py::list bind_operations(WrapperClass& cls);
 
 }  // namespace vorna_py

@@ -31,58 +31,22 @@ import time
 PASSWORD_ENV = "VORNA_PASSWORD"
 MASK = "********"
 
-# The subsystems, in the order --help shows them. Every public operation of the class is
-# listed exactly once: one missing here is shown under "other" (see operation_groups).
-SUBSYSTEMS = [
-    ("session (vorna logs in and out by itself)",
-     ["web_login", "web_logout", "web_close", "web_kill_firefox", "web_switch_page_logout"]),
-    ("first-login registration (no login before; address and user from the options)",
-     ["web_register", "web_register_web"]),
-    ("identity and versions",
-     ["get_product_sn", "get_guid", "get_bios_name", "web_get_firmware_version", "web_get_software_info"]),
-    ("power",
-     ["web_get_power_status", "set_power_off", "set_power_on", "set_power_cycle", "set_power_reboot", "reboot",
-      "web_set_bmc_reboot", "web_get_power_capping_info", "web_set_power_cap", "web_set_poweron_strategy"]),
-    ("user accounts",
-     ["web_add_admin_user", "web_add_user", "web_del_user_web", "web_mod_password", "web_query_users"]),
-    ("management address",
-     ["get_manage_ipv4", "get_bmc_ip_addr", "mod_bmc_ip_addr"]),
-    ("boot settings",
-     ["web_get_boot_option", "web_set_boot_option", "web_get_effective", "web_set_effective",
-      "web_get_boot_mode", "web_set_boot_mode", "change_startup_mode", "modify_msconfig"]),
-    ("firmware and diagnostics",
-     ["set_firmware_upgrade", "update_fw", "set_info_collection", "web_export_bmc_log"]),
-    ("inventory",
-     ["web_get_main_board_info", "get_back_info", "web_get_fan_web_info", "web_get_power_web_info",
-      "web_get_pcie_web_info", "web_get_hard_back_board_info", "web_get_riser_info", "web_get_other_raid_info",
-      "get_tpm_info", "web_get_cpu_info_vorna", "web_get_cpu_info_vorna_single", "web_get_cpu_info_all",
-      "web_get_memory_web_info", "get_nic_info", "web_get_netcard_web_info", "web_get_fccard_info",
-      "web_get_other_devices_info"]),
-    ("storage",
-     ["web_get_raid_web_info", "get_raid_name", "get_storage_info", "web_get_logical_driver_info",
-      "create_raid_logical_driver", "delete_all_raid_logical_driver"]),
-    ("health and logs",
-     ["check_health", "web_get_error_warning", "web_check_bmc_log", "check_keyword_in_system_log"]),
-    ("service settings",
-     ["enter_ldap_config", "config_ldap_service", "web_set_system_config", "web_get_device_location_info",
-      "bmc_time_zone", "get_snmp_engine_id", "web_get_web_timeout", "web_get_disk_usage_percent"]),
-    ("bench comparison (offline: no console, no login)",
-     ["compare_power", "compare_pcie", "compare_back_board", "compare_riser", "compare_raid", "compare_memory",
-      "compare_storage"]),
-]
+# The operations, their subsystems and docs come from the module's table of operations
+# (`_operations`, in the order --help shows them); these notes are the command line's own.
+NOTES = {
+    "session": "vorna logs in and out by itself",
+    "first-login registration": "no login before; address and user from the options",
+    "bench comparison": "offline: no console, no login",
+}
 OTHER = "other"
 
 # vorna itself logs in before and out after: these would undo or repeat that.
 NOT_CALLABLE = {"web_login", "web_logout", "web_close", "web_kill_firefox"}
-# Run with no login first: they log in themselves from their params, or need no console.
-NO_LOGIN = {"web_register", "web_register_web", "compare_power", "compare_pcie", "compare_back_board",
-            "compare_riser", "compare_raid", "compare_memory", "compare_storage"}
 # `vorna inventory`: every reader, with its arguments. The processors are read through
 # web_get_cpu_info_vorna: web_get_cpu_info_vorna_single and web_get_cpu_info_all are its
 # inner readers and work only on the processors' tab it opens ("all" gives every one).
 INNER_READERS = {"web_get_cpu_info_vorna_single", "web_get_cpu_info_all"}
 INVENTORY_ARGS = {"web_get_cpu_info_vorna": [{"type": "all"}]}
-INVENTORY_READERS = [name for name in dict(SUBSYSTEMS)["inventory"] if name not in INNER_READERS]
 
 EXIT_OK, EXIT_FAILED, EXIT_BAD_INPUT, EXIT_INTERRUPTED = 0, 1, 2, 130
 
@@ -96,6 +60,12 @@ def wrapper_class():
     return VornaWebWrapper
 
 
+def operation_table():
+    """[{"subsystem", "name", "args", "login", "doc"}]: every operation of the class."""
+    from marlet.wrapper.gui.web.vorna.vornav1 import vornawebwrapper
+    return vornawebwrapper._operations
+
+
 def public_operations(cls):
     """The operations of the class: its own public methods (the element layer it stands
     on and the attributes are not operations)."""
@@ -104,18 +74,38 @@ def public_operations(cls):
 
 
 def operation_groups(cls):
-    """[(subsystem, [operations])] with every public operation exactly once."""
+    """[(subsystem, [operations])] with every public operation exactly once, in the
+    table's order; one the table lacks is shown under "other"."""
     present = set(public_operations(cls))
     groups, seen = [], set()
-    for title, names in SUBSYSTEMS:
-        names = [n for n in names if n in present and n not in seen]
-        seen.update(names)
-        if names:
-            groups.append((title, names))
+    for entry in operation_table():
+        name = entry["name"]
+        if name not in present or name in seen:
+            continue
+        seen.add(name)
+        if not groups or groups[-1][0] != entry["subsystem"]:
+            groups.append((entry["subsystem"], []))
+        groups[-1][1].append(name)
     rest = sorted(present - seen)
     if rest:
         groups.append((OTHER, rest))
     return groups
+
+
+def no_login():
+    """Run with no login first: they log in themselves from their params, or need no console."""
+    return {e["name"] for e in operation_table() if e["login"] != "needed"}
+
+
+def offline():
+    """The operations that touch no console at all."""
+    return {e["name"] for e in operation_table() if e["login"] == "offline"}
+
+
+def inventory_readers():
+    """Every reader `vorna inventory` runs, in the table's order."""
+    return [e["name"] for e in operation_table()
+            if e["subsystem"] == "inventory" and e["name"] not in INNER_READERS]
 
 
 # ---- arguments of an operation ----
@@ -339,10 +329,12 @@ class Parser(argparse.ArgumentParser):
 
 
 def build_parser(cls):
+    docs = {e["name"]: e["doc"] for e in operation_table()}
     epilog = ["operations, by subsystem:"]
     for title, names in operation_groups(cls):
-        epilog.append("  %s:" % title)
-        epilog.extend("    " + n for n in names)
+        epilog.append("  %s:" % ("%s (%s)" % (title, NOTES[title]) if title in NOTES else title))
+        width = max(len(n) for n in names)
+        epilog.extend(("    %-*s  %s" % (width, n, docs.get(n, ""))).rstrip() for n in names)
     epilog += ["",
                "PARAMS is one JSON text, or @FILE: an array gives the positional arguments, an",
                "object is one params map. Result: JSON on standard output. Errors: one JSON",
@@ -487,7 +479,7 @@ class Session(object):
 def run_inventory(wrapper, scrub):
     """{reader: result or {"error", "message"}}, and how many readers failed."""
     document, failed = {}, 0
-    for name in INVENTORY_READERS:
+    for name in inventory_readers():
         try:
             document[name] = getattr(wrapper, name)(*INVENTORY_ARGS.get(name, []))
         except Exception as e:
@@ -532,10 +524,10 @@ def main(argv=None, stdout=None, stderr=None):
             operation = args.operation
             call_args = parse_params(args.params)
             check_arguments(cls, operation, call_args)
-            login = operation not in NO_LOGIN
-        offline = args.command == "call" and operation in NO_LOGIN and operation.startswith("compare_")
+            login = operation not in no_login()
+        offline_call = args.command == "call" and operation in offline()
         password = None
-        if not offline:
+        if not offline_call:
             if not args.address:
                 raise UsageError("--address is needed")
             if not args.user:
@@ -561,7 +553,7 @@ def main(argv=None, stdout=None, stderr=None):
             login_params["web_protocol"] = args.protocol
         if not args.no_progress:
             progress = Progress(wrapper, stderr, redraw=None if not args.verbose else False)
-        session = Session(wrapper, login_params, login and not offline, warn)
+        session = Session(wrapper, login_params, login and not offline_call, warn)
         with progress, session as w:
             if args.command == "inventory":
                 operation = None
@@ -573,7 +565,7 @@ def main(argv=None, stdout=None, stderr=None):
         stdout.flush()
         if code != EXIT_OK:
             emit_error({"error": "InventoryIncomplete",
-                        "message": "%d of %d readers failed" % (failed, len(INVENTORY_READERS))})
+                        "message": "%d of %d readers failed" % (failed, len(inventory_readers()))})
         return code
     except KeyboardInterrupt:
         emit_error({"error": "KeyboardInterrupt", "message": "interrupted"})

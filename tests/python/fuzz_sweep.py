@@ -13,7 +13,8 @@ Run as `python3 -m tests.python.fuzz_sweep --part PART --seed N [--url URL]`:
            password and address changes), on a wrapper that never logged in.
 Every operation also gets a text too long to type in each argument (and under each key
 of its map that it asks for), which it must refuse at once.
-The operations are read from the class, so a new one is swept without any change here.
+The operations are read from the module's table of operations (and the element layer's
+from its class), so a new one is swept without any change here.
 """
 import argparse
 import collections.abc
@@ -30,7 +31,7 @@ from urllib.request import Request, urlopen
 
 from marlet.exception.marlet_exception import MarletException
 from marlet.utils.time import set_time_scale
-from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
+from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper, _operations
 
 # What an operation may raise on a bad day; anything else is a fault of the driver.
 # The refusals of an input, raised before the console is changed (AttributeError: a
@@ -177,9 +178,13 @@ class Parameter(object):
         self.required = required
 
 
-def parameters(fn):
-    """The parameters of an operation, read from its signature (pybind11 writes it as the
-    first line of the docstring) or, for a Python function, from inspect."""
+def parameters(fn, name=None):
+    """The parameters of an operation: from the table of operations for the wrapper's
+    own, else from its signature (pybind11 writes it as the first line of the docstring)
+    or, for a Python function, from inspect."""
+    entry = TABLE.get(name or getattr(fn, "__name__", None))
+    if entry is not None:
+        return [Parameter(a["name"], "default" not in a) for a in entry["args"]]
     try:
         sig = inspect.signature(fn)
         return [Parameter(p.name, p.default is inspect.Parameter.empty)
@@ -212,23 +217,30 @@ def parameters(fn):
     return out
 
 
+# The wrapper's public operations, by name.
+TABLE = {e["name"]: e for e in _operations if not e["name"].startswith("_")}
+
+
 def operations(part):
-    names = []
-    for name in sorted(dir(VornaWebWrapper)):
-        if name.startswith("_"):
-            continue
-        attr = getattr(VornaWebWrapper, name)
-        if not callable(attr) or isinstance(attr, type):
-            continue
+    """The table's public operations and the element layer's methods of this part."""
+    base = VornaWebWrapper.__mro__[1]
+    names = set(TABLE)
+    for name in dir(base):
+        attr = getattr(base, name)
+        if not name.startswith("_") and callable(attr) and not isinstance(attr, type):
+            names.add(name)
+    kept = []
+    for name in sorted(names):
+        offline = TABLE.get(name, {}).get("login") == "offline"
         if part == "compare":
-            keep = name.startswith("compare_")
+            keep = offline
         elif part == "session":
             keep = name in SESSION
         else:
-            keep = name not in SESSION and not name.startswith("compare_")
+            keep = name not in SESSION and not offline
         if keep:
-            names.append(name)
-    return names
+            kept.append(name)
+    return kept
 
 
 class Sweep(object):
@@ -335,7 +347,7 @@ class Sweep(object):
                 break
 
     def sweep(self, op, draws):
-        params = parameters(getattr(VornaWebWrapper, op))
+        params = parameters(getattr(VornaWebWrapper, op), op)
         required = [p for p in params if p.required]
         filler = [0] * (len(params) + 1)
         if required:

@@ -57,18 +57,31 @@ def test_argument_counts_come_from_the_bound_signatures():
         cli.check_arguments(cls, "web_logout", [])
 
 
-def test_every_public_operation_is_in_exactly_one_subsystem():
+def test_the_table_of_operations_holds_every_public_operation_once():
+    table = cli.operation_table()
+    names = [e["name"] for e in table]
+    assert len(names) == len(set(names))
+    # A public operation of the class missing from the table fails here.
+    assert set(cli.public_operations(VornaWebWrapper)) <= set(names)
+    for e in table:  # and the table binds nothing the class lacks, each with its doc
+        assert getattr(VornaWebWrapper, e["name"]).__doc__.strip().endswith(e["doc"]), e["name"]
+        assert e["login"] in ("needed", "none", "offline") and e["doc"].endswith(".")
     groups = cli.operation_groups(VornaWebWrapper)
     listed = [name for _, names in groups for name in names]
     assert sorted(listed) == cli.public_operations(VornaWebWrapper)
-    assert len(listed) == len(set(listed))
     assert cli.OTHER not in dict(groups), "a new operation needs its subsystem in the table"
-    # The table names nothing the class lacks (a typo would hide an operation).
-    table = [n for _, names in cli.SUBSYSTEMS for n in names]
-    assert set(table) == set(listed)
-    assert "web_get_memory_web_info" in cli.INVENTORY_READERS
-    assert "web_get_cpu_info_vorna" in cli.INVENTORY_READERS
-    assert not set(cli.INVENTORY_READERS) & {"web_get_cpu_info_all", "web_get_cpu_info_vorna_single"}
+    assert [t for t, _ in groups][0] == "session" and groups[-1][0] == "bench comparison"
+    assert cli.no_login() >= {"web_register", "web_register_web", "compare_power"}
+    assert cli.offline() == {n for n in names if n.startswith("compare_")}
+    readers = cli.inventory_readers()
+    assert "web_get_memory_web_info" in readers and "web_get_cpu_info_vorna" in readers
+    assert not set(readers) & {"web_get_cpu_info_all", "web_get_cpu_info_vorna_single"}
+
+
+def test_the_operations_reference_is_current():
+    from scripts.operations_reference import PATH, render
+    with open(PATH, encoding="utf-8") as f:
+        assert f.read() == render(cli.operation_table()), "run scripts/operations_reference.py"
 
 
 class FakeWrapper(object):

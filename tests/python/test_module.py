@@ -1,6 +1,7 @@
 """The module's Python surface without a browser: import, construction and injection,
 the logger, failure kinds, units and the time scale."""
 import os
+import pydoc
 import re
 import time
 
@@ -33,6 +34,15 @@ def test_construction_sets_the_attributes_and_keeps_the_harness_objects():
     bare = VornaWebWrapper({})
     assert bare.host is None and bare.device is None
     assert VornaWebWrapper.modules == ["marlet.wrapper.gui.web.vorna.vornav1.function.home"]
+
+
+def test_operations_show_their_doc_and_defaults_in_help():
+    assert "Sets the power cap from params" in pydoc.render_doc(VornaWebWrapper.web_set_power_cap)
+    # Defaults are the table's, shown in the signature the caller reads.
+    assert VornaWebWrapper.bmc_time_zone.__doc__.startswith(
+        "bmc_time_zone(self: marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper.VornaWebWrapper, "
+        "method: object = 'GET', state: object = None, city: object = None) -> object")
+    assert "timeout: float = 600) -> str" in VornaWebWrapper.set_info_collection.__doc__
 
 
 def test_construction_refuses_a_missing_or_wrong_map():

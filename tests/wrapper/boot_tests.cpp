@@ -282,7 +282,7 @@ TEST_F(BootTests, StartupModeGoesByTruthWithTheOppositeSense) {
         << mode.dump() << ": no first-window step, the save button itself";
     EXPECT_EQ(machine.mode, std::string(button) == "start_option_legecy" ? "0" : "1");
   }
-  w.change_startup_mode();
+  w.change_startup_mode(1);
   EXPECT_EQ(machine.mode, "0");
 }
 

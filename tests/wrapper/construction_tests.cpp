@@ -5,9 +5,8 @@ using marlet::Json;
 TEST(ConstructionTests, StartsWithTheInitialAttributesAndNoBrowser) {
   vorna::VornaWebWrapper w(Json{{"host", "h"}, {"device", "d"}}, std::make_shared<marlet::RecordingLogger>());
   EXPECT_FALSE(w.isLogin);
-  for (const Json* v : {&w.bmc_ip, &w.username, &w.password, &w.current_user, &w.bmc, &w.page})
+  for (const Json* v : {&w.bmc_ip, &w.username, &w.password, &w.current_user})
     EXPECT_TRUE(v->is_null());
-  EXPECT_EQ(w.UniWebDrivers, Json::array());
   EXPECT_TRUE(w.isClosed());
   EXPECT_EQ(w.timeout, 10);
   EXPECT_EQ(vorna::VornaWebWrapper::modules(),

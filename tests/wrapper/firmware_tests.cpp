@@ -223,7 +223,7 @@ TEST_F(DiagnosticsTests, CollectionRemovesAnOldFileOnlyAndReturnsItsPath) {
   Scratch s;
   w.download_dir = s.dir.string();
   std::string path = s.file("dump_info.tar.gz", "old");
-  EXPECT_EQ(w.set_info_collection(), path);
+  EXPECT_EQ(w.set_info_collection(600), path);
   EXPECT_FALSE(fs::exists(path)) << "the old file is removed before the clicks";
   EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:menu_INFO", "frame id:rightMid",
                                                   "click id:lnkOneBtnCollect", "default content"}));
@@ -282,7 +282,7 @@ TEST(RemoteDownloadTests, DownloadsRefuseBeforeTouchingTheConsole) {
   w.download_dir = s.dir.string();
   std::string old = s.file("dump_info.tar.gz", "old");
   try {
-    w.set_info_collection();
+    w.set_info_collection(600);
     ADD_FAILURE() << "a collection on a remote browser must fail";
   } catch (const webdriver::RemoteFileException& e) {
     EXPECT_EQ(std::string(e.what()),

@@ -64,9 +64,6 @@ TEST_F(LoginTests, OverridesChangeTheLoginButNotTheRecordAttributes) {
   EXPECT_EQ(w.username, "admin");
   EXPECT_EQ(w.password, "Admin@9000");
   EXPECT_EQ(w.current_user, "operator");
-  EXPECT_TRUE(w.bmc.is_null());
-  EXPECT_TRUE(w.page.is_null());
-  EXPECT_EQ(w.UniWebDrivers, Json::array());
 }
 
 TEST_F(LoginTests, SettlesTenAndThirtyThenWaitsFiveSecondsForTheTipsDialog) {

@@ -1,5 +1,6 @@
 // Power state and actions, the restarts, the power cap and the restore policy.
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/power/power.h"
 #include "tests/wrapper/wrapper_fixture.h"
 #include "webdriver/errors.h"
 #include "webdriver/keys.h"
@@ -32,7 +33,7 @@ TEST_F(PowerTests, StatusTestsOnBeforeOffCaseSensitively) {
     fb->add("id:current_state").text = text;
     fb->events.clear();
     clock.clear();
-    EXPECT_EQ(w.web_get_power_status(), status) << text;
+    EXPECT_EQ(web_get_power_status(w), status) << text;
     EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:menu_POWER_ENERGY", "click id:menu_ELECSRC_CONTROL",
                                                     "frame id:rightMid", "default content"}));
     EXPECT_EQ(clock.sleeps(), std::vector<double>{w.timeout}) << "a page settle after the menu";
@@ -42,17 +43,17 @@ TEST_F(PowerTests, StatusTestsOnBeforeOffCaseSensitively) {
 TEST_F(PowerTests, EachActionLogsClicksItsControlAndConfirmsInTheTopDocument) {
   menu({"menu_POWER_ENERGY", "menu_ELECSRC_CONTROL", "btnDialogOK", "fpf", "po", "reset", "cs"});
   struct Case {
-    void (VornaWebWrapper::*action)();
+    void (*action)(VornaWebWrapper&);
     const char* line;
     const char* state;
-  } cases[] = {{&VornaWebWrapper::set_power_off, "[setPowerOff] set power off by BMC Web", "fpf"},
-               {&VornaWebWrapper::set_power_on, "[setPowerOn] set power on by BMC Web", "po"},
-               {&VornaWebWrapper::set_power_cycle, "[setPowerCycle] set power cycle by BMC Web", "reset"},
-               {&VornaWebWrapper::set_power_reboot, "[setPowerReboot] set reboot by BMC Web", "cs"}};
+  } cases[] = {{&vorna::set_power_off, "[setPowerOff] set power off by BMC Web", "fpf"},
+               {&vorna::set_power_on, "[setPowerOn] set power on by BMC Web", "po"},
+               {&vorna::set_power_cycle, "[setPowerCycle] set power cycle by BMC Web", "reset"},
+               {&vorna::set_power_reboot, "[setPowerReboot] set reboot by BMC Web", "cs"}};
   for (const auto& c : cases) {
     fb->events.clear();
     log->lines.clear();
-    (w.*c.action)();
+    c.action(w);
     EXPECT_EQ(log->texts(), std::vector<std::string>{c.line});
     EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:menu_POWER_ENERGY", "click id:menu_ELECSRC_CONTROL",
                                                     "frame id:rightMid", std::string("click id:") + c.state,
@@ -72,7 +73,7 @@ TEST_F(PowerTests, ControllerRestartIsConfirmedOnlyByTheTextY) {
     fb->events.clear();
     log->lines.clear();
     clock.clear();
-    w.web_set_bmc_reboot(params);
+    web_set_bmc_reboot(w, params);
     EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:menu_SYSTEM_MANAGE", "click id:menu_FIRM_UPGRADE",
                                                     "frame id:rightMid", R"(click xpath://*[@id="restartPme"]/p)",
                                                     "default content",
@@ -83,7 +84,7 @@ TEST_F(PowerTests, ControllerRestartIsConfirmedOnlyByTheTextY) {
   }
   // Params that are no map are refused before the console is touched.
   fb->events.clear();
-  EXPECT_THROW(w.web_set_bmc_reboot("Y"), marlet::TypeError);
+  EXPECT_THROW(web_set_bmc_reboot(w, "Y"), marlet::TypeError);
   EXPECT_TRUE(fb->events.empty());
 }
 
@@ -121,7 +122,7 @@ TEST_F(PowerCapTests, AZeroOrMissingValueTouchesNothingAfterTheUnits) {
     fb->events.clear();
     log->lines.clear();
     clock.clear();
-    EXPECT_FALSE(w.web_set_power_cap(params)) << params.dump();
+    EXPECT_FALSE(web_set_power_cap(w, params)) << params.dump();
     EXPECT_EQ(after_units(), std::vector<std::string>{"default content"});
     EXPECT_EQ(errors(), std::vector<std::string>{"The Set Value can not be None"});
     EXPECT_EQ(clock.sleeps(), std::vector<double>{10});
@@ -130,7 +131,7 @@ TEST_F(PowerCapTests, AZeroOrMissingValueTouchesNothingAfterTheUnits) {
 
 TEST_F(PowerCapTests, APartOfTheLimitCountsAsMet) {
   // Cap off, limit 500, wanted 50: the switch is turned on and no edit follows.
-  EXPECT_TRUE(w.web_set_power_cap({{"enbale", true}, {"value", 50}}));
+  EXPECT_TRUE(web_set_power_cap(w, {{"enbale", true}, {"value", 50}}));
   EXPECT_EQ(after_units(), (std::vector<std::string>{"click id:setcapping", "default content", "click id:btnDialogOK",
                                                      "frame id:rightMid", "default content"}));
   EXPECT_EQ(cap_class(), "switch on");
@@ -139,11 +140,11 @@ TEST_F(PowerCapTests, APartOfTheLimitCountsAsMet) {
 
 TEST_F(PowerCapTests, TheCapInForceNeedsNoDialogAndANewCapIsEditedAndReadBack) {
   switch_to("on");
-  EXPECT_TRUE(w.web_set_power_cap({{"enbale", true}, {"value", "500"}}));
+  EXPECT_TRUE(web_set_power_cap(w, {{"enbale", true}, {"value", "500"}}));
   EXPECT_EQ(after_units(), std::vector<std::string>{"default content"});
 
   fb->events.clear();
-  EXPECT_TRUE(w.web_set_power_cap({{"enbale", true}, {"value", 420}}));
+  EXPECT_TRUE(web_set_power_cap(w, {{"enbale", true}, {"value", 420}}));
   EXPECT_EQ(fb->find("id:LimitValue")->text, "420");
   EXPECT_EQ(after_units(), (std::vector<std::string>{"click id:edit", "clear id:powercapping_text",
                                                      "keys id:powercapping_text 420", "click id:inputsave",
@@ -154,7 +155,7 @@ TEST_F(PowerCapTests, TheCapInForceNeedsNoDialogAndANewCapIsEditedAndReadBack) {
   // A save the console does not take is reported by the result and an info line.
   takes_saves = false;
   log->lines.clear();
-  EXPECT_FALSE(w.web_set_power_cap({{"enbale", true}, {"value", 300}}));
+  EXPECT_FALSE(web_set_power_cap(w, {{"enbale", true}, {"value", 300}}));
   EXPECT_EQ(log->texts(), std::vector<std::string>{"Set Power Capping Failed"});
   EXPECT_TRUE(errors().empty());
 }
@@ -165,14 +166,14 @@ TEST_F(PowerCapTests, SwitchAndLimitAreReadBeforeAnyChange) {
     switch_to("on");
     fb->find("id:LimitValue")->text = "0";
   };
-  EXPECT_TRUE(w.web_set_power_cap({{"enbale", true}, {"value", 50}}));
+  EXPECT_TRUE(web_set_power_cap(w, {{"enbale", true}, {"value", 50}}));
   for (const auto& e : fb->events) EXPECT_NE(e, "click id:edit");
 }
 
 TEST_F(PowerCapTests, ACapThatStaysOffFailsEvenWhenTheLimitTookTheValue) {
   // Cap off and a new value: the switch dialog, then the edit and its dialog, in order.
   fb->find("id:setcapping")->on_click = nullptr;  // the switch does not move
-  EXPECT_FALSE(w.web_set_power_cap({{"enbale", true}, {"value", 420}}));
+  EXPECT_FALSE(web_set_power_cap(w, {{"enbale", true}, {"value", 420}}));
   EXPECT_EQ(fb->find("id:LimitValue")->text, "420");
   EXPECT_EQ(after_units(), (std::vector<std::string>{"click id:setcapping", "default content", "click id:btnDialogOK",
                                                      "frame id:rightMid", "click id:edit", "clear id:powercapping_text",
@@ -184,7 +185,7 @@ TEST_F(PowerCapTests, ACapThatStaysOffFailsEvenWhenTheLimitTookTheValue) {
 
 TEST_F(PowerCapTests, WithoutEnbaleTheCapIsSwitchedOff) {
   switch_to("on");
-  EXPECT_TRUE(w.web_set_power_cap({{"enable", true}, {"value", 300}})) << "\"enable\" is not the key read";
+  EXPECT_TRUE(web_set_power_cap(w, {{"enable", true}, {"value", 300}})) << "\"enable\" is not the key read";
   EXPECT_EQ(cap_class(), "switch off");
   EXPECT_EQ(after_units(), (std::vector<std::string>{"click id:setcapping", "default content",
                                                      "click id:btnDialogOK", "frame id:rightMid",
@@ -193,7 +194,7 @@ TEST_F(PowerCapTests, WithoutEnbaleTheCapIsSwitchedOff) {
 
   log->lines.clear();
   fb->events.clear();
-  EXPECT_TRUE(w.web_set_power_cap(Json::object()));
+  EXPECT_TRUE(web_set_power_cap(w, Json::object()));
   EXPECT_EQ(after_units(), std::vector<std::string>{"default content"});
   EXPECT_EQ(log->texts(), std::vector<std::string>{"Power Capping is disabled"});
 
@@ -201,23 +202,23 @@ TEST_F(PowerCapTests, WithoutEnbaleTheCapIsSwitchedOff) {
   switch_to("on");
   fb->find("id:setcapping")->on_click = nullptr;
   log->lines.clear();
-  EXPECT_FALSE(w.web_set_power_cap({{"enbale", false}}));
+  EXPECT_FALSE(web_set_power_cap(w, {{"enbale", false}}));
   EXPECT_EQ(errors(), std::vector<std::string>{"Set Power Capping disabled failed"});
 }
 
 TEST_F(PowerCapTests, BadInputIsRefusedBeforeThePage) {
   for (const Json& bad : {Json::array({420}), Json{{"w", 1}}, Json(true)}) {
     fb->events.clear();
-    EXPECT_THROW(w.web_set_power_cap({{"enbale", true}, {"value", bad}}), marlet::TypeError) << bad.dump();
+    EXPECT_THROW(web_set_power_cap(w, {{"enbale", true}, {"value", bad}}), marlet::TypeError) << bad.dump();
     EXPECT_TRUE(fb->events.empty());
   }
-  EXPECT_THROW(w.web_set_power_cap(Json::array()), marlet::TypeError);
+  EXPECT_THROW(web_set_power_cap(w, Json::array()), marlet::TypeError);
   EXPECT_TRUE(fb->events.empty());
   EXPECT_EQ(fb->find("id:LimitValue")->text, "500");
 
   // A switch without its class is a page the operation cannot judge: it raises.
   fb->find("id:setcapping")->attributes.clear();
-  EXPECT_THROW(w.web_set_power_cap(Json::object()), marlet::TypeError);
+  EXPECT_THROW(web_set_power_cap(w, Json::object()), marlet::TypeError);
 }
 
 TEST_F(PowerCapTests, FiguresAreTheNumbersBeforeTheirUnits) {
@@ -225,7 +226,7 @@ TEST_F(PowerCapTests, FiguresAreTheNumbersBeforeTheirUnits) {
   fb->add("id:txtAverPower").text = "251 W";
   fb->add("id:txtPeakPower").text = "412  W";
   fb->add("id:txtTotalPower").text = "1834.6";
-  EXPECT_EQ(w.web_get_power_capping_info(nullptr).dump(),
+  EXPECT_EQ(web_get_power_capping_info(w, nullptr).dump(),
             R"({"Current Power":"236","Average Power":"251","Peak Power":"412","Total Consumed Power":"1834.6"})");
   EXPECT_EQ(clock.sleeps(), std::vector<double>{10});
   EXPECT_EQ(after_units(), std::vector<std::string>{"default content"});
@@ -235,7 +236,7 @@ TEST_F(PowerTests, ServerRebootUsesTheHeaderMenuWithNoFrameOrSettle) {
   const char* keys[] = {R"(xpath://*[@id="btn_power"]/div[1])", R"(xpath://*[@id="power_submenu"]/ul/li[4]/span)",
                         "id:btn0"};
   for (auto key : keys) fb->add(key);
-  w.reboot();
+  reboot(w);
   EXPECT_EQ(fb->events, (std::vector<std::string>{std::string("click ") + keys[0], std::string("click ") + keys[1],
                                                   "click id:btn0"}));
   EXPECT_TRUE(clock.sleeps().empty());
@@ -243,7 +244,7 @@ TEST_F(PowerTests, ServerRebootUsesTheHeaderMenuWithNoFrameOrSettle) {
 
 TEST_F(PowerTests, ControllerRestartWithoutItsControlStopsInTheFrame) {
   menu({"menu_SYSTEM_MANAGE", "menu_FIRM_UPGRADE"});
-  EXPECT_THROW(w.web_set_bmc_reboot({{"option", "Y"}}), webdriver::TimeoutException);
+  EXPECT_THROW(web_set_bmc_reboot(w, {{"option", "Y"}}), webdriver::TimeoutException);
   EXPECT_EQ(fb->events.back(), "frame id:rightMid") << "nothing leaves the frame on the way out";
   EXPECT_EQ(log->texts(), std::vector<std::string>{"[setBmcReset] start..."});
 }
@@ -257,7 +258,7 @@ TEST_F(PowerTests, RestorePolicyMovesTheSelectorAndPicksByFlag) {
     fb->events.clear();
     clock.clear();
     log->lines.clear();
-    EXPECT_TRUE(w.web_set_poweron_strategy(params));
+    EXPECT_TRUE(web_set_poweron_strategy(w, params));
     EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:menu_POWER_ENERGY", "frame id:rightMid", down, down,
                                                     down, choice, "click id:btnSavePowerStrategy",
                                                     "default content"}));

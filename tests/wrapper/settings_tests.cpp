@@ -57,7 +57,7 @@ class LdapTests : public SettingsTests {
 };
 
 TEST_F(LdapTests, EnterSelectsTheControllersTabAndStaysInTheFrame) {
-  w.enter_ldap_config();
+  w.enter_ldap_config("1");
   EXPECT_EQ(fb->events, (Events{"click id:menu_CONFIGURATION", "click id:menu_LDAP_CONFIG", "frame id:rightMid",
                                 R"(click xpath://*[@id="tab_head"]/li[1]/a)"}));
   reset();
@@ -112,7 +112,7 @@ TEST_F(LdapTests, DefaultsAndOptionalFieldsLeftAsThePageShowsThem) {
   EXPECT_EQ(fb->find("id:ldap_bind_dn")->value, "cn=kept");
   // A port given as a number is typed as its text.
   reset();
-  w.config_ldap_service("10.2.0.8", "corp.example", "pw", "1", "1", 389);
+  w.config_ldap_service("10.2.0.8", "corp.example", "pw", "1", "1", 389, nullptr, nullptr, nullptr);
   EXPECT_TRUE(has("keys id:Ldapsport 389"));
 }
 
@@ -128,7 +128,7 @@ TEST_F(LdapTests, BadArgumentsAreRefusedBeforeTheFirstClick) {
                {"1.1.1.1", "d", "p", "1", "1", "636", Json::object(), "'ldap_bind_dn'"}};
   for (const auto& c : cases) {
     try {
-      w.config_ldap_service(c.ip, c.domain, c.pwd, c.cert, c.level, c.port, c.bind_dn);
+      w.config_ldap_service(c.ip, c.domain, c.pwd, c.cert, c.level, c.port, c.bind_dn, nullptr, nullptr);
       ADD_FAILURE() << c.named;
     } catch (const marlet::TypeError& e) {
       EXPECT_NE(std::string(e.what()).find(c.named), std::string::npos) << e.what();
@@ -139,14 +139,14 @@ TEST_F(LdapTests, BadArgumentsAreRefusedBeforeTheFirstClick) {
 
 TEST_F(LdapTests, AMissingFieldStopsTheFormUnsaved) {
   fb->remove("id:ldapdomainName");
-  EXPECT_THROW(w.config_ldap_service("10.2.0.8", "corp.example", "pw"), marlet::MarletException);
+  EXPECT_THROW(w.config_ldap_service("10.2.0.8", "corp.example", "pw", "1", "1", "636", nullptr, nullptr, nullptr), marlet::MarletException);
   EXPECT_EQ(fb->find("id:LdapIp")->value, "10.2.0.8");  // what was filled stays in the form
   EXPECT_FALSE(has("click id:saveLdapSet"));
   EXPECT_FALSE(has("keys id:ldap_pwd pw"));
   // Outside the content frame the first label is not there: a missing label fails the same way.
   reset();
   fb->remove(R"(xpath://*[@id="ldap_cert_enable"]/label[1])");
-  EXPECT_THROW(w.config_ldap_service("10.2.0.8", "corp.example", "pw"), marlet::MarletException);
+  EXPECT_THROW(w.config_ldap_service("10.2.0.8", "corp.example", "pw", "1", "1", "636", nullptr, nullptr, nullptr), marlet::MarletException);
   EXPECT_TRUE(fb->events.empty());
 }
 
@@ -259,7 +259,7 @@ class TimeZoneTests : public SettingsTests {
 };
 
 TEST_F(TimeZoneTests, AQueryWithoutRegionReadsTheCurrentSetting) {
-  Json zone = w.bmc_time_zone();
+  Json zone = w.bmc_time_zone("GET", nullptr, nullptr);
   EXPECT_EQ(zone.dump(), R"({"state":"Asia","city":"Shanghai"})");
   EXPECT_EQ(log->texts(), (Events{"[bmcTimeZone] start...", "[bmcTimeZone] get...",
                                   "time zone:{'state': 'Asia', 'city': 'Shanghai'}", "[bmcTimeZone] completion."}));
@@ -268,7 +268,7 @@ TEST_F(TimeZoneTests, AQueryWithoutRegionReadsTheCurrentSetting) {
 }
 
 TEST_F(TimeZoneTests, AQueryWithARegionListsItsCitiesWithoutSaving) {
-  Json cities = w.bmc_time_zone("GET", "Europe");
+  Json cities = w.bmc_time_zone("GET", "Europe", nullptr);
   EXPECT_EQ(cities, (Json{"Berlin (GMT+01:00)", "London (GMT+00:00)"}));
   EXPECT_TRUE(has(std::string("click ") + kStateXpath + " xpath:.//option[normalize-space(.) = \"Europe\"]"));
   EXPECT_FALSE(has(R"(click xpath://*[@id="saveTimeZoneSet"])"));
@@ -276,7 +276,7 @@ TEST_F(TimeZoneTests, AQueryWithARegionListsItsCitiesWithoutSaving) {
   EXPECT_EQ(log->texts()[2], "time zone:['Berlin (GMT+01:00)', 'London (GMT+00:00)']");
   // A region the page does not offer: the drop-down's failure, inside the frame.
   reset();
-  EXPECT_THROW(w.bmc_time_zone("GET", "Atlantis"), webdriver::NoSuchElementException);
+  EXPECT_THROW(w.bmc_time_zone("GET", "Atlantis", nullptr), webdriver::NoSuchElementException);
   EXPECT_EQ(fb->events.back(), R"(click xpath://*[@id="timezoneState"])");
 }
 
@@ -338,8 +338,8 @@ TEST_F(TimeZoneTests, OnlyTheExactTextsGetAndSetAreMethods) {
   // A save needs a region and a city as texts; a query's region is a text or None.
   reset();
   EXPECT_THROW(w.bmc_time_zone("SET", nullptr, "London (GMT+00:00)"), marlet::TypeError);
-  EXPECT_THROW(w.bmc_time_zone("SET", "Europe"), marlet::TypeError);
-  EXPECT_THROW(w.bmc_time_zone("GET", 8), marlet::TypeError);
+  EXPECT_THROW(w.bmc_time_zone("SET", "Europe", nullptr), marlet::TypeError);
+  EXPECT_THROW(w.bmc_time_zone("GET", 8, nullptr), marlet::TypeError);
   EXPECT_TRUE(fb->events.empty());
 }
 

@@ -3,7 +3,11 @@
 // the browser through the element layer (WebBase) with the console idioms below.
 //
 // The operations of each subsystem are defined in that subsystem's folder (power/,
-// network/, comparison/, ...); this header declares them all, grouped the same way.
+// network/, comparison/, ...). A subsystem moved to its own header declares them there
+// as free functions taking the wrapper first (power/power.h); this header declares the
+// others, grouped the same way.
+// Defaults of optional arguments are the binding's (python/init_<subsystem>.cpp): a C++
+// caller passes every argument.
 // Records and params are ordered_json with Python's meaning (see marlet/utils/pytext.h).
 #pragma once
 
@@ -55,9 +59,8 @@ class VornaWebWrapper : public marlet::WebBase {
   Json username;      // text or null
   Json password;      // text or null
   Json current_user;  // text or null
-  Json bmc;           // stays null in this class
-  Json page;          // stays null in this class
-  Json UniWebDrivers = Json::array();
+  // (The harness's "bmc", "page" and "UniWebDrivers" are plain Python attributes, set by
+  // the binding: no operation reads them.)
 
   void set_sibling_functions(std::shared_ptr<SiblingFunctions> f) { sibling_ = std::move(f); }
 
@@ -88,19 +91,7 @@ class VornaWebWrapper : public marlet::WebBase {
   // A map of the software rows, or the fixed notice text when the OS agent does not report.
   Json web_get_software_info();
 
-  // ---- power (power/) ----
-  std::string web_get_power_status();
-  void set_power_off();
-  void set_power_on();
-  void set_power_cycle();
-  void set_power_reboot();
-  void _switch_to_power();
-  void _set_power_state(const std::string& state);
-  void reboot();
-  void web_set_bmc_reboot(const Json& params);
-  Json web_get_power_capping_info(const Json& params);
-  bool web_set_power_cap(const Json& params);
-  bool web_set_poweron_strategy(const Json& params);
+  // ---- power: free functions on the wrapper, declared in power/power.h ----
 
   // ---- first-login registration (register.cpp) ----
   // Logins from params alone ("ipv4", "username", "password", defaulting to the wrapper's
@@ -160,7 +151,7 @@ class VornaWebWrapper : public marlet::WebBase {
   Json web_get_boot_mode();                      // "0" legacy, "1" UEFI, or false
   void web_set_boot_mode(const Json& params);    // params: {"mode": "0" | "1"}
   // A true `mode` selects legacy, a false one UEFI; works in the current window.
-  void change_startup_mode(const Json& mode = 1);
+  void change_startup_mode(const Json& mode);
   // Brings boot mode, effectiveness and boot option to the wanted values, each read
   // back, through the injected get_/set_ functions; returns the three values found.
   Json modify_msconfig(const Json& boot_mode, const Json& effective, const Json& option_mode);
@@ -178,7 +169,7 @@ class VornaWebWrapper : public marlet::WebBase {
   Json update_fw(const std::string& fw_path);
   // Starts the one-button collection and waits up to `timeout` seconds for it; returns
   // the path of "dump_info.tar.gz" under download_dir (an older file there is deleted).
-  std::string set_info_collection(double timeout = 600);
+  std::string set_info_collection(double timeout);
   // Clicks the operation log's download; returns "operate_log".
   std::string web_export_bmc_log();
 
@@ -248,15 +239,15 @@ class VornaWebWrapper : public marlet::WebBase {
   // ---- service settings (settings/) ----
   // Opens the LDAP page and selects the tab of controller `ldap_controller_id` (text or a
   // whole number, counted from 1); stays in the content frame for config_ldap_service.
-  void enter_ldap_config(const Json& ldap_controller_id = "1");
+  void enter_ldap_config(const Json& ldap_controller_id);
   // Fills and saves the form of the selected controller; no navigation, no log line, and
   // the outcome is not read back. Stays in the content frame. Every argument is text (a
   // number serves as its text); the three optional fields are left as the page shows them
   // when null or empty. TypeError naming the argument, before the page is touched.
   void config_ldap_service(const Json& ldap_ip, const Json& ldap_domainName, const Json& ldap_pwd,
-                           const Json& ldap_cert_enable = "1", const Json& ldap_cert_verify_level = "1",
-                           const Json& ldaps_port = "636", const Json& ldap_bind_dn = nullptr,
-                           const Json& ldap_dn_pwd = nullptr, const Json& user_group_folder_hidden = nullptr);
+                           const Json& ldap_cert_enable, const Json& ldap_cert_verify_level,
+                           const Json& ldaps_port, const Json& ldap_bind_dn, const Json& ldap_dn_pwd,
+                           const Json& user_group_folder_hidden);
   // params: "location" (text; empty or absent writes "xian"). True when the page's saved
   // value then equals what was entered.
   bool web_set_system_config(const Json& params);
@@ -265,7 +256,7 @@ class VornaWebWrapper : public marlet::WebBase {
   // cities offered for it (the region is changed on the page, not saved); "SET": null when
   // saved, false when the region drop-down cannot be had, WebDisplayException when the
   // console refuses. Any other method: MarletException, after the page was opened.
-  Json bmc_time_zone(const Json& method = "GET", const Json& state = nullptr, const Json& city = nullptr);
+  Json bmc_time_zone(const Json& method, const Json& state, const Json& city);
   // {"value": engine id text}; stays in the content frame.
   Json get_snmp_engine_id();
   // The `value` of WebServerTimeOut_hidden, unconverted (null when the field has none).
