@@ -28,9 +28,12 @@ from bench_support import ROOT, SimulatorProcess, rss_kib, table  # noqa: E402
 NO_WAIT = 1e-6
 LOGIN_PACE = 0.05
 
-# Commands of the shared steps, headless (no highlight script): a located click is a
-# lookup and a click; entering the content frame is a lookup by id and a switch.
+# Commands of the shared steps, headless (no highlight script): a click on an element the
+# operation found itself is a lookup and a click; a located click (the element layer's)
+# also asks whether the element's page has loaded; entering the content frame is a lookup
+# by id and a switch.
 CLICK = 2
+LOCATED_CLICK = 3
 ENTER_FRAME = 2
 LEAVE_FRAME = 1
 SCREENSHOT = 1
@@ -42,25 +45,25 @@ def expected_login():
             + 1        # navigate to the login page
             + 2        # wait for the user name field: lookup, displayed
             + 2 * 5    # two fills: lookup, type attribute, tag name, clear, send keys
-            + CLICK    # the login button
+            + LOCATED_CLICK    # the login button
             + 1        # the password-tips dialog: one lookup, absent (and its polls)
             + 2        # wait for the menu: lookup, displayed
             + 1)       # the title for the log line
 
 
 def open_system_info():
-    return CLICK + CLICK + ENTER_FRAME
+    return LOCATED_CLICK + LOCATED_CLICK + ENTER_FRAME
 
 
 def expected_memory(machine):
     modules = machine["inventory"]["memory"]["modules"]
     cells = 11 + 1 + 1  # the eleven titled cells, the part number and the BOM code
-    return (open_system_info() + CLICK + 1 + SCREENSHOT  # tab, row lookup, picture
+    return (open_system_info() + LOCATED_CLICK + 1 + SCREENSHOT  # tab, row lookup, picture
             + len(modules) * cells * TEXT_AT + LEAVE_FRAME)
 
 
 def expected_netcards(records):
-    n = open_system_info() + CLICK + 1 + SCREENSHOT + LEAVE_FRAME
+    n = open_system_info() + LOCATED_CLICK + 1 + SCREENSHOT + LEAVE_FRAME
     for card in records:
         props = len(card) - 1  # every key but portInfos is one property row
         n += CLICK + 1 + 1 + props * 2 * TEXT_AT  # card link, card table, its rows, label and value
@@ -81,7 +84,7 @@ def disk_commands(disk):
 
 def expected_storage(machine):
     s = machine["storage"]
-    n = CLICK + 3 * CLICK + ENTER_FRAME + CLICK + 1 + SCREENSHOT + LEAVE_FRAME
+    n = LOCATED_CLICK + 3 * LOCATED_CLICK + ENTER_FRAME + LOCATED_CLICK + 1 + SCREENSHOT + LEAVE_FRAME
     top_title = CLICK + TEXT_AT  # every top entry: title clicked, then read
     for c in s["controllers"]:
         n += top_title + 1  # its children
