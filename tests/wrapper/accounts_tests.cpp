@@ -1,6 +1,7 @@
 // The local users page: adds, deletes, password changes and the listing, on a scripted
 // console with numbered rows.
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/accounts/accounts.h"
 #include "tests/wrapper/wrapper_fixture.h"
 #include "webdriver/errors.h"
 
@@ -58,7 +59,7 @@ class AccountsTests : public WrapperTest {
 // ---- adding ----
 
 TEST_F(AccountsTests, AdminUserIsAddedUnderTheWrappersPasswordWithTheDefaultRole) {
-  EXPECT_TRUE(w.web_add_admin_user({{"username", "ops1"}, {"password", "Pw@12345"}}));
+  EXPECT_TRUE(web_add_admin_user(w, {{"username", "ops1"}, {"password", "Pw@12345"}}));
   EXPECT_EQ(log->texts(), (Events{"[addAdminUser] user:ops1 password:Pw@12345", "[addAdminUser] completion"}));
   EXPECT_EQ(fb->events, (Events{"click id:menu_CONFIGURATION", "click id:menu_LOCAL_USER", "frame id:rightMid",
                                 "click id:add_user",
@@ -88,7 +89,7 @@ TEST_F(AccountsTests, RoleTextChoosesTheSelectorAndTheResultHoldsTheListText) {
     fb->events.clear();
     Json params = {{"username", "u1"}, {"password", "Pw@1"}, {"cur_password", "Cur@1"}};
     if (!role.is_null()) params["role"] = role;
-    EXPECT_EQ(w.web_add_user(params).dump(), R"({"userlist":"admin Administrator\nu1 Operator","complete":true})");
+    EXPECT_EQ(web_add_user(w, params).dump(), R"({"userlist":"admin Administrator\nu1 Operator","complete":true})");
     EXPECT_EQ(fb->find("xpath://input[@class='yourPassWord']")->value, "Cur@1");
     Events c = clicks();
     Events expected = {"id:menu_CONFIGURATION", "id:menu_LOCAL_USER", "id:add_user"};
@@ -111,23 +112,23 @@ TEST_F(AccountsTests, OnlyWhatCannotBeTypedIsRefusedBeforeTheLogLineAndThePage) 
     return p;
   };
   // An absent key reads as null, and null cannot be typed.
-  EXPECT_THROW(w.web_add_user(without("username")), marlet::TypeError);
-  EXPECT_THROW(w.web_add_user(without("password")), marlet::TypeError);
+  EXPECT_THROW(web_add_user(w, without("username")), marlet::TypeError);
+  EXPECT_THROW(web_add_user(w, without("password")), marlet::TypeError);
   // The acting password never falls back to the wrapper's own.
-  EXPECT_THROW(w.web_add_user(without("cur_password")), marlet::TypeError);
-  EXPECT_THROW(w.web_add_user(with("username", Json::array())), marlet::TypeError);
-  EXPECT_THROW(w.web_add_user("u1"), marlet::TypeError);
-  EXPECT_THROW(w.web_add_admin_user({{"password", "Pw@1"}}), marlet::TypeError);
-  EXPECT_THROW(w.web_mod_password({{"username", "u1"}, {"old_pwd", "a"}}), marlet::TypeError);
+  EXPECT_THROW(web_add_user(w, without("cur_password")), marlet::TypeError);
+  EXPECT_THROW(web_add_user(w, with("username", Json::array())), marlet::TypeError);
+  EXPECT_THROW(web_add_user(w, "u1"), marlet::TypeError);
+  EXPECT_THROW(web_add_admin_user(w, {{"password", "Pw@1"}}), marlet::TypeError);
+  EXPECT_THROW(web_mod_password(w, {{"username", "u1"}, {"old_pwd", "a"}}), marlet::TypeError);
   try {
-    w.web_add_user(with("cur_password", std::string(1025, 'x')));
+    web_add_user(w, with("cur_password", std::string(1025, 'x')));
     ADD_FAILURE() << "a text too long to type was typed";
   } catch (const marlet::ValueError& e) {
     EXPECT_STREQ(e.what(), "cur_password is 1025 characters long; a console field is typed 1024 characters at most");
   }
   w.password = nullptr;  // no acting user's password without web_login
-  EXPECT_THROW(w.web_add_admin_user({{"username", "u1"}, {"password", "Pw@1"}}), marlet::TypeError);
-  EXPECT_THROW(w.web_del_user_web({{"username", "u1"}}), marlet::TypeError);
+  EXPECT_THROW(web_add_admin_user(w, {{"username", "u1"}, {"password", "Pw@1"}}), marlet::TypeError);
+  EXPECT_THROW(web_del_user_web(w, {{"username", "u1"}}), marlet::TypeError);
   EXPECT_TRUE(log->lines.empty());
   EXPECT_TRUE(fb->events.empty());
 }
@@ -135,22 +136,22 @@ TEST_F(AccountsTests, OnlyWhatCannotBeTypedIsRefusedBeforeTheLogLineAndThePage) 
 TEST_F(AccountsTests, WhatCanBeTypedIsTypedAndTheConsoleJudgesIt) {
   // An empty acting password, a name the console turns down, an empty password, a
   // number: all typed as given; the list after saving is the result.
-  Json result = w.web_add_user({{"username", "o'br\xc3\xbcn "}, {"password", ""}, {"cur_password", ""}});
+  Json result = web_add_user(w, {{"username", "o'br\xc3\xbcn "}, {"password", ""}, {"cur_password", ""}});
   EXPECT_TRUE(result["complete"]);
   EXPECT_EQ(fb->find("xpath://input[@class='yourPassWord']")->value, "");
   EXPECT_EQ(fb->find("xpath://input[@class='userName']")->value, "o'br\xc3\xbcn ");
   EXPECT_EQ(log->texts().front(), "[add_user] user:o'br\xc3\xbcn  password:");
-  w.web_add_user({{"username", 42}, {"password", "Pw@1"}, {"cur_password", "Cur@1"}});
+  web_add_user(w, {{"username", 42}, {"password", "Pw@1"}, {"cur_password", "Cur@1"}});
   EXPECT_EQ(fb->find("xpath://input[@class='userName']")->value, "42");
   // A name that is only compared may be anything: it matches no row.
   rows({"admin"});
-  EXPECT_FALSE(w.web_del_user_web(Json::object()));
+  EXPECT_FALSE(web_del_user_web(w, Json::object()));
   EXPECT_EQ(warnings().back(), "[delUser] Not find user name None");
 }
 
 TEST_F(AccountsTests, AListThatNeverShowsAgainRaisesTheWaitsTimeOut) {
   fb->find("id:userlist")->displayed = false;
-  EXPECT_THROW(w.web_add_admin_user({{"username", "u1"}, {"password", "Pw@1"}}), webdriver::TimeoutException);
+  EXPECT_THROW(web_add_admin_user(w, {{"username", "u1"}, {"password", "Pw@1"}}), webdriver::TimeoutException);
   EXPECT_EQ(log->texts(), Events{"[addAdminUser] user:u1 password:Pw@1"});
 }
 
@@ -158,7 +159,7 @@ TEST_F(AccountsTests, AListThatNeverShowsAgainRaisesTheWaitsTimeOut) {
 
 TEST_F(AccountsTests, TheThirdRowIsDeletedThroughDelUser4InTheTopDocument) {
   rows({"admin", "operator", "ops1", "ops2"});
-  EXPECT_TRUE(w.web_del_user_web({{"username", "ops1"}}));
+  EXPECT_TRUE(web_del_user_web(w, {{"username", "ops1"}}));
   EXPECT_EQ(fb->find("xpath:/html/body/div/div[3]/em[2]")->attributes["class"], "") << "the delete lock is cleared";
   auto it = std::find(fb->events.begin(), fb->events.end(), "set attribute xpath:/html/body/div/div[3]/em[2] class");
   ASSERT_NE(it, fb->events.end());
@@ -171,23 +172,23 @@ TEST_F(AccountsTests, TheThirdRowIsDeletedThroughDelUser4InTheTopDocument) {
 
 TEST_F(AccountsTests, NamesMatchWholeAndTheFirstOfTwoEqualNamesIsTaken) {
   rows({"admin", "ops", "ops1", "ops1"});
-  EXPECT_TRUE(w.web_del_user_web({{"username", "ops1"}}));
+  EXPECT_TRUE(web_del_user_web(w, {{"username", "ops1"}}));
   EXPECT_EQ(fb->find("id:del_user4")->clicks, 1);
   EXPECT_EQ(fb->find("id:del_user5")->clicks, 0);
   fb->events.clear();
   // "op" is a prefix of two names and "ops1 " differs by a blank: neither matches.
-  for (const char* name : {"op", "ops1 ", "OPS"}) EXPECT_FALSE(w.web_del_user_web({{"username", name}})) << name;
+  for (const char* name : {"op", "ops1 ", "OPS"}) EXPECT_FALSE(web_del_user_web(w, {{"username", name}})) << name;
   for (const char* id : {"id:del_user2", "id:del_user3"}) EXPECT_EQ(fb->find(id)->clicks, 0);
 }
 
 TEST_F(AccountsTests, NoMatchingRowWarnsLeavesTheFrameAndSettles) {
   rows({});
-  EXPECT_FALSE(w.web_del_user_web({{"username", "ghost"}}));
+  EXPECT_FALSE(web_del_user_web(w, {{"username", "ghost"}}));
   EXPECT_EQ(warnings(), Events{"[delUser] Not find user name ghost"});
   EXPECT_EQ(fb->events.back(), "default content");
   EXPECT_EQ(clock.sleeps(), (std::vector<double>{w.timeout, 3}));
   log->lines.clear();
-  EXPECT_FALSE(w.web_mod_password({{"username", "ghost"}, {"old_pwd", "a"}, {"new_pwd", "b"}}));
+  EXPECT_FALSE(web_mod_password(w, {{"username", "ghost"}, {"old_pwd", "a"}, {"new_pwd", "b"}}));
   EXPECT_EQ(warnings(), Events{"[modPassword] Not find user name ghost"});
   EXPECT_FALSE(w.isClosed()) << "a password change that finds no user keeps the browser";
 }
@@ -196,7 +197,7 @@ TEST_F(AccountsTests, NoMatchingRowWarnsLeavesTheFrameAndSettles) {
 
 TEST_F(AccountsTests, PasswordChangeGoesThroughTheRowsControlsAndEndsTheBrowser) {
   rows({"admin", "operator"});
-  EXPECT_TRUE(w.web_mod_password({{"username", "operator"}, {"old_pwd", "Admin@9000"}, {"new_pwd", "New@2026"}}));
+  EXPECT_TRUE(web_mod_password(w, {{"username", "operator"}, {"old_pwd", "Admin@9000"}, {"new_pwd", "New@2026"}}));
   EXPECT_EQ(log->texts(),
             Events{"[modPassword] user:operator old_password:Admin@9000 new_password:New@2026"});
   auto it = std::find(fb->events.begin(), fb->events.end(), "click id:edit_user3");
@@ -245,7 +246,7 @@ TEST_F(QueryTests, RowsBecomeUsersNumberedFromTwoWithTextFormsOfTheirLists) {
   row("admin", {{"login_intf_user2_0", "enable"}, {"login_intf_user2_3", "disable"}, {"login_intf_user2_7", "on"}},
       {"edit_user2", "del_user2"}, true);
   row("operator", {}, {});
-  Json result = w.web_query_users();
+  Json result = web_query_users(w);
   ASSERT_EQ(result["users"].size(), 2u);
   EXPECT_EQ(result["add_button_exist"], true);
   EXPECT_EQ(result["users"][0].dump(),
@@ -272,7 +273,7 @@ TEST_F(QueryTests, InterfaceIdsOutsideTheExpressionAreLeftOutAndTheTableIsKept) 
        {"login_intf_user2_6", "e"},
        {"login_intf_user3_0", ""}},  // an em without class
       {}, true);
-  Json users = w.web_query_users()["users"];
+  Json users = web_query_users(w)["users"];
   EXPECT_EQ(users[0]["login_interfaces"],
             "[{'interface_name': 'SNMP', 'state': 'a'}, {'interface_name': 'IPMI', 'state': 'b'}, "
             "{'interface_name': 'SFTP', 'state': 'c'}, {'interface_name': '', 'state': 'd'}, "
@@ -281,18 +282,18 @@ TEST_F(QueryTests, InterfaceIdsOutsideTheExpressionAreLeftOutAndTheTableIsKept) 
 
 TEST_F(QueryTests, OperationNamesAreCutAtTheFirstDigitAndABadIdFails) {
   row("admin", {}, {"del_user2", "edit_user17x", "reset-pw_3"}, true);
-  EXPECT_EQ(w.web_query_users()["users"][0]["operation"],
+  EXPECT_EQ(web_query_users(w)["users"][0]["operation"],
             "[{'operation_name': 'del_user'}, {'operation_name': 'edit_user'}, {'operation_name': 'reset-pw_'}]");
   fb->remove(kRowDivs);
   row("admin", {}, {"2del"}, true);
-  EXPECT_THROW(w.web_query_users(), marlet::AttributeError);
+  EXPECT_THROW(web_query_users(w), marlet::AttributeError);
 }
 
 TEST_F(QueryTests, APageWithoutTheAddControlStillListsItsUsers) {
-  EXPECT_EQ(w.web_query_users().dump(), R"({"add_button_exist":true,"users":[]})");
+  EXPECT_EQ(web_query_users(w).dump(), R"({"add_button_exist":true,"users":[]})");
   fb->remove("id:add_user");
   row("admin", {}, {}, true);
-  Json result = w.web_query_users();
+  Json result = web_query_users(w);
   EXPECT_EQ(result["add_button_exist"], false);
   EXPECT_EQ(result["users"].size(), 1u);
   EXPECT_EQ(result.begin().key(), "add_button_exist");
@@ -301,7 +302,7 @@ TEST_F(QueryTests, APageWithoutTheAddControlStillListsItsUsers) {
 TEST_F(QueryTests, ARowWithoutOneOfItsSpansFails) {
   auto& div = row("admin", {}, {}, true);
   fb->remove("@" + div.uuid + " xpath:./span[3]");
-  EXPECT_THROW(w.web_query_users(), marlet::MarletException);
+  EXPECT_THROW(web_query_users(w), marlet::MarletException);
 }
 
 // ---- the text form of lists of maps ----

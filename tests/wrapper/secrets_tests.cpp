@@ -1,6 +1,7 @@
 // Passwords stay out of failures: a refused password names its type, never its value,
 // and a refused login's message and cause do not carry what was typed.
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/accounts/accounts.h"
 #include "tests/wrapper/wrapper_fixture.h"
 #include "webdriver/errors.h"
 
@@ -59,10 +60,10 @@ TEST_F(SecretsTests, ARefusedLoginCarriesNeitherPasswordInItsTexts) {
 TEST_F(SecretsTests, AnActingPasswordOfTheWrongTypeIsNotShown) {
   logged_in();
   w.password = Json::array({"Pw@55512345"});
-  std::string text = failure_of([&] { w.web_add_admin_user({{"username", "ops1"}, {"password", "Pw@12345"}}); });
+  std::string text = failure_of([&] { web_add_admin_user(w, {{"username", "ops1"}, {"password", "Pw@12345"}}); });
   EXPECT_EQ(text,
             "the wrapper holds no password of the acting user to type (it is of type list); log in with web_login first");
   w.password = nullptr;
-  text = failure_of([&] { w.web_add_admin_user({{"username", "ops1"}, {"password", "Pw@12345"}}); });
+  text = failure_of([&] { web_add_admin_user(w, {{"username", "ops1"}, {"password", "Pw@12345"}}); });
   EXPECT_NE(text.find("(it is None)"), std::string::npos) << text;
 }

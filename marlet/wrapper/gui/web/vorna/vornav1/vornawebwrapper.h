@@ -109,26 +109,7 @@ class VornaWebWrapper : public marlet::WebBase {
 
   // (end of registration)
 
-  // ---- user accounts (accounts/) ----
-  // The local users page. Adds enter an acting user's password (the wrapper's `password`
-  // for the administrator, "cur_password" otherwise); rows are numbered from 2 into the
-  // ids of their controls; names match by equality of the whole text.
-  bool web_add_admin_user(const Json& params);
-  // {"userlist": text of the list after saving, "complete": true}
-  Json web_add_user(const Json& params);
-  bool web_del_user_web(const Json& params);
-  // Ends the browser when it finds the user.
-  bool web_mod_password(const Json& params);
-  // {"add_button_exist", "users": [{id, name, role, password_validity, status, rule1..3,
-  //  login_interfaces, operation}]}
-  Json web_query_users();
-  // [{"operation_name"}] from the ids of the operation controls, cut at the first digit.
-  Json get_user_operation(const std::vector<Element>& operation_span);
-  // [{"interface_name", "state"}] from the spans' em elements whose ids name a one-digit
-  // user number and an interface index.
-  Json get_user_login_interfaces(const std::vector<Element>& interface_span);
-
-  // (end of user accounts)
+  // ---- user accounts: free functions on the wrapper, declared in accounts/accounts.h ----
 
   // ---- management address (network/) ----
   // The address record {"ipv4_address", "ipv4_mask", "ipv4_gateway"} of the network page.

@@ -50,21 +50,21 @@ std::optional<int> find_row(VornaWebWrapper& w, const Json& name) {
 
 }  // namespace
 
-bool VornaWebWrapper::web_add_admin_user(const Json& params) {
+bool web_add_admin_user(VornaWebWrapper& w, const Json& params) {
   require_params_map(params, "web_add_admin_user");
   std::string name = accounts::typed_param(params, "username");
   std::string pass = accounts::typed_param(params, "password");
-  std::string acting = acting_password(password);
+  std::string acting = acting_password(w.password);
 
-  logger().info(py::format("[addAdminUser] user:%s password:%s", name, pass));
-  add_through_form(*this, acting, name, pass, "//input[@num='0']");
-  logger().info("[addAdminUser] completion");
-  leave_content_frame();
-  settle(3);
+  w.logger().info(py::format("[addAdminUser] user:%s password:%s", name, pass));
+  add_through_form(w, acting, name, pass, "//input[@num='0']");
+  w.logger().info("[addAdminUser] completion");
+  w.leave_content_frame();
+  w.settle(3);
   return true;
 }
 
-Json VornaWebWrapper::web_add_user(const Json& params) {
+Json web_add_user(VornaWebWrapper& w, const Json& params) {
   require_params_map(params, "web_add_user");
   std::string name = accounts::typed_param(params, "username");
   std::string pass = accounts::typed_param(params, "password");
@@ -73,69 +73,69 @@ Json VornaWebWrapper::web_add_user(const Json& params) {
   std::string acting = accounts::typed_param(params, "cur_password");
   const char* selector = accounts::role_selector(py::get(params, "role"));
 
-  logger().info(py::format("[add_user] user:%s password:%s", name, pass));
+  w.logger().info(py::format("[add_user] user:%s password:%s", name, pass));
   Json result = Json::object();
-  Element list = add_through_form(*this, acting, name, pass, selector);
+  Element list = add_through_form(w, acting, name, pass, selector);
   result["userlist"] = list.text();
-  logger().info("[add_user] completion");
+  w.logger().info("[add_user] completion");
   result["complete"] = true;
-  leave_content_frame();
-  settle(3);
+  w.leave_content_frame();
+  w.settle(3);
   return result;
 }
 
-bool VornaWebWrapper::web_del_user_web(const Json& params) {
+bool web_del_user_web(VornaWebWrapper& w, const Json& params) {
   require_params_map(params, "web_del_user_web");
   // The name is only compared with the rows' names: any value serves, and one that is
   // no text matches no row.
   Json name = py::get(params, "username");
-  std::string acting = acting_password(password);
+  std::string acting = acting_password(w.password);
 
-  logger().info(py::format("[delUser] user:%s", name));
-  open_page(pages::kLocalUsers, timeout);
-  if (auto n = find_row(*this, name)) {
+  w.logger().info(py::format("[delUser] user:%s", name));
+  w.open_page(pages::kLocalUsers, w.timeout);
+  if (auto n = find_row(w, name)) {
     std::string control = py::format("del_user%s", *n);
-    setAttributeByXpath(accounts::kDeleteLock, "class", "");
-    locateElementById(control);
-    page_settle();
-    leave_content_frame();  // the dialog that asks the acting user's password is on top
-    fillElementById(accounts::kDeletePassword, acting);
-    locateElementById(kDialogOk);
-    logger().info("[delUser] completion");
-    settle(3);
+    w.setAttributeByXpath(accounts::kDeleteLock, "class", "");
+    w.locateElementById(control);
+    w.page_settle();
+    w.leave_content_frame();  // the dialog that asks the acting user's password is on top
+    w.fillElementById(accounts::kDeletePassword, acting);
+    w.locateElementById(kDialogOk);
+    w.logger().info("[delUser] completion");
+    w.settle(3);
     return true;
   }
-  logger().warn(py::format("[delUser] Not find user name %s", name));
-  leave_content_frame();
-  settle(3);
+  w.logger().warn(py::format("[delUser] Not find user name %s", name));
+  w.leave_content_frame();
+  w.settle(3);
   return false;
 }
 
-bool VornaWebWrapper::web_mod_password(const Json& params) {
+bool web_mod_password(VornaWebWrapper& w, const Json& params) {
   require_params_map(params, "web_mod_password");
   Json name = py::get(params, "username");  // compared only, as in web_del_user_web
   std::string old_pwd = accounts::typed_param(params, "old_pwd");
   std::string new_pwd = accounts::typed_param(params, "new_pwd");
 
-  logger().info(py::format("[modPassword] user:%s old_password:%s new_password:%s", name, old_pwd, new_pwd));
-  open_page(pages::kLocalUsers, timeout);
-  if (auto n = find_row(*this, name)) {
+  w.logger().info(py::format("[modPassword] user:%s old_password:%s new_password:%s", name, old_pwd, new_pwd));
+  w.open_page(pages::kLocalUsers, w.timeout);
+  if (auto n = find_row(w, name)) {
     std::string number = std::to_string(*n);
-    locateElementById("edit_user" + number);
-    settle(1);
-    fillElementById("current_pw_tips" + number, old_pwd);
-    locateElementById("change_pwd_tips" + number);
-    settle(3);
-    fillElementByXpath(accounts::kUserPassword, new_pwd);
-    fillElementByXpath(accounts::kUserPasswordAgain, new_pwd);
-    locateElementByXpath(accounts::kSave);
-    settle(3);
-    close();  // the login the browser holds may no longer hold after the change
+    w.locateElementById("edit_user" + number);
+    w.settle(1);
+    w.fillElementById("current_pw_tips" + number, old_pwd);
+    w.locateElementById("change_pwd_tips" + number);
+    w.settle(3);
+    w.fillElementByXpath(accounts::kUserPassword, new_pwd);
+    w.fillElementByXpath(accounts::kUserPasswordAgain, new_pwd);
+    w.locateElementByXpath(accounts::kSave);
+    w.settle(3);
+    w.close();  // the login the browser holds may no longer hold after the change
     return true;
   }
-  logger().warn(py::format("[modPassword] Not find user name %s", name));
-  leave_content_frame();
-  settle(3);
+  w.logger().warn(py::format("[modPassword] Not find user name %s", name));
+  w.leave_content_frame();
+  w.settle(3);
   return false;
 }
 

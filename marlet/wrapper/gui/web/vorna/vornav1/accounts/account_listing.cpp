@@ -30,7 +30,7 @@ std::string rule_class(Element& row, int index) {
 
 }  // namespace
 
-Json VornaWebWrapper::get_user_operation(const std::vector<Element>& operation_span) {
+Json get_user_operation(VornaWebWrapper& w, const std::vector<Element>& operation_span) {
   static const std::regex name_part("[^0-9]+");
   Json out = Json::array();
   for (Element element : operation_span) {
@@ -47,7 +47,7 @@ Json VornaWebWrapper::get_user_operation(const std::vector<Element>& operation_s
   return out;
 }
 
-Json VornaWebWrapper::get_user_login_interfaces(const std::vector<Element>& interface_span) {
+Json get_user_login_interfaces(VornaWebWrapper& w, const std::vector<Element>& interface_span) {
   static const std::regex interface_id(R"(login_intf_user\d_\d)");
   Json out = Json::array();
   for (Element span : interface_span) {
@@ -69,18 +69,18 @@ Json VornaWebWrapper::get_user_login_interfaces(const std::vector<Element>& inte
   return out;
 }
 
-Json VornaWebWrapper::web_query_users() {
+Json web_query_users(VornaWebWrapper& w) {
   Json result = Json::object();
   result["add_button_exist"] = false;
   result["users"] = Json::array();
-  open_page(pages::kLocalUsers, timeout);
+  w.open_page(pages::kLocalUsers, w.timeout);
   try {
-    locateElementById(accounts::kAddUser, {.click = false});
+    w.locateElementById(accounts::kAddUser, {.click = false});
     result["add_button_exist"] = true;
   } catch (const std::exception&) {
     result["add_button_exist"] = false;
   }
-  auto rows = session().find_elements_by_xpath(accounts::kRowDivs);
+  auto rows = w.session().find_elements_by_xpath(accounts::kRowDivs);
   for (size_t i = 0; i < rows.size(); ++i) {
     Element& row = rows[i];
     Json user = Json::object();
@@ -92,11 +92,11 @@ Json VornaWebWrapper::web_query_users() {
     user["rule1"] = rule_class(row, 5);
     user["rule2"] = rule_class(row, 6);
     user["rule3"] = rule_class(row, 7);
-    user["login_interfaces"] = py::maps_text(get_user_login_interfaces(row.find_elements_by_xpath("./span[@login_intf]")));
-    user["operation"] = py::maps_text(get_user_operation(row.find_elements_by_xpath("./span[15]/a")));
+    user["login_interfaces"] = py::maps_text(get_user_login_interfaces(w, row.find_elements_by_xpath("./span[@login_intf]")));
+    user["operation"] = py::maps_text(get_user_operation(w, row.find_elements_by_xpath("./span[15]/a")));
     result["users"].push_back(std::move(user));
   }
-  leave_content_frame();
+  w.leave_content_frame();
   return result;
 }
 

@@ -1,16 +1,44 @@
-// The local users page: its locators, the numbering of its rows, the table of login
-// interfaces, and what the account operations check of their params before they touch
-// the console: only what could not be typed at all. Whatever can be typed is typed, and
+// The local users page: the account operations (free functions on the wrapper), its
+// locators, the numbering of its rows, the table of login interfaces, and what the
+// account operations check of their params before they touch the console: only what
+// could not be typed at all. Whatever can be typed is typed, and
 // the console answers it (it refuses a wrong acting password, an empty password, a name
 // it does not take).
 #pragma once
 
 #include <array>
 #include <string>
+#include <vector>
 
 #include "marlet/exception/exceptions.h"
 #include "marlet/utils/pytext.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/operation_params.h"
+#include "webdriver/element.h"
+
+namespace vorna {
+
+using marlet::Json;
+class VornaWebWrapper;
+
+// The local users page. Adds enter an acting user's password (the wrapper's `password`
+// for the administrator, "cur_password" otherwise); rows are numbered from 2 into the
+// ids of their controls; names match by equality of the whole text.
+bool web_add_admin_user(VornaWebWrapper& w, const Json& params);
+// {"userlist": text of the list after saving, "complete": true}
+Json web_add_user(VornaWebWrapper& w, const Json& params);
+bool web_del_user_web(VornaWebWrapper& w, const Json& params);
+// Ends the browser when it finds the user.
+bool web_mod_password(VornaWebWrapper& w, const Json& params);
+// {"add_button_exist", "users": [{id, name, role, password_validity, status, rule1..3,
+//  login_interfaces, operation}]}
+Json web_query_users(VornaWebWrapper& w);
+// [{"operation_name"}] from the ids of the operation controls, cut at the first digit.
+Json get_user_operation(VornaWebWrapper& w, const std::vector<webdriver::Element>& operation_span);
+// [{"interface_name", "state"}] from the spans' em elements whose ids name a one-digit
+// user number and an interface index.
+Json get_user_login_interfaces(VornaWebWrapper& w, const std::vector<webdriver::Element>& interface_span);
+
+}  // namespace vorna
 
 namespace vorna::accounts {
 
