@@ -9,6 +9,7 @@
 
 #include "marlet/log/logger.h"
 #include "marlet/utils/time.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/network/network.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
 namespace {
@@ -62,7 +63,7 @@ int main(int argc, char** argv) {
                           {"extra_port", {{"https", port}}}}}});
     marlet::Json out = marlet::Json::object();
     out["main_board"] = w.web_get_main_board_info();
-    out["serial_number"] = w.get_product_sn();
+    out["serial_number"] = vorna::get_product_sn(w);
     std::cout << out.dump(2) << std::endl;
   } catch (const std::exception& e) {  // MarletException, or a typed error of the params
     std::cerr << "failed: " << e.what() << "\n";

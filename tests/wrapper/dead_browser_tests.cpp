@@ -1,6 +1,7 @@
 // A browser that stops answering or whose first page never comes: the failure is typed,
 // isClosed() tells the truth, and the next login opens a new browser.
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/network/network.h"
 #include "tests/wrapper/wrapper_fixture.h"
 #include "webdriver/errors.h"
 
@@ -26,7 +27,7 @@ TEST_F(DeadBrowserTests, ABrowserThatStopsAnsweringMidOperationFailsTypedAndStay
   fb->fail_everything = true;
   // The fake's transport keeps no connection to lose: a failed command alone does not
   // close the browser (a real lost connection does: see the session's liveness tests).
-  EXPECT_THROW(w.web_get_firmware_version(), webdriver::ConnectionException);
+  EXPECT_THROW(web_get_firmware_version(w), webdriver::ConnectionException);
   EXPECT_FALSE(w.isClosed());
   w.web_close();
   EXPECT_TRUE(w.isClosed());

@@ -2,6 +2,7 @@
 #include <stdexcept>
 
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/network/network.h"
 #include "tests/wrapper/wrapper_fixture.h"
 #include "webdriver/errors.h"
 
@@ -28,11 +29,11 @@ TEST_F(IdentityTests, SummaryFieldsAndTheOverviewsBiosName) {
   fb->add("id:txtSequence").text = "VRN2200A0001";
   fb->add("id:txtBMCGuid").text = "4C4C4544-0042";
   fb->add("id:productAlias").text = "Vorna R2200";
-  EXPECT_EQ(w.get_product_sn(), "VRN2200A0001");
-  EXPECT_EQ(w.get_guid(), "4C4C4544-0042");
+  EXPECT_EQ(get_product_sn(w), "VRN2200A0001");
+  EXPECT_EQ(get_guid(w), "4C4C4544-0042");
   EXPECT_TRUE(clock.sleeps().empty()) << "the summary page is read with no settle";
   fb->events.clear();
-  EXPECT_EQ(w.get_bios_name(), "Vorna R2200");
+  EXPECT_EQ(get_bios_name(w), "Vorna R2200");
   EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:menu_INFO", "frame id:rightMid", "default content"}))
       << "the information entry alone opens the overview";
   EXPECT_EQ(clock.sleeps(), std::vector<double>{6});
@@ -60,7 +61,7 @@ TEST_F(FirmwareVersionTests, TheSecondAttemptIsSilentAndClicksOnlyTheSystemEntry
     at_click.push_back(clock.sleeps());
     if (entry->clicks == 2) versions_on_page();  // the page loads only the second time
   };
-  Json versions = w.web_get_firmware_version();
+  Json versions = web_get_firmware_version(w);
   EXPECT_EQ(versions.dump(), R"({"bmc_version":"3.12.05","bios_version":" BIOS 2.8.1 ","cpld_version":"1.0.7"})");
   EXPECT_EQ(count("click id:menu_INFO"), 1);
   ASSERT_EQ(at_click.size(), 2u);
@@ -77,14 +78,14 @@ TEST_F(FirmwareVersionTests, TheSecondAttemptIsSilentAndClicksOnlyTheSystemEntry
 
 TEST_F(FirmwareVersionTests, OnlyAMarletExceptionEarnsTheSecondAttempt) {
   // Both attempts fail: the second failure reaches the caller.
-  EXPECT_THROW(w.web_get_firmware_version(), webdriver::NoSuchElementException);
+  EXPECT_THROW(web_get_firmware_version(w), webdriver::NoSuchElementException);
   EXPECT_EQ(count("click id:menu_SYSTEM_INFO"), 2);
 
   // A failure of another kind propagates from the first attempt at once.
   fb->events.clear();
   versions_on_page();
   fb->find("id:menu_INFO")->on_click = [] { throw std::runtime_error("the harness gave up"); };
-  EXPECT_THROW(w.web_get_firmware_version(), std::runtime_error);
+  EXPECT_THROW(web_get_firmware_version(w), std::runtime_error);
   EXPECT_EQ(count("click id:menu_SYSTEM_INFO"), 0);
 }
 
@@ -112,7 +113,7 @@ TEST_F(SoftwareInfoTests, AReportingAgentGivesAMapInTableOrder) {
   row("Computer Name", "bench-01");
   row("OS Version", " Debian 12 ");
   row("Computer Name", "bench-02");  // a repeated label replaces the earlier value in place
-  Json info = w.web_get_software_info();
+  Json info = web_get_software_info(w);
   EXPECT_EQ(info.dump(), R"({"Computer Name":"bench-02","OS Version":" Debian 12 "})");
   EXPECT_EQ(clock.sleeps(), (std::vector<double>{5, 5, 5}));
   EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:menu_INFO", "click id:menu_SYSTEM_INFO",
@@ -132,7 +133,7 @@ TEST_F(SoftwareInfoTests, ASilentAgentGivesTheFixedTextNotTheNotice) {
     table();
     log->lines.clear();
     fb->events.clear();
-    EXPECT_EQ(w.web_get_software_info(), kInstallAgent) << "rows already read are lost";
+    EXPECT_EQ(web_get_software_info(w), kInstallAgent) << "rows already read are lost";
     EXPECT_EQ(errors(), std::vector<std::string>{"Tolmar is not installed or running"});
     EXPECT_EQ(fb->events.back(), "default content");
   }
@@ -142,7 +143,7 @@ TEST_F(SoftwareInfoTests, AnEmptyNoticeRaisesTheFirstFailureWrapped) {
   notice("");
   row("", "x");
   try {
-    w.web_get_software_info();
+    web_get_software_info(w);
     FAIL() << "an empty notice must raise";
   } catch (const marlet::MarletException& e) {
     EXPECT_STREQ(e.what(), "can not get SoftWareInfo");
@@ -154,7 +155,7 @@ TEST_F(SoftwareInfoTests, AnEmptyNoticeRaisesTheFirstFailureWrapped) {
   // With no rows the wrapped failure is the index error's, as a MarletException.
   fb->remove(kRows);
   try {
-    w.web_get_software_info();
+    web_get_software_info(w);
     FAIL();
   } catch (const marlet::MarletException& e) {
     EXPECT_STREQ(e.what(), "list index out of range");
@@ -163,7 +164,7 @@ TEST_F(SoftwareInfoTests, AnEmptyNoticeRaisesTheFirstFailureWrapped) {
 
   // A notice element that cannot be read propagates its own failure.
   fb->remove(kNotice);
-  EXPECT_THROW(w.web_get_software_info(), webdriver::NoSuchElementException);
+  EXPECT_THROW(web_get_software_info(w), webdriver::NoSuchElementException);
   EXPECT_TRUE(errors().empty());
 }
 

@@ -1,5 +1,6 @@
 // The management IPv4 record of the network page: reading it, and changing it.
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/network/network.h"
 #include "tests/wrapper/wrapper_fixture.h"
 
 using marlet::Json;
@@ -26,25 +27,25 @@ class ManagementIpv4Tests : public WrapperTest {
 
 TEST_F(ManagementIpv4Tests, TheRecordIsTheThreeFieldsInOrderAfterAPageSettle) {
   w.timeout = 7;
-  Json got = w.get_manage_ipv4();
+  Json got = get_manage_ipv4(w);
   EXPECT_EQ(got.dump(), R"({"ipv4_address":"10.1.1.5","ipv4_mask":"255.255.255.0","ipv4_gateway":"10.1.1.254"})");
   EXPECT_EQ(fb->events, (Events{"click id:menu_CONFIGURATION", "click id:menu_NETWORK", "frame id:rightMid",
                                 "default content"}));
   EXPECT_EQ(clock.sleeps(), std::vector<double>{7});
   EXPECT_EQ(log->texts(), Events{"[getManageIpv4] get manage ipv4 address"});
-  EXPECT_EQ(w.get_bmc_ip_addr(), got);
+  EXPECT_EQ(get_bmc_ip_addr(w), got);
 
   // A field the page leaves empty is read as it is; one without a value is null.
   fb->find("id:ipv4_gateway")->attributes["value"] = "";
   fb->find("id:ipv4_mask")->attributes.erase("value");
-  Json partial = w.get_manage_ipv4();
+  Json partial = get_manage_ipv4(w);
   EXPECT_EQ(partial["ipv4_gateway"], "");
   EXPECT_TRUE(partial["ipv4_mask"].is_null());
 }
 
 TEST_F(ManagementIpv4Tests, AChangeFillsAllThreeSavesConfirmsAndEndsTheBrowser) {
   fb->find("id:saveIPV4Set")->on_click = [this] { fb->events.push_back("(dialog raised)"); };
-  EXPECT_TRUE(w.mod_bmc_ip_addr(record()));
+  EXPECT_TRUE(mod_bmc_ip_addr(w, record()));
   EXPECT_EQ(fb->events, (Events{"click id:menu_CONFIGURATION", "click id:menu_NETWORK", "frame id:rightMid",
                                 "clear id:ipv4_ip", "keys id:ipv4_ip 10.1.1.6", "clear id:ipv4_mask",
                                 "keys id:ipv4_mask 255.255.255.0", "clear id:ipv4_gateway",
@@ -60,9 +61,9 @@ TEST_F(ManagementIpv4Tests, AChangeFillsAllThreeSavesConfirmsAndEndsTheBrowser) 
 }
 
 TEST_F(ManagementIpv4Tests, ARecordReadCanGoBackUnchanged) {
-  Json got = w.get_manage_ipv4();
+  Json got = get_manage_ipv4(w);
   fb->events.clear();
-  EXPECT_TRUE(w._mod_manage_ipv4(got));
+  EXPECT_TRUE(_mod_manage_ipv4(w, got));
   EXPECT_EQ(fb->find("id:ipv4_ip")->value, "10.1.1.5");
   EXPECT_EQ(fb->find("id:ipv4_gateway")->value, "10.1.1.254");
 }
@@ -72,7 +73,7 @@ TEST_F(ManagementIpv4Tests, ABadRecordIsRefusedBeforeTheLogLineAndThePage) {
     fb->events.clear();
     log->lines.clear();
     try {
-      w._mod_manage_ipv4(params);
+      _mod_manage_ipv4(w, params);
       ADD_FAILURE() << "accepted " << params.dump();
     } catch (const decltype(kind)& e) {
       EXPECT_EQ(std::string(e.what()), what);
@@ -93,12 +94,12 @@ TEST_F(ManagementIpv4Tests, ABadRecordIsRefusedBeforeTheLogLineAndThePage) {
   none["ipv4_address"] = nullptr;
   refused_untouched(none, marlet::TypeError(""), "_mod_manage_ipv4(): ipv4_address must be text, not NoneType");
   refused_untouched("10.1.1.6", marlet::TypeError(""), "_mod_manage_ipv4() takes an address record, not '10.1.1.6'");
-  EXPECT_THROW(w.mod_bmc_ip_addr(Json::object()), marlet::KeyError);
+  EXPECT_THROW(mod_bmc_ip_addr(w, Json::object()), marlet::KeyError);
 }
 
 TEST_F(ManagementIpv4Tests, AMissingFieldFailsOnThePageWithTheFrameEntered) {
   fb->remove("id:ipv4_gateway");
-  EXPECT_THROW(w._mod_manage_ipv4(record()), marlet::MarletException);
+  EXPECT_THROW(_mod_manage_ipv4(w, record()), marlet::MarletException);
   EXPECT_EQ(fb->find("id:saveIPV4Set")->clicks, 0) << "nothing saved";
   EXPECT_EQ(fb->events.back(), "keys id:ipv4_mask 255.255.255.0");
   EXPECT_FALSE(w.isClosed());

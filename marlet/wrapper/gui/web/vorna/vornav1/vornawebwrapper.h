@@ -82,14 +82,7 @@ class VornaWebWrapper : public marlet::WebBase {
   void compare_memory(const Json& webMemoryInfo, const Json& osMemoryInfo);
   void compare_storage(const Json& webRaidInfo, const Json& raidInfo, const Json& webDiskInfo, const Json& diskInfo);
 
-  // ---- identity and versions (network/) ----
-  std::string get_product_sn();
-  std::string get_guid();
-  std::string get_bios_name();
-  // {"bmc_version", "bios_version", "cpld_version"}
-  Json web_get_firmware_version();
-  // A map of the software rows, or the fixed notice text when the OS agent does not report.
-  Json web_get_software_info();
+  // ---- identity and versions: free functions on the wrapper, declared in network/network.h ----
 
   // ---- power: free functions on the wrapper, declared in power/power.h ----
 
@@ -111,16 +104,7 @@ class VornaWebWrapper : public marlet::WebBase {
 
   // ---- user accounts: free functions on the wrapper, declared in accounts/accounts.h ----
 
-  // ---- management address (network/) ----
-  // The address record {"ipv4_address", "ipv4_mask", "ipv4_gateway"} of the network page.
-  Json get_manage_ipv4();
-  Json get_bmc_ip_addr();
-  // Fills and saves an address record, then ends the browser: the console moves away
-  // from the address the browser is on. All three keys required (KeyError before
-  // anything is touched), all text (TypeError naming the key). Returns true.
-  bool _mod_manage_ipv4(const Json& params);
-  bool mod_bmc_ip_addr(const Json& params);
-  // (end of management address)
+  // ---- management address: free functions on the wrapper, declared in network/network.h ----
 
   // ---- boot configuration (boot/) ----
   // Boot option codes are the texts "0".."5" (boot/boot_codes.h); effectiveness and boot

@@ -1,6 +1,7 @@
 // What the machine says it is: serial number, GUID, BIOS name, firmware versions and the
 // software list the operating-system agent feeds into the console.
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/network/network.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
 namespace vorna {
@@ -13,70 +14,70 @@ constexpr const char* kInstallAgent =
     "To enable complete software information to be displayed, install Tolmar 2.0 and start it on the OS.";
 }  // namespace
 
-std::string VornaWebWrapper::get_product_sn() {
-  logger().info("[getProductSN] start...");
-  open_page(pages::kSummary);
-  std::string sn = getTextById("txtSequence");
-  leave_content_frame();
+std::string get_product_sn(VornaWebWrapper& w) {
+  w.logger().info("[getProductSN] start...");
+  w.open_page(pages::kSummary);
+  std::string sn = w.getTextById("txtSequence");
+  w.leave_content_frame();
   return sn;
 }
 
-std::string VornaWebWrapper::get_guid() {
-  logger().info("[getGUID] start...");
-  open_page(pages::kSummary);
-  std::string guid = getTextById("txtBMCGuid");
-  leave_content_frame();
+std::string get_guid(VornaWebWrapper& w) {
+  w.logger().info("[getGUID] start...");
+  w.open_page(pages::kSummary);
+  std::string guid = w.getTextById("txtBMCGuid");
+  w.leave_content_frame();
   return guid;
 }
 
-std::string VornaWebWrapper::get_bios_name() {
-  logger().info("[getBiosName] start...");
-  open_page(pages::kOverview, 6);
-  std::string name = getTextById("productAlias");
-  leave_content_frame();
+std::string get_bios_name(VornaWebWrapper& w) {
+  w.logger().info("[getBiosName] start...");
+  w.open_page(pages::kOverview, 6);
+  std::string name = w.getTextById("productAlias");
+  w.leave_content_frame();
   return name;
 }
 
-Json VornaWebWrapper::web_get_firmware_version() {
-  logger().info("[getBmcFirmwareVersion] start...");
-  auto read_versions = [this] {
+Json web_get_firmware_version(VornaWebWrapper& w) {
+  w.logger().info("[getBmcFirmwareVersion] start...");
+  auto read_versions = [&w] {
     Json versions = Json::object();
-    versions["bmc_version"] = getTextById("txtFirmVersion");
-    versions["bios_version"] = getTextById("txtBiosVersion");
-    versions["cpld_version"] = getTextById("txtCpldVersion");
-    leave_content_frame();
+    versions["bmc_version"] = w.getTextById("txtFirmVersion");
+    versions["bios_version"] = w.getTextById("txtBiosVersion");
+    versions["cpld_version"] = w.getTextById("txtCpldVersion");
+    w.leave_content_frame();
     return versions;
   };
   try {
-    locateElementById("menu_INFO");
-    settle(5);
-    locateElementById("menu_SYSTEM_INFO");
-    enter_content_frame();
-    settle(6);
+    w.locateElementById("menu_INFO");
+    w.settle(5);
+    w.locateElementById("menu_SYSTEM_INFO");
+    w.enter_content_frame();
+    w.settle(6);
     return read_versions();
   } catch (const marlet::MarletException&) {
   }
   // The information menu is still open: only its entry is clicked again.
-  leave_content_frame();
-  locateElementById("menu_SYSTEM_INFO");
-  enter_content_frame();
-  settle(6);
+  w.leave_content_frame();
+  w.locateElementById("menu_SYSTEM_INFO");
+  w.enter_content_frame();
+  w.settle(6);
   return read_versions();
 }
 
-Json VornaWebWrapper::web_get_software_info() {
-  logger().info("[getSoftwareInfo] start...");
-  follow_menu(pages::kSystemInfo);
-  settle(5);
-  enter_content_frame();
-  settle(5);
-  locateElementById(tabs::kSystem);
-  settle(5);
+Json web_get_software_info(VornaWebWrapper& w) {
+  w.logger().info("[getSoftwareInfo] start...");
+  w.follow_menu(pages::kSystemInfo);
+  w.settle(5);
+  w.enter_content_frame();
+  w.settle(5);
+  w.locateElementById(tabs::kSystem);
+  w.settle(5);
   Json software = Json::object();
   std::exception_ptr failure;
   std::string failure_text;
   try {
-    auto rows = quiet_lookups(kSoftwareRows);
+    auto rows = w.quiet_lookups(kSoftwareRows);
     // No rows fails on the first row, like an empty first label: the agent is silent.
     if (rows.empty()) throw marlet::IndexError("list index out of range");
     if (rows.front().find_element_by_xpath("./td[1]/span").text().empty())
@@ -86,7 +87,7 @@ Json VornaWebWrapper::web_get_software_info() {
       std::string value = row.find_element_by_xpath("./td[2]/span").text();
       software[label] = value;
     }
-    leave_content_frame();
+    w.leave_content_frame();
     return software;
   } catch (const std::exception& e) {
     failure = std::current_exception();
@@ -95,10 +96,10 @@ Json VornaWebWrapper::web_get_software_info() {
     failure = std::current_exception();
     failure_text = "unknown failure while reading the software rows";
   }
-  std::string notice = getTextByXpath(kAgentNotice);
+  std::string notice = w.getTextByXpath(kAgentNotice);
   if (!notice.empty()) {
-    logger().error("Tolmar is not installed or running");
-    leave_content_frame();
+    w.logger().error("Tolmar is not installed or running");
+    w.leave_content_frame();
     return kInstallAgent;
   }
   throw marlet::MarletException(failure_text, failure);

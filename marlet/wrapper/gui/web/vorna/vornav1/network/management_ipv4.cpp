@@ -3,6 +3,7 @@
 #include <array>
 
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/network/network.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/operation_params.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
@@ -18,22 +19,22 @@ constexpr std::array<std::pair<const char*, const char*>, 3> kFields = {{
 }};
 }  // namespace
 
-Json VornaWebWrapper::get_manage_ipv4() {
-  logger().info("[getManageIpv4] get manage ipv4 address");
-  open_page(pages::kNetwork, timeout);
-  wait_until_visible("ipv4_ip");
+Json get_manage_ipv4(VornaWebWrapper& w) {
+  w.logger().info("[getManageIpv4] get manage ipv4 address");
+  w.open_page(pages::kNetwork, w.timeout);
+  w.wait_until_visible("ipv4_ip");
   Json record = Json::object();
   for (const auto& [key, id] : kFields) {
-    auto value = getAttributeById(id, "value");
+    auto value = w.getAttributeById(id, "value");
     record[key] = value ? Json(*value) : Json(nullptr);
   }
-  leave_content_frame();
+  w.leave_content_frame();
   return record;
 }
 
-Json VornaWebWrapper::get_bmc_ip_addr() { return get_manage_ipv4(); }
+Json get_bmc_ip_addr(VornaWebWrapper& w) { return get_manage_ipv4(w); }
 
-bool VornaWebWrapper::_mod_manage_ipv4(const Json& params) {
+bool _mod_manage_ipv4(VornaWebWrapper& w, const Json& params) {
   if (!params.is_object())
     throw marlet::TypeError(py::format("_mod_manage_ipv4() takes an address record, not %s", py::repr(params)));
   // Every key is read, and every value checked, before the log line and the page: a
@@ -50,19 +51,19 @@ bool VornaWebWrapper::_mod_manage_ipv4(const Json& params) {
                                          py::type_name(value)));
     values[i] = typed_text(value.get<std::string>(), kFields[i].first);
   }
-  logger().info(py::format("[modManageIpv4] ipv4_address:%s ipv4_mask:%s ipv4_gateway:%s", values[0], values[1],
-                           values[2]));
-  open_page(pages::kNetwork, timeout);
-  wait_until_visible("ipv4_ip");
-  for (size_t i = 0; i < kFields.size(); ++i) fillElementById(kFields[i].second, values[i]);
-  locateElementById("saveIPV4Set");
-  settle(3);
-  confirm_dialog();
-  close();
-  settle(3);
+  w.logger().info(py::format("[modManageIpv4] ipv4_address:%s ipv4_mask:%s ipv4_gateway:%s", values[0], values[1],
+                             values[2]));
+  w.open_page(pages::kNetwork, w.timeout);
+  w.wait_until_visible("ipv4_ip");
+  for (size_t i = 0; i < kFields.size(); ++i) w.fillElementById(kFields[i].second, values[i]);
+  w.locateElementById("saveIPV4Set");
+  w.settle(3);
+  w.confirm_dialog();
+  w.close();
+  w.settle(3);
   return true;
 }
 
-bool VornaWebWrapper::mod_bmc_ip_addr(const Json& params) { return _mod_manage_ipv4(params); }
+bool mod_bmc_ip_addr(VornaWebWrapper& w, const Json& params) { return _mod_manage_ipv4(w, params); }
 
 }  // namespace vorna
