@@ -2,6 +2,7 @@
 #include <map>
 
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/boot/boot.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/boot/boot_codes.h"
 #include "tests/wrapper/wrapper_fixture.h"
 #include "webdriver/errors.h"
@@ -136,7 +137,7 @@ TEST_F(BootTests, OptionIsReadThroughTheTable) {
   for (const auto& [page, code] : cases) {
     machine.option = page;
     reset();
-    EXPECT_EQ(w.web_get_boot_option(), code) << page;
+    EXPECT_EQ(web_get_boot_option(w), code) << page;
     EXPECT_EQ(fb->events, opened({"default content"}));
     EXPECT_EQ(log->texts(), Events{"[getBootOption] ..."});
     EXPECT_TRUE(clock.sleeps().empty()) << "the boot settings page opens with no settle";
@@ -145,50 +146,50 @@ TEST_F(BootTests, OptionIsReadThroughTheTable) {
 
 TEST_F(BootTests, SettingTheOptionShownTouchesNothing) {
   machine.option = "5";
-  w.web_set_boot_option({{"option", "3"}});
+  web_set_boot_option(w, {{"option", "3"}});
   EXPECT_EQ(fb->events, opened({"default content"}));
   EXPECT_EQ(log->texts(), Events{"[setBootOption] option:3"});
   // No key on a page value outside the table: null equals null.
   machine.option = "9";
   reset();
-  w.web_set_boot_option(Json::object());
+  web_set_boot_option(w, Json::object());
   EXPECT_EQ(fb->events, opened({"default content"}));
   EXPECT_EQ(log->texts(), Events{"[setBootOption] option:None"});
   EXPECT_EQ(saves, 0);
 }
 
 TEST_F(BootTests, AnotherOptionIsChosenSavedAndConfirmed) {
-  w.web_set_boot_option({{"option", "4"}});
+  web_set_boot_option(w, {{"option", "4"}});
   EXPECT_EQ(fb->events, opened({"click id:StartOptionConf xpath://option[@reskey='REMOVEABLE_MEDIA_BOOT']",
                                 "click id:saveBootOption", "default content", "click id:btnDialogOK"}));
   EXPECT_EQ(machine.option, "15");
   EXPECT_EQ(saves, 1);
-  EXPECT_EQ(w.web_get_boot_option(), "4");
+  EXPECT_EQ(web_get_boot_option(w), "4");
 }
 
 TEST_F(BootTests, AnOptionOutsideTheTableFailsBeforeAnythingIsSaved) {
   for (const Json& option : {Json(3), Json("6"), Json(nullptr), Json("CD_ROM_BOOT")}) {
     reset();
-    EXPECT_THROW(w.web_set_boot_option({{"option", option}}), webdriver::InvalidArgumentException) << option.dump();
+    EXPECT_THROW(web_set_boot_option(w, {{"option", option}}), webdriver::InvalidArgumentException) << option.dump();
     EXPECT_EQ(fb->events, opened({})) << "the frame stays entered, nothing chosen or saved";
     EXPECT_EQ(log->texts(), Events{"[setBootOption] option:" + marlet::py::str(option)});
   }
   EXPECT_EQ(saves, 0);
   EXPECT_EQ(machine.option, "2");
   reset();
-  EXPECT_THROW(w.web_set_boot_option("3"), marlet::TypeError);
+  EXPECT_THROW(web_set_boot_option(w, "3"), marlet::TypeError);
   EXPECT_TRUE(fb->events.empty() && log->lines.empty());
 }
 
 TEST_F(BootTests, RadioPairsAnswerTextTheFirstWinsAndNoneIsFalse) {
   machine.effective = "0";
   machine.mode = "0";
-  EXPECT_EQ(w.web_get_effective(), "0");
-  EXPECT_EQ(w.web_get_boot_mode(), "0");
+  EXPECT_EQ(web_get_effective(w), "0");
+  EXPECT_EQ(web_get_boot_mode(w), "0");
   machine.effective = "1";
   machine.mode = "1";
-  EXPECT_EQ(w.web_get_effective(), "1");
-  EXPECT_EQ(w.web_get_boot_mode(), "1");
+  EXPECT_EQ(web_get_effective(w), "1");
+  EXPECT_EQ(web_get_boot_mode(w), "1");
   EXPECT_TRUE(errors().empty());
 
   // Both buttons of each pair report checked: once and legacy win.
@@ -196,8 +197,8 @@ TEST_F(BootTests, RadioPairsAnswerTextTheFirstWinsAndNoneIsFalse) {
     for (auto id : {"start_option_once", "start_option_permanent", "start_option_legecy", "start_option_uefi"})
       fb->find(std::string("id:") + id)->attributes["checked"] = "true";
   };
-  EXPECT_EQ(w.web_get_effective(), "0");
-  EXPECT_EQ(w.web_get_boot_mode(), "0");
+  EXPECT_EQ(web_get_effective(w), "0");
+  EXPECT_EQ(web_get_boot_mode(w), "0");
 
   // A checked button whose value is not its code does not count; nor does an empty checked.
   tamper = [this] {
@@ -207,8 +208,8 @@ TEST_F(BootTests, RadioPairsAnswerTextTheFirstWinsAndNoneIsFalse) {
   machine.effective = "0";
   machine.mode = "0";
   reset();
-  EXPECT_EQ(w.web_get_effective(), false);
-  EXPECT_EQ(w.web_get_boot_mode(), false);
+  EXPECT_EQ(web_get_effective(w), false);
+  EXPECT_EQ(web_get_boot_mode(w), false);
   EXPECT_EQ(errors(), (Events{"get Boot Mode error", "get Boot Mode error"}));
 
   // Nothing selected at all.
@@ -217,39 +218,39 @@ TEST_F(BootTests, RadioPairsAnswerTextTheFirstWinsAndNoneIsFalse) {
   machine.effective = "";
   machine.mode = "";
   reset();
-  EXPECT_EQ(w.web_get_effective(), false);
+  EXPECT_EQ(web_get_effective(w), false);
   EXPECT_EQ(fb->events, opened({"default content"}));
-  EXPECT_EQ(w.web_get_boot_mode(), false);
+  EXPECT_EQ(web_get_boot_mode(w), false);
   EXPECT_EQ(errors(), (Events{"get Boot Mode error", "get Boot Mode error"}));
 }
 
 TEST_F(BootTests, ReadsOfTheModeGoToTheFirstWindowFirst) {
   fb->windows = {"w-1", "w-2"};
-  EXPECT_EQ(w.web_get_boot_mode(), "1");
+  EXPECT_EQ(web_get_boot_mode(w), "1");
   Events expected = {"window w-1"};
   expected.insert(expected.end(), kOpen.begin(), kOpen.end());
   expected.push_back("default content");
   EXPECT_EQ(fb->events, expected);
   reset();
-  w.web_get_effective();
+  web_get_effective(w);
   EXPECT_EQ(fb->events, opened({"default content"})) << "the effectiveness is read in the current window";
 }
 
 TEST_F(BootTests, EffectivenessAndModeAreSetByTheirButtonsAndTheInnerSpan) {
-  w.web_set_effective({{"mode", "0"}});
+  web_set_effective(w, {{"mode", "0"}});
   EXPECT_EQ(fb->events, opened({"click id:start_option_once", R"(click xpath://*[@id="saveBootOption"]/span)",
                                 "default content", "click id:btnDialogOK"}));
   EXPECT_EQ(machine.effective, "0");
   reset();
-  w.web_set_boot_mode({{"mode", "0"}});
+  web_set_boot_mode(w, {{"mode", "0"}});
   Events expected = {"window w-1"};
   for (auto e : opened({"click id:start_option_legecy", R"(click xpath://*[@id="saveBootOption"]/span)",
                         "default content", "click id:btnDialogOK"}))
     expected.push_back(e);
   EXPECT_EQ(fb->events, expected);
   EXPECT_EQ(machine.mode, "0");
-  w.web_set_effective({{"mode", "1"}});
-  w.web_set_boot_mode({{"mode", "1"}});
+  web_set_effective(w, {{"mode", "1"}});
+  web_set_boot_mode(w, {{"mode", "1"}});
   EXPECT_EQ(machine.effective, "1");
   EXPECT_EQ(machine.mode, "1");
   EXPECT_EQ(saves, 4);
@@ -259,14 +260,14 @@ TEST_F(BootTests, EffectivenessAndModeAreSetByTheirButtonsAndTheInnerSpan) {
 TEST_F(BootTests, ModesOtherThanTheTextsZeroAndOneLogAndChangeNothing) {
   for (const Json& mode : {Json(0), Json(1), Json("2"), Json(nullptr), Json(true), Json(" 1")}) {
     reset();
-    w.web_set_effective({{"mode", mode}});
+    web_set_effective(w, {{"mode", mode}});
     EXPECT_EQ(fb->events, opened({"default content"})) << mode.dump();
-    w.web_set_boot_mode({{"mode", mode}});
+    web_set_boot_mode(w, {{"mode", mode}});
     EXPECT_EQ(errors(), (Events{"no this mode " + marlet::py::str(mode), "no this mode " + marlet::py::str(mode)}));
   }
   EXPECT_EQ(saves, 0);
-  EXPECT_THROW(w.web_set_effective(Json::array({"0"})), marlet::TypeError);
-  EXPECT_THROW(w.web_set_boot_mode(nullptr), marlet::TypeError);
+  EXPECT_THROW(web_set_effective(w, Json::array({"0"})), marlet::TypeError);
+  EXPECT_THROW(web_set_boot_mode(w, nullptr), marlet::TypeError);
 }
 
 TEST_F(BootTests, StartupModeGoesByTruthWithTheOppositeSense) {
@@ -276,13 +277,13 @@ TEST_F(BootTests, StartupModeGoesByTruthWithTheOppositeSense) {
   fb->windows = {"w-1", "w-2"};
   for (const auto& [mode, button] : cases) {
     reset();
-    w.change_startup_mode(mode);
+    change_startup_mode(w, mode);
     EXPECT_EQ(fb->events, opened({std::string("click id:") + button, "click id:saveBootOption", "default content",
                                   "click id:btnDialogOK"}))
         << mode.dump() << ": no first-window step, the save button itself";
     EXPECT_EQ(machine.mode, std::string(button) == "start_option_legecy" ? "0" : "1");
   }
-  w.change_startup_mode(1);
+  change_startup_mode(w, 1);
   EXPECT_EQ(machine.mode, "0");
 }
 
@@ -291,11 +292,11 @@ TEST_F(BootTests, StartupModeGoesByTruthWithTheOppositeSense) {
 class ScriptedSibling final : public vorna::SiblingFunctions {
  public:
   explicit ScriptedSibling(vorna::VornaWebWrapper& w) {
-    fns["get_boot_mode"] = [&w](const Json&) { return w.web_get_boot_mode(); };
-    fns["get_boot_option"] = [&w](const Json&) { return w.web_get_boot_option(); };
-    fns["set_boot_mode"] = [&w](const Json& a) { return w.web_set_boot_mode({{"mode", a[0]}}), Json(); };
-    fns["set_boot_option"] = [&w](const Json& a) { return w.web_set_boot_option({{"option", a[0]}}), Json(); };
-    fns["set_effective"] = [&w](const Json& a) { return w.web_set_effective({{"mode", a[0]}}), Json(); };
+    fns["get_boot_mode"] = [&w](const Json&) { return web_get_boot_mode(w); };
+    fns["get_boot_option"] = [&w](const Json&) { return web_get_boot_option(w); };
+    fns["set_boot_mode"] = [&w](const Json& a) { return web_set_boot_mode(w, {{"mode", a[0]}}), Json(); };
+    fns["set_boot_option"] = [&w](const Json& a) { return web_set_boot_option(w, {{"option", a[0]}}), Json(); };
+    fns["set_effective"] = [&w](const Json& a) { return web_set_effective(w, {{"mode", a[0]}}), Json(); };
   }
   Json call(const std::string& name, const Json& args) override {
     calls.push_back(name + args.dump());
@@ -319,7 +320,7 @@ class MsconfigTests : public BootTests {
 
 TEST_F(MsconfigTests, OnlyTheStagesThatDifferAreWrittenAndTheFoundValuesReturned) {
   machine = {"5", "1", "1"};  // DVD-ROM, permanent, UEFI
-  Json found = w.modify_msconfig("0", "1", "4");
+  Json found = modify_msconfig(w, "0", "1", "4");
   EXPECT_EQ(found, Json::array({"1", "1", "3"})) << "what stood there before, not the read-backs";
   EXPECT_EQ(machine.mode, "0");
   EXPECT_EQ(machine.effective, "1");
@@ -336,7 +337,7 @@ TEST_F(MsconfigTests, OnlyTheStagesThatDifferAreWrittenAndTheFoundValuesReturned
   // Already in place: nothing written, the same values back.
   saves = 0;
   sibling->calls.clear();
-  EXPECT_EQ(w.modify_msconfig("0", "1", "4"), Json::array({"0", "1", "4"}));
+  EXPECT_EQ(modify_msconfig(w, "0", "1", "4"), Json::array({"0", "1", "4"}));
   EXPECT_EQ(saves, 0);
   EXPECT_EQ(sibling->calls, (Events{"get_boot_mode[]", "get_boot_option[]"}));
 }
@@ -345,7 +346,7 @@ TEST_F(MsconfigTests, AFailedReadBackRaisesItsStagesMessageWithNoRollBack) {
   machine = {"2", "0", "1"};
   // An integer effectiveness never equals the page's text: written, read back, refused.
   try {
-    w.modify_msconfig("0", 1, "3");
+    modify_msconfig(w, "0", 1, "3");
     FAIL() << "no failure";
   } catch (const marlet::WebDisplayException& e) {
     EXPECT_STREQ(e.what(), "Set Effective To once Failed ");
@@ -359,14 +360,14 @@ TEST_F(MsconfigTests, AFailedReadBackRaisesItsStagesMessageWithNoRollBack) {
   // A writer that does nothing: the first stage's message, whatever was wanted.
   sibling->fns["set_boot_mode"] = [](const Json&) { return Json(); };
   try {
-    w.modify_msconfig("1", "0", "3");
+    modify_msconfig(w, "1", "0", "3");
     FAIL() << "no failure";
   } catch (const marlet::WebDisplayException& e) {
     EXPECT_STREQ(e.what(), "Set Boot Mode To uefi Failed ");
   }
   sibling->fns["set_boot_option"] = [](const Json&) { return Json(); };
   try {
-    w.modify_msconfig("0", "0", "3");
+    modify_msconfig(w, "0", "0", "3");
     FAIL() << "no failure";
   } catch (const marlet::WebDisplayException& e) {
     EXPECT_STREQ(e.what(), "Set Blade Boot Option To CD_ROM_BOOT Failed ");
@@ -379,7 +380,7 @@ TEST_F(MsconfigTests, ReplacedFunctionsAreObeyedAndTheirCodingIsCompared) {
   sibling->fns["get_boot_mode"] = [&mode](const Json&) { return Json(mode); };
   sibling->fns["set_boot_mode"] = [&mode](const Json& a) { return mode = a[0].get<int>(), Json(); };
   sibling->fns["get_boot_option"] = [](const Json&) { return Json("2"); };
-  EXPECT_EQ(w.modify_msconfig(1, "1", "2"), Json::array({0, "1", "2"}));
+  EXPECT_EQ(modify_msconfig(w, 1, "1", "2"), Json::array({0, "1", "2"}));
   EXPECT_EQ(mode, 1);
   EXPECT_EQ(saves, 0) << "the page was only read, for the effectiveness";
   EXPECT_EQ(machine.mode, "1");
@@ -387,7 +388,7 @@ TEST_F(MsconfigTests, ReplacedFunctionsAreObeyedAndTheirCodingIsCompared) {
   // Without injected functions the call fails as a missing attribute, before any stage.
   w.set_sibling_functions(nullptr);
   reset();
-  EXPECT_THROW(w.modify_msconfig("1", "1", "2"), marlet::AttributeError);
+  EXPECT_THROW(modify_msconfig(w, "1", "1", "2"), marlet::AttributeError);
   EXPECT_EQ(log->texts(), Events{"设置Boot Mode"});
 }
 

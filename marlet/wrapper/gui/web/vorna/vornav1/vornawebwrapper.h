@@ -63,6 +63,8 @@ class VornaWebWrapper : public marlet::WebBase {
   // the binding: no operation reads them.)
 
   void set_sibling_functions(std::shared_ptr<SiblingFunctions> f) { sibling_ = std::move(f); }
+  // The injected functions; null when none were injected.
+  SiblingFunctions* sibling() const { return sibling_.get(); }
 
   // ---- logins (login.cpp) ----
   // params: "bmc" (required: {local_ip, username, password, extra_port}), "username",
@@ -106,23 +108,7 @@ class VornaWebWrapper : public marlet::WebBase {
 
   // ---- management address: free functions on the wrapper, declared in network/network.h ----
 
-  // ---- boot configuration (boot/) ----
-  // Boot option codes are the texts "0".."5" (boot/boot_codes.h); effectiveness and boot
-  // mode codes the texts "0" and "1". The setters report nothing; read back for proof.
-  void web_set_boot_option(const Json& params);  // params: {"option": code}
-  Json web_get_boot_option();                    // code, or null for a page value outside the table
-  Json web_get_effective();                      // "0", "1", or false when no button is selected
-  void web_set_effective(const Json& params);    // params: {"mode": "0" | "1"}
-  Json web_get_boot_mode();                      // "0" legacy, "1" UEFI, or false
-  void web_set_boot_mode(const Json& params);    // params: {"mode": "0" | "1"}
-  // A true `mode` selects legacy, a false one UEFI; works in the current window.
-  void change_startup_mode(const Json& mode);
-  // Brings boot mode, effectiveness and boot option to the wanted values, each read
-  // back, through the injected get_/set_ functions; returns the three values found.
-  Json modify_msconfig(const Json& boot_mode, const Json& effective, const Json& option_mode);
-  // browser.switch_to_window(browser.window_handles[0]).
-  void switch_to_first_window();
-  // (end of boot configuration)
+  // ---- boot configuration: free functions on the wrapper, declared in boot/boot.h ----
 
   // ---- firmware and diagnostics (firmware/) ----
   // Uploads the file through the upgrade page, waits (up to 1200 s) for the progress

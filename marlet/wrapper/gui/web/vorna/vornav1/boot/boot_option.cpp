@@ -1,5 +1,6 @@
 // The boot device and whether that choice holds for one start or for good, on the boot
 // settings page. Nothing here catches a failure: the content frame stays entered then.
+#include "marlet/wrapper/gui/web/vorna/vornav1/boot/boot.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/boot/boot_codes.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 #include "webdriver/errors.h"
@@ -7,18 +8,18 @@
 namespace vorna {
 namespace py = marlet::py;
 
-void VornaWebWrapper::web_set_boot_option(const Json& params) {
+void web_set_boot_option(VornaWebWrapper& w, const Json& params) {
   require_params_map(params, "web_set_boot_option");
   Json option = py::get(params, "option");
-  logger().info(py::format("[setBootOption] option:%s", option));
-  open_page(pages::kBootSettings);
-  Json shown = boot::code_of_page_value(getAttributeById(boot::kOptionList, "value"));
+  w.logger().info(py::format("[setBootOption] option:%s", option));
+  w.open_page(pages::kBootSettings);
+  Json shown = boot::code_of_page_value(w.getAttributeById(boot::kOptionList, "value"));
   if (boot::py_equal(shown, option)) {
-    leave_content_frame();  // already set: no click, no save, no dialog
+    w.leave_content_frame();  // already set: no click, no save, no dialog
     return;
   }
   Json entry = boot::entry_of_code(option);
-  Element list = locateElementById(boot::kOptionList, {.click = false});
+  Element list = w.locateElementById(boot::kOptionList, {.click = false});
   // An option outside the table has no list entry: the browser refuses a lookup without
   // a locator, before anything on the page is chosen or saved.
   if (entry.is_null())
@@ -26,44 +27,44 @@ void VornaWebWrapper::web_set_boot_option(const Json& params) {
         py::format("no list entry of %s for the boot option %s", boot::kOptionList, py::repr(option)),
         "invalid argument");
   list.find_element_by_xpath(entry.get<std::string>()).click();
-  locateElementById(boot::kSave);
-  confirm_dialog();
+  w.locateElementById(boot::kSave);
+  w.confirm_dialog();
 }
 
-Json VornaWebWrapper::web_get_boot_option() {
-  logger().info("[getBootOption] ...");
-  open_page(pages::kBootSettings);
-  Json code = boot::code_of_page_value(getAttributeById(boot::kOptionList, "value"));
-  leave_content_frame();
+Json web_get_boot_option(VornaWebWrapper& w) {
+  w.logger().info("[getBootOption] ...");
+  w.open_page(pages::kBootSettings);
+  Json code = boot::code_of_page_value(w.getAttributeById(boot::kOptionList, "value"));
+  w.leave_content_frame();
   return code;
 }
 
-Json VornaWebWrapper::web_get_effective() {
-  open_page(pages::kBootSettings);
-  auto once_value = getAttributeById(boot::kOnce, "value");
-  auto once_checked = getAttributeById(boot::kOnce, "checked");
-  auto permanent_value = getAttributeById(boot::kPermanent, "value");
-  auto permanent_checked = getAttributeById(boot::kPermanent, "checked");
-  leave_content_frame();
+Json web_get_effective(VornaWebWrapper& w) {
+  w.open_page(pages::kBootSettings);
+  auto once_value = w.getAttributeById(boot::kOnce, "value");
+  auto once_checked = w.getAttributeById(boot::kOnce, "checked");
+  auto permanent_value = w.getAttributeById(boot::kPermanent, "value");
+  auto permanent_checked = w.getAttributeById(boot::kPermanent, "checked");
+  w.leave_content_frame();
   auto selected = boot::selected_value(once_value, once_checked, "0", permanent_value, permanent_checked, "1");
   if (selected) return *selected;
-  logger().error("get Boot Mode error");
+  w.logger().error("get Boot Mode error");
   return false;
 }
 
-void VornaWebWrapper::web_set_effective(const Json& params) {
+void web_set_effective(VornaWebWrapper& w, const Json& params) {
   require_params_map(params, "web_set_effective");
   Json mode = py::get(params, "mode");
-  open_page(pages::kBootSettings);
+  w.open_page(pages::kBootSettings);
   // Only the texts "0" and "1" select a button; an integer is no code.
   if (mode == "0" || mode == "1") {
-    locateElementById(mode == "0" ? boot::kOnce : boot::kPermanent);
-    locateElementByXpath(boot::kSaveSpan);
-    confirm_dialog();
+    w.locateElementById(mode == "0" ? boot::kOnce : boot::kPermanent);
+    w.locateElementByXpath(boot::kSaveSpan);
+    w.confirm_dialog();
     return;
   }
-  leave_content_frame();
-  logger().error(py::format("no this mode %s", mode));
+  w.leave_content_frame();
+  w.logger().error(py::format("no this mode %s", mode));
 }
 
 }  // namespace vorna
