@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/firmware/firmware.h"
 #include "tests/wrapper/wrapper_fixture.h"
 #include "webdriver/errors.h"
 
@@ -69,13 +70,13 @@ TEST_F(FirmwareTests, BothSuccessTestsOnTheSameResultTexts) {
   for (const auto& [text, first, second] : cases) {
     result(text);
     log->lines.clear();
-    EXPECT_EQ(w.set_firmware_upgrade(image), first) << text;
+    EXPECT_EQ(set_firmware_upgrade(w, image), first) << text;
     EXPECT_EQ(log->texts().back(), first ? std::string("[setFirmwareUpgrade] upgrade success")
                                          : std::string("[setFirmwareUpgrade] upgrade fail: ") + text);
     EXPECT_EQ(log->lines.back().level, first ? marlet::LogLevel::Info : marlet::LogLevel::Warn);
     w.leave_content_frame();
     log->lines.clear();
-    EXPECT_EQ(w.update_fw(image), Json(second)) << text;
+    EXPECT_EQ(update_fw(w, image), Json(second)) << text;
     EXPECT_EQ(log->texts(), std::vector<std::string>{second ? std::string(text) : std::string("upgrade failed: ") + text});
     EXPECT_EQ(log->lines.back().level, second ? marlet::LogLevel::Info : marlet::LogLevel::Error);
     w.leave_content_frame();
@@ -87,7 +88,7 @@ TEST_F(FirmwareTests, SetFirmwareUpgradeWaitsForTheRingInTheTopDocumentAndLeaves
   std::string image = s.file("fw.bin");
   clock.clear();
   fb->events.clear();
-  EXPECT_TRUE(w.set_firmware_upgrade(image));
+  EXPECT_TRUE(set_firmware_upgrade(w, image));
   EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:menu_SYSTEM_MANAGE", "click id:menu_FIRM_UPGRADE",
                                                   "frame id:rightMid", "keys id:file_upload " + image,
                                                   "click xpath://button[@type='button']", "default content",
@@ -138,13 +139,13 @@ TEST_F(FirmwareRingTests, TheRingIsPolledEverySixtySecondsUpToTwentyMinutes) {
   Scratch s;
   std::string image = s.file("fw.bin");
   ring(3);  // the settle and two polls
-  EXPECT_TRUE(w.set_firmware_upgrade(image));
+  EXPECT_TRUE(set_firmware_upgrade(w, image));
   EXPECT_EQ(clock.inner.sleeps(), (std::vector<double>{10, 60, 60}));
 
   clock.inner.clear();
   fb->events.clear();
   ring(1000);  // never goes
-  EXPECT_THROW(w.set_firmware_upgrade(image), webdriver::TimeoutException);
+  EXPECT_THROW(set_firmware_upgrade(w, image), webdriver::TimeoutException);
   auto sleeps = clock.inner.sleeps();
   ASSERT_FALSE(sleeps.empty());
   EXPECT_EQ(sleeps.front(), 10);
@@ -157,7 +158,7 @@ TEST_F(FirmwareTests, UpdateFwTestsThePathAfterTheMenuAndStaysInTheFrame) {
   Scratch s;
   std::string missing = (s.dir / "no-such.bin").string();
   fb->events.clear();
-  EXPECT_EQ(w.update_fw(missing), Json(nullptr));
+  EXPECT_EQ(update_fw(w, missing), Json(nullptr));
   EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:menu_SYSTEM_MANAGE", "click id:menu_FIRM_UPGRADE"}));
   EXPECT_EQ(log->texts(), std::vector<std::string>{"param must absolute path"});
   EXPECT_TRUE(clock.sleeps().empty());
@@ -168,7 +169,7 @@ TEST_F(FirmwareTests, UpdateFwTestsThePathAfterTheMenuAndStaysInTheFrame) {
   fs::current_path(s.dir);
   fb->events.clear();
   clock.clear();
-  Json done = w.update_fw("fw.bin");
+  Json done = update_fw(w, "fw.bin");
   fs::current_path(cwd);
   EXPECT_EQ(done, Json(true));
   EXPECT_EQ(fb->events,
@@ -193,12 +194,12 @@ TEST_F(FirmwareTests, APathThatExistsButCannotBeUploadedFailsAtTheUploadNamingIt
     EXPECT_EQ(fb->events.back(), std::string("frame id:rightMid")) << "the page was opened, the upload failed";
     EXPECT_EQ(fb->find(input)->value, "");
   };
-  fails_at_upload([&] { w.set_firmware_upgrade(folder); }, "id:file_upload");
-  fails_at_upload([&] { w.update_fw(folder); }, R"(xpath://*[@id="file_upload"])");
+  fails_at_upload([&] { set_firmware_upgrade(w, folder); }, "id:file_upload");
+  fails_at_upload([&] { update_fw(w, folder); }, R"(xpath://*[@id="file_upload"])");
   EXPECT_EQ(log->texts().front(), "[setFirmwareUpgrade] filepath:" + folder);
   // No test of its own in set_firmware_upgrade: an empty path goes to the file input.
   fb->events.clear();
-  w.set_firmware_upgrade("");
+  set_firmware_upgrade(w, "");
   EXPECT_EQ(fb->events[3], "keys id:file_upload ");
 }
 
@@ -206,7 +207,7 @@ TEST_F(FirmwareTests, AMissingStartButtonPropagatesInsideTheFrame) {
   Scratch s;
   fb->remove("xpath://button[@type='button']");
   fb->events.clear();
-  EXPECT_THROW(w.set_firmware_upgrade(s.file("fw.bin")), marlet::MarletException);
+  EXPECT_THROW(set_firmware_upgrade(w, s.file("fw.bin")), marlet::MarletException);
   EXPECT_EQ(fb->events.back(), "keys id:file_upload " + (s.dir / "fw.bin").string());
 }
 
@@ -223,7 +224,7 @@ TEST_F(DiagnosticsTests, CollectionRemovesAnOldFileOnlyAndReturnsItsPath) {
   Scratch s;
   w.download_dir = s.dir.string();
   std::string path = s.file("dump_info.tar.gz", "old");
-  EXPECT_EQ(w.set_info_collection(600), path);
+  EXPECT_EQ(set_info_collection(w, 600), path);
   EXPECT_FALSE(fs::exists(path)) << "the old file is removed before the clicks";
   EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:menu_INFO", "frame id:rightMid",
                                                   "click id:lnkOneBtnCollect", "default content"}));
@@ -233,7 +234,7 @@ TEST_F(DiagnosticsTests, CollectionRemovesAnOldFileOnlyAndReturnsItsPath) {
   // A folder of that name stays; the path is returned all the same.
   fs::create_directories(path);
   fs::create_directories(fs::path(path) / "inside");
-  EXPECT_EQ(w.set_info_collection(5), path);
+  EXPECT_EQ(set_info_collection(w, 5), path);
   EXPECT_TRUE(fs::is_directory(fs::path(path) / "inside"));
 }
 
@@ -242,31 +243,31 @@ TEST_F(DiagnosticsTests, TheProgressBoxIsPolledEveryThirtySecondsUpToTheTimeout)
   w.download_dir = s.dir.string();
   std::string path = s.file("dump_info.tar.gz", "old");
   fb->add("id:diaginfoProgress").displayed = true;
-  EXPECT_THROW(w.set_info_collection(90), webdriver::TimeoutException);
+  EXPECT_THROW(set_info_collection(w, 90), webdriver::TimeoutException);
   EXPECT_FALSE(fs::exists(path)) << "the old file is already gone when the wait fails";
   auto sleeps = clock.sleeps();
   EXPECT_EQ(sleeps, (std::vector<double>{10, 30, 30, 30, 30}));
   // A negative time-out is a wait all the same: one look, and the time-out after a poll.
   clock.clear();
-  EXPECT_THROW(w.set_info_collection(-1), webdriver::TimeoutException);
+  EXPECT_THROW(set_info_collection(w, -1), webdriver::TimeoutException);
   EXPECT_EQ(clock.sleeps(), (std::vector<double>{10, 30}));
   // A wait that could never end is refused before anything happens.
   fb->events.clear();
-  EXPECT_THROW(w.set_info_collection(std::nan("")), marlet::ValueError);
-  EXPECT_THROW(w.set_info_collection(1e300), marlet::ValueError);
+  EXPECT_THROW(set_info_collection(w, std::nan("")), marlet::ValueError);
+  EXPECT_THROW(set_info_collection(w, 1e300), marlet::ValueError);
   EXPECT_TRUE(fb->events.empty());
 }
 
 TEST_F(DiagnosticsTests, ExportClicksTheDownloadBetweenTwoPageSettles) {
   w.timeout = 7;
-  EXPECT_EQ(w.web_export_bmc_log(), "operate_log");
+  EXPECT_EQ(web_export_bmc_log(w), "operate_log");
   EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:menu_SYSTEM_MANAGE", "frame id:rightMid",
                                                   "click id:download_ope", "default content"}));
   EXPECT_EQ(clock.sleeps(), (std::vector<double>{7, 7}));
   EXPECT_EQ(log->texts(), std::vector<std::string>{"[exportBmcLog] export bmc log."});
   fb->remove("id:download_ope");
   fb->events.clear();
-  EXPECT_THROW(w.web_export_bmc_log(), marlet::MarletException);
+  EXPECT_THROW(web_export_bmc_log(w), marlet::MarletException);
   EXPECT_EQ(fb->events.back(), "frame id:rightMid") << "the failure leaves the frame entered";
 }
 
@@ -282,7 +283,7 @@ TEST(RemoteDownloadTests, DownloadsRefuseBeforeTouchingTheConsole) {
   w.download_dir = s.dir.string();
   std::string old = s.file("dump_info.tar.gz", "old");
   try {
-    w.set_info_collection(600);
+    set_info_collection(w, 600);
     ADD_FAILURE() << "a collection on a remote browser must fail";
   } catch (const webdriver::RemoteFileException& e) {
     EXPECT_EQ(std::string(e.what()),
@@ -291,7 +292,7 @@ TEST(RemoteDownloadTests, DownloadsRefuseBeforeTouchingTheConsole) {
   }
   EXPECT_TRUE(fs::exists(old)) << "nothing is removed for a download that cannot happen";
   try {
-    w.web_export_bmc_log();
+    web_export_bmc_log(w);
     ADD_FAILURE() << "an export on a remote browser must fail";
   } catch (const webdriver::RemoteFileException& e) {
     EXPECT_NE(std::string(e.what()).find("operate_log.csv"), std::string::npos) << e.what();
@@ -300,7 +301,7 @@ TEST(RemoteDownloadTests, DownloadsRefuseBeforeTouchingTheConsole) {
   EXPECT_TRUE(clock.sleeps().empty());
   EXPECT_TRUE(log->texts().empty());
   // The failure is a MarletException like every browser-level one.
-  EXPECT_THROW(w.web_export_bmc_log(), marlet::MarletException);
+  EXPECT_THROW(web_export_bmc_log(w), marlet::MarletException);
 }
 
 }  // namespace

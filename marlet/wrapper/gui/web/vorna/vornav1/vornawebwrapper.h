@@ -110,21 +110,7 @@ class VornaWebWrapper : public marlet::WebBase {
 
   // ---- boot configuration: free functions on the wrapper, declared in boot/boot.h ----
 
-  // ---- firmware and diagnostics (firmware/) ----
-  // Uploads the file through the upgrade page, waits (up to 1200 s) for the progress
-  // element to go, and reports whether the result text names a success.
-  bool set_firmware_upgrade(const std::string& filepath);
-  // The same with the page's other locators and a fixed wait of 300 s: true only for the
-  // exact text "The upgrade is complete.", null when no file or folder is at `fw_path`.
-  // Returns inside the content frame.
-  Json update_fw(const std::string& fw_path);
-  // Starts the one-button collection and waits up to `timeout` seconds for it; returns
-  // the path of "dump_info.tar.gz" under download_dir (an older file there is deleted).
-  std::string set_info_collection(double timeout);
-  // Clicks the operation log's download; returns "operate_log".
-  std::string web_export_bmc_log();
-
-  // (end of firmware and diagnostics)
+  // ---- firmware and diagnostics: free functions on the wrapper, declared in firmware/firmware.h ----
 
   // ---- inventory readers (inventory/) ----
   // The system information page, tab by tab. Each reader returns records of the cells'

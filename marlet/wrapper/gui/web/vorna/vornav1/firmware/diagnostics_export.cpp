@@ -5,6 +5,7 @@
 #include <cmath>
 #include <filesystem>
 
+#include "marlet/wrapper/gui/web/vorna/vornav1/firmware/firmware.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 #include "webdriver/errors.h"
 #include "webdriver/support/wait.h"
@@ -28,38 +29,38 @@ void refuse_remote_download(const marlet::BrowserConfig& config, const std::stri
 }
 }  // namespace
 
-std::string VornaWebWrapper::set_info_collection(double timeout) {
+std::string set_info_collection(VornaWebWrapper& w, double timeout) {
   // A wait no clock can hold (NaN, an infinity, beyond some 292 years either way) could
   // never end; it is refused before anything happens. A negative time-out is a wait like
   // any other: one look, and the time-out after one poll.
   if (!std::isfinite(timeout) || std::fabs(timeout) > webdriver::kLongestWaitSeconds)
     throw marlet::ValueError(py::format("timeout must be a finite number of seconds up to %s, not %s",
                                         webdriver::kLongestWaitSeconds, timeout));
-  refuse_remote_download(config(), "set_info_collection", kCollectionFile);
-  logger().info("[setInfoCollection]");
+  refuse_remote_download(w.config(), "set_info_collection", kCollectionFile);
+  w.logger().info("[setInfoCollection]");
   // os.path.join: an empty folder leaves the bare name.
-  std::string path = download_dir.empty() ? kCollectionFile : (fs::path(download_dir) / kCollectionFile).string();
+  std::string path = w.download_dir.empty() ? kCollectionFile : (fs::path(w.download_dir) / kCollectionFile).string();
   // Only a regular file is removed (a folder of that name stays); a failure to remove
   // it propagates before any click.
   if (fs::is_regular_file(path)) fs::remove(path);
-  open_page(pages::kOverview);
-  locateElementById("lnkOneBtnCollect");
-  settle(10);
-  leave_content_frame();
+  w.open_page(pages::kOverview);
+  w.locateElementById("lnkOneBtnCollect");
+  w.settle(10);
+  w.leave_content_frame();
   // The progress element lives in the top document; 30-second grain.
-  waitElement("id", "diaginfoProgress", timeout, 30, /*visibility=*/false);
+  w.waitElement("id", "diaginfoProgress", timeout, 30, /*visibility=*/false);
   return path;
 }
 
-std::string VornaWebWrapper::web_export_bmc_log() {
-  refuse_remote_download(config(), "web_export_bmc_log", "the operation log (operate_log.csv)");
-  logger().info("[exportBmcLog] export bmc log.");
-  follow_menu(pages::kSystemManage);
-  page_settle();
-  enter_content_frame();
-  locateElementById("download_ope");
-  page_settle();
-  leave_content_frame();
+std::string web_export_bmc_log(VornaWebWrapper& w) {
+  refuse_remote_download(w.config(), "web_export_bmc_log", "the operation log (operate_log.csv)");
+  w.logger().info("[exportBmcLog] export bmc log.");
+  w.follow_menu(pages::kSystemManage);
+  w.page_settle();
+  w.enter_content_frame();
+  w.locateElementById("download_ope");
+  w.page_settle();
+  w.leave_content_frame();
   return "operate_log";
 }
 

@@ -3,6 +3,7 @@
 // progress there, and writes the outcome into the page.
 #include <regex>
 
+#include "marlet/wrapper/gui/web/vorna/vornav1/firmware/firmware.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/firmware/firmware_file.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 #include "webdriver/support/expected_conditions.h"
@@ -18,48 +19,48 @@ constexpr const char* kProgress = "processcir";
 constexpr const char* kComplete = "The upgrade is complete.";
 }  // namespace
 
-bool VornaWebWrapper::set_firmware_upgrade(const std::string& filepath) {
-  logger().info(py::format("[setFirmwareUpgrade] filepath:%s", filepath));
-  open_page(pages::kFirmware);
-  fillElementById("file_upload", firmware::upload_path(filepath), false);
-  locateElementByXpath("//button[@type='button']");
-  confirm_dialog();
-  settle(10);
+bool set_firmware_upgrade(VornaWebWrapper& w, const std::string& filepath) {
+  w.logger().info(py::format("[setFirmwareUpgrade] filepath:%s", filepath));
+  w.open_page(pages::kFirmware);
+  w.fillElementById("file_upload", firmware::upload_path(filepath), false);
+  w.locateElementByXpath("//button[@type='button']");
+  w.confirm_dialog();
+  w.settle(10);
   // The progress element lives in the top document, where confirm_dialog left us.
-  marlet::ActivityScope shown(activity, "wait", 1200, clock(), current_operation, "id=processcir to go");
-  webdriver::WebDriverWait(browser, 1200, 60).until_not(ec::visibility_of_element_located(webdriver::By::id(kProgress)));
-  enter_content_frame();
-  std::string result = getTextById(kUpgradeResult);
-  leave_content_frame();
+  marlet::ActivityScope shown(w.activity, "wait", 1200, w.clock(), w.current_operation, "id=processcir to go");
+  webdriver::WebDriverWait(w.browser, 1200, 60).until_not(ec::visibility_of_element_located(webdriver::By::id(kProgress)));
+  w.enter_content_frame();
+  std::string result = w.getTextById(kUpgradeResult);
+  w.leave_content_frame();
   if (std::regex_search(result, std::regex("The upgrade is complete|File upload successfully"))) {
-    logger().info("[setFirmwareUpgrade] upgrade success");
+    w.logger().info("[setFirmwareUpgrade] upgrade success");
     return true;
   }
-  logger().warn("[setFirmwareUpgrade] upgrade fail: " + result);
+  w.logger().warn("[setFirmwareUpgrade] upgrade fail: " + result);
   return false;
 }
 
-Json VornaWebWrapper::update_fw(const std::string& fw_path) {
-  locateElementById("menu_SYSTEM_MANAGE");
-  locateElementById("menu_FIRM_UPGRADE");
+Json update_fw(VornaWebWrapper& w, const std::string& fw_path) {
+  w.locateElementById("menu_SYSTEM_MANAGE");
+  w.locateElementById("menu_FIRM_UPGRADE");
   if (!firmware::path_exists(fw_path)) {
-    logger().info("param must absolute path");
+    w.logger().info("param must absolute path");
     return nullptr;
   }
-  enter_content_frame();
-  fillElementByXpath(R"(//*[@id="file_upload"])", firmware::upload_path(fw_path), false);
-  locateElementByXpath(R"(//*[@id="systemUpgradeBtn"]/span/button/div/span)");
-  leave_content_frame();
-  locateElementByXpath(R"(//*[@id="btnDialogOK"])");
-  settle(300);
-  enter_content_frame();
-  std::string result = getTextById(kUpgradeResult);
+  w.enter_content_frame();
+  w.fillElementByXpath(R"(//*[@id="file_upload"])", firmware::upload_path(fw_path), false);
+  w.locateElementByXpath(R"(//*[@id="systemUpgradeBtn"]/span/button/div/span)");
+  w.leave_content_frame();
+  w.locateElementByXpath(R"(//*[@id="btnDialogOK"])");
+  w.settle(300);
+  w.enter_content_frame();
+  std::string result = w.getTextById(kUpgradeResult);
   // No second look, and the content frame stays entered for the caller.
   if (result == kComplete) {
-    logger().info(result);
+    w.logger().info(result);
     return true;
   }
-  logger().error(py::format("upgrade failed: %s", result));
+  w.logger().error(py::format("upgrade failed: %s", result));
   return false;
 }
 
