@@ -31,7 +31,7 @@ bool web_set_power_cap(VornaWebWrapper& w, const Json& params) {
   // Refused before the page is touched: a cap is a number or its text.
   if (!value.is_null() && !value.is_number() && !value.is_string())
     throw marlet::TypeError(
-        py::format("web_set_power_cap(w) value must be a number or a text, not %s", py::repr(value)));
+        py::format("web_set_power_cap() value must be a number or a text, not %s", py::repr(value)));
   if (value.is_string()) typed_text(value.get<std::string>(), "value");
   w.open_page(pages::kPowerCapping, 10);
   w.locateElementById("unitsWatts");
