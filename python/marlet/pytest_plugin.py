@@ -327,6 +327,8 @@ def pytest_runtest_makereport(item, call):
     lines = ["picture: %s" % (picture or "none taken (folder %s)" % pictures),
              "trace: %s" % (trace or trace_text)]
     report.sections.append(("vorna", "\n".join(lines)))
+    # The item's properties go into the later phases' reports (junitxml writes the teardown's).
     for key, value in (("vorna_picture", picture), ("vorna_trace", trace)):
-        if value and (key, value) not in report.user_properties:
-            report.user_properties.append((key, value))
+        for properties in (report.user_properties, item.user_properties):
+            if value and (key, value) not in properties:
+                properties.append((key, value))

@@ -5,8 +5,6 @@ from its own thread and speak of its own controller."""
 import copy
 import json
 import os
-import subprocess
-import sys
 import threading
 import time
 
