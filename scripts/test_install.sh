@@ -61,10 +61,13 @@ PYEOF
 (cd "$PREFIX/harness" && env -i PATH=/usr/bin:/bin HOME="$PREFIX" PYTHONPATH="$site" \
   /usr/bin/python3 -m pytest -p no:cacheprovider --basetemp="$PREFIX/harness/tmp" \
   --vorna-time-scale 0.05 --vorna-settle fixed --vorna-trace retain-on-failure \
-  --vorna-browser '{"headless": true}' test_console.py) >"$PREFIX/harness.log" 2>&1 || true
-/usr/bin/python3 - "$PREFIX/harness.log" <<'PYEOF' || { cat "$PREFIX/harness.log"; exit 1; }
+  --vorna-browser '{"headless": true}' --junitxml="$PREFIX/harness/report.xml" test_console.py) \
+  >"$PREFIX/harness.log" 2>&1 || true
+/usr/bin/python3 - "$PREFIX/harness.log" "$PREFIX/harness/report.xml" <<'PYEOF' || { cat "$PREFIX/harness.log"; exit 1; }
 import os, re, sys
+import xml.etree.ElementTree as ET
 out = open(sys.argv[1], encoding="utf-8").read()
+props = {p.get("name"): p.get("value") for p in ET.parse(sys.argv[2]).iter("property")}
 assert re.search(r"\b1 failed, 1 passed\b", out), "expected one test passed and one failed"
 assert "test_fails_on_purpose" in out and "test_a_value_and_a_fault" not in out.split("FAILURES", 1)[1]
 section = out.split("- vorna -", 1)[1]
@@ -72,7 +75,11 @@ picture = re.search(r"^picture: (\S+)$", section, re.M).group(1)
 assert picture.endswith("web_get_power_status_failed.png") and os.path.isfile(picture), picture
 trace = re.search(r"^trace: (.*)$", section, re.M).group(1)
 assert trace == "none" or os.path.exists(trace), trace
+assert props.get("vorna_picture") == picture, props
 PYEOF
+bad=$(cd "$PREFIX/harness" && env -i PATH=/usr/bin:/bin HOME="$PREFIX" PYTHONPATH="$site" \
+  /usr/bin/python3 -m pytest -p no:cacheprovider --vorna-browser '[1]' test_console.py 2>&1) && rc=0 || rc=$?
+[ "$rc" = 4 ] && grep -q "vorna-browser" <<<"$bad" || { echo "a bad --vorna-browser was not refused: $bad"; exit 1; }
 echo "the installed pytest plugin ran a harness's tests; the failed one's report names its picture"
 
 # The C++ example against the installed package.

@@ -316,6 +316,8 @@ def pytest_runtest_makereport(item, call):
     outcome = yield
     report = outcome.get_result()
     held = getattr(item, "_vorna_wrapper", None)
+    if call.when == "teardown":
+        item.__dict__.pop("_vorna_wrapper", None)  # the last report: let the wrapper go
     if not report.failed or held is None:
         return
     w, pictures = held
