@@ -6,6 +6,9 @@
 #                                            beneath it vorna::web, vorna::platform,
 #                                            vorna::webdriver: the build tree's aliases)
 #   P/<VORNA_PYTHON_INSTALL_DIR>/marlet/     the Python package with the extension module(s)
+#   P/<VORNA_PYTHON_INSTALL_DIR>/marlet_vorna-<version>.dist-info/
+#                                            its metadata: the pytest plugin's entry point
+#   P/share/vorna/simulator/                 the console simulator (the plugin starts it)
 #   P/bin/vorna                              the command line
 # The build tree gets a launcher too: <build>/bin/vorna runs against <build>/python.
 include(GNUInstallDirs)
@@ -46,6 +49,11 @@ if(VORNA_BUILD_PYTHON)
 
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/python/marlet DESTINATION ${VORNA_PYTHON_INSTALL_DIR}
     FILES_MATCHING PATTERN "*.py" PATTERN "__pycache__" EXCLUDE)
+  # Its metadata (the pytest plugin's entry point, python/CMakeLists.txt), and the console
+  # simulator the plugin starts, found from the package upwards at P/share/vorna.
+  install(DIRECTORY ${VORNA_PY_DIST_INFO} DESTINATION ${VORNA_PYTHON_INSTALL_DIR})
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/simulator DESTINATION ${CMAKE_INSTALL_DATADIR}/vorna
+    PATTERN "__pycache__" EXCLUDE)
   # The module for each interpreter it was built for (python/CMakeLists.txt).
   get_property(vorna_py_targets DIRECTORY ${PROJECT_SOURCE_DIR}/python PROPERTY BUILDSYSTEM_TARGETS)
   list(FILTER vorna_py_targets INCLUDE REGEX "^vornawebwrapper")

@@ -1,11 +1,9 @@
-"""Fixtures: the console simulator on loopback over HTTPS, a controller record, and a
-fast process clock (every settle and wait of the console's pace, scaled down)."""
-import json
+"""Fixtures: the console simulator on loopback over HTTPS and the run's pace, from the vorna
+pytest plugin (marlet/pytest_plugin.py, loaded by its entry point from <build>/python), with
+the suites' own settings: every settle and wait of the console's pace scaled down
+(VORNA_E2E_TIME_SCALE), the settle policy (VORNA_E2E_SETTLE) and the simulator's latency
+(VORNA_E2E_LATENCY), unless the command line's --vorna-* options chose them."""
 import os
-import ssl
-import subprocess
-import sys
-import time
 
 import pytest
 
@@ -14,105 +12,36 @@ from tests.python.pace import TIME_SCALE, e2e_latency
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 
 
-class Controller(object):
-    def __init__(self, local_ip, username, password, extra_port):
-        self.local_ip = local_ip
-        self.username = username
-        self.password = password
-        self.extra_port = extra_port
-
-
-class Simulator(object):
-    def __init__(self, proc, url):
-        self.proc = proc
-        self.url = url
-        scheme, rest = url.split("://")
-        self.address, port = rest.rsplit(":", 1)
-        self.port = int(port)
-
-    def _request(self, method, path, body=None):
-        try:
-            from urllib.request import Request, urlopen
-        except ImportError:  # pragma: no cover
-            raise
-        data = None if body is None else json.dumps(body).encode("utf-8")
-        req = Request(self.url + path, data=data, method=method,
-                      headers={"Content-Type": "application/json"})
-        ctx = ssl.create_default_context()
-        ctx.check_hostname = False
-        ctx.verify_mode = ssl.CERT_NONE
-        with urlopen(req, context=ctx, timeout=10) as resp:
-            return json.loads(resp.read().decode("utf-8") or "null")
-
-    def state(self):
-        return self._request("GET", "/__sim/state")
-
-    def load(self, scenario):
-        return self._request("POST", "/__sim/scenario", scenario)
-
-    def fault(self, fault):
-        return self._request("POST", "/__sim/fault", fault)
-
-    def oplog(self):
-        return self._request("GET", "/__sim/oplog")
-
-    def controller(self, username="admin", password="Admin@9000"):
-        return Controller(self.address, username, password, {"https": self.port})
+def pytest_configure(config):
+    if not config.pluginmanager.hasplugin("vorna"):
+        raise pytest.UsageError("the end-to-end suites need the vorna pytest plugin: put <build>/python on "
+                                "PYTHONPATH (or give -p vorna when plugins do not load by themselves)")
+    if config.getoption("vorna_time_scale") is None:
+        config.option.vorna_time_scale = TIME_SCALE
+    if config.getoption("vorna_settle") is None:
+        config.option.vorna_settle = os.environ.get("VORNA_E2E_SETTLE") or "fixed"
 
 
 @pytest.fixture(scope="session")
-def simulator():
-    proc = subprocess.Popen(
-        ["/usr/bin/python3", "-m", "simulator.server", "--address", "127.0.0.1", "--port", "0", "--https"],
-        cwd=ROOT, stdout=subprocess.PIPE, universal_newlines=True)
-    url = None
-    deadline = time.time() + 30
-    while time.time() < deadline:
-        line = proc.stdout.readline()
-        if line.startswith("SIMULATOR READY"):
-            url = line.split()[-1]
-            break
-        if not line and proc.poll() is not None:
-            break
-    if url is None:
-        proc.kill()
-        pytest.fail("the console simulator did not start")
-    sim = Simulator(proc, url)
-    # VORNA_E2E_LATENCY=realistic runs every test against a console that answers late,
-    # scaled as the tests' clock is; it stays through scenario loads and fault clears.
+def vorna_simulator(vorna_simulator):
+    """The plugin's simulator for the session; VORNA_E2E_LATENCY=realistic runs every test
+    against a console that answers late, scaled as the tests' clock is; it stays through
+    scenario loads and fault clears."""
     latency = e2e_latency()
     if latency:
-        sim.fault({"latency": latency})
-    yield sim
-    proc.terminate()
-    try:
-        proc.wait(10)
-    except subprocess.TimeoutExpired:
-        proc.kill()
+        vorna_simulator.fault({"latency": latency})
+    return vorna_simulator
+
+
+@pytest.fixture(scope="session")
+def simulator(vorna_simulator):
+    return vorna_simulator
 
 
 @pytest.fixture
-def sim(simulator):
+def sim(vorna_console):
     """The simulator with the default scenario loaded afresh."""
-    simulator.load({"name": "default"})
-    return simulator
-
-
-@pytest.fixture(scope="session", autouse=True)
-def settle_policy():
-    """VORNA_E2E_SETTLE=adaptive runs every test with the process's settles adaptive."""
-    from marlet.utils.time import set_settle_policy
-    set_settle_policy(os.environ.get("VORNA_E2E_SETTLE") or "fixed")
-    yield
-    set_settle_policy("fixed")
-
-
-@pytest.fixture(autouse=True)
-def fast_clock():
-    from marlet.utils.time import set_time_scale
-    set_time_scale(TIME_SCALE)
-    yield
-    set_time_scale(1.0)
+    return vorna_console
 
 
 @pytest.fixture

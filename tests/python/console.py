@@ -35,7 +35,7 @@ def eventually(read, accept, timeout=20):
 def patch(sim, machine):
     """Changes the machine in place (maps merge, anything else replaces); the login
     survives, where a scenario load would end it."""
-    sim._request("POST", "/__sim/machine", machine)
+    sim.request("POST", "/__sim/machine", machine)
 
 
 # Console seconds from the click on the login button to the end of the login's wait for

@@ -23,7 +23,7 @@ def os_record():
 
 def set_storage(sim, storage):
     """Replaces the machine's storage in place; the login survives."""
-    sim._request("POST", "/__sim/machine", {"storage": copy.deepcopy(storage)})
+    sim.request("POST", "/__sim/machine", {"storage": copy.deepcopy(storage)})
 
 
 def storage_of(sim):

@@ -145,7 +145,7 @@ def test_password_change_ends_the_browser_and_the_next_login_needs_the_new_passw
     assert "[modPassword] user:operator old_password:Admin@9000 new_password:Oper@2027" in log_lines.texts()
     operator = lambda: [u for u in users(sim) if u["name"] == "operator"][0]["password"]  # noqa: E731
     assert eventually(operator, "Oper@2027") == "Oper@2027"
-    assert sim._request("POST", "/api/login", {"username": "operator", "password": "Oper@2026"})["ok"] is False
+    assert sim.request("POST", "/api/login", {"username": "operator", "password": "Oper@2026"})["ok"] is False
     assert wrapper.web_login({"bmc": sim.controller("operator", "Oper@2027")}) is True
     # A name that is no row: false, and the browser stays.
     assert wrapper.web_mod_password({"username": "oper", "old_pwd": "Oper@2027", "new_pwd": "x"}) is False

@@ -26,7 +26,7 @@ def saves(sim):
 
 def patch(sim, option="2", effective="1", mode="1"):
     """Puts the machine's boot settings in place; the login survives."""
-    sim._request("POST", "/__sim/machine", {"boot": {"option": option, "effective": effective, "mode": mode}})
+    sim.request("POST", "/__sim/machine", {"boot": {"option": option, "effective": effective, "mode": mode}})
 
 
 def settled(sim, before, wait=1.0):
@@ -195,7 +195,7 @@ class CountingWrapper(VornaWebWrapper):
 
 
 def test_a_subclass_brings_its_own_functions(sim, tmp_path):
-    sim._request("POST", "/__sim/machine", {"boot": {"option": "2", "effective": "1", "mode": "0"}})
+    sim.request("POST", "/__sim/machine", {"boot": {"option": "2", "effective": "1", "mode": "0"}})
     w = CountingWrapper({"browser": {"screenshot_dir": str(tmp_path)}})
     try:
         w.web_login({"bmc": sim.controller()})

@@ -51,7 +51,7 @@ def inv(console):
     w, sim = console
 
     def patch(inventory):
-        sim._request("POST", "/__sim/machine", {"inventory": inventory})
+        sim.request("POST", "/__sim/machine", {"inventory": inventory})
 
     yield w, sim, patch
     patch(default_inventory())

@@ -46,13 +46,13 @@ def test_wrong_credentials_raise_a_login_failure_and_close_the_browser(sim, wrap
     assert descendant_browsers() == []
 
 
-def test_the_password_tips_dialog_is_dismissed(sim, wrapper, log_lines):
-    sim.load({"name": "password_tips"})
-    assert wrapper.web_login({"bmc": sim.controller()})
+@pytest.mark.vorna_scenario("password_tips")
+def test_the_password_tips_dialog_is_dismissed(log_lines, vorna, vorna_console):
+    assert vorna.isLogin and vorna.current_user == vorna_console.username
     assert "No need to update password." not in log_lines.texts("warn")
-    assert wrapper.browser.find_element_by_id("menu_INFO").is_displayed()
+    assert vorna.browser.find_element_by_id("menu_INFO").is_displayed()
     # the dialog's "do not remind me again" was ticked before OK
-    assert sim.state()["machine"]["login"]["password_tips"] is False
+    assert vorna_console.state()["machine"]["login"]["password_tips"] is False
 
 
 def test_a_second_login_on_a_logged_in_browser_fails_at_the_user_field(sim, wrapper):

@@ -71,7 +71,7 @@ def test_keywords_in_the_system_events(console, log_lines):
 def test_a_scan_over_the_whole_table_ends(console, log_lines):
     w, sim, _ = console
     set_time_scale(EVENTS_PACE)
-    live = len(sim._request("GET", "/__sim/events"))
+    live = len(sim.request("GET", "/__sim/events"))
     # Full pages to the end, all newer than the limit: the last page repeats and ends it.
     patch(sim, {"logs": {"events": {"count": 100 - live % 20}}})
     assert w.check_keyword_in_system_log(["no such words"], 0) is False

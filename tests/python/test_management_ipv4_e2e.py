@@ -71,7 +71,7 @@ def test_read_refuse_bad_records_and_change_the_gateway(sim, wrapper, log_lines,
         assert eventually(lambda: ipv4(sim)["gateway"], "127.0.0.9") == "127.0.0.9"
         assert ipv4(sim)["address"] == sim.address
     finally:
-        sim._request("POST", "/__sim/machine", {"network": {"ipv4": {"gateway": "127.0.0.254"}}})
+        sim.request("POST", "/__sim/machine", {"network": {"ipv4": {"gateway": "127.0.0.254"}}})
 
 
 def test_a_new_address_moves_the_console_and_the_next_login_follows(wrapper, log_lines):

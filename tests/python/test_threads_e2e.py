@@ -5,14 +5,13 @@ from its own thread and speak of its own controller."""
 import copy
 import json
 import os
-import subprocess
-import sys
 import threading
 import time
 
 import pytest
 
 from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
+from marlet.pytest_plugin import start_simulator
 from marlet.utils.time import set_time_scale
 from tests.python.console import patch
 from tests.python.pace import TIME_SCALE
@@ -37,22 +36,6 @@ class ThreadLog(object):
     warn = error = info
 
 
-def start_simulator(address):
-    from tests.python.conftest import Simulator
-    proc = subprocess.Popen(
-        ["/usr/bin/python3", "-m", "simulator.server", "--address", address, "--port", "0", "--https"],
-        cwd=ROOT, stdout=subprocess.PIPE, universal_newlines=True)
-    deadline = time.time() + 30
-    while time.time() < deadline:
-        line = proc.stdout.readline()
-        if line.startswith("SIMULATOR READY"):
-            return Simulator(proc, line.split()[-1])
-        if not line and proc.poll() is not None:
-            break
-    proc.kill()
-    pytest.fail("the console simulator on %s did not start" % address)
-
-
 def machine_for(i, base_modules):
     """Controller i: its own serial number and GUID, and 4 + 2i memory modules of
     (i + 1) x 8 GiB each."""
@@ -72,11 +55,7 @@ def simulators():
         yield sims
     finally:
         for s in sims:
-            s.proc.terminate()
-            try:
-                s.proc.wait(10)
-            except subprocess.TimeoutExpired:
-                s.proc.kill()
+            s.stop()
 
 
 def test_wrappers_in_threads_read_their_own_controllers(simulators, tmp_path):
