@@ -175,32 +175,7 @@ class VornaWebWrapper : public marlet::WebBase {
 
   // (end of firmware and diagnostics)
 
-  // ---- inventory readers (inventory/) ----
-  // The system information page, tab by tab. Each reader returns records of the cells'
-  // texts as the console shows them, in page order.
-  Json web_get_main_board_info();
-  // Backplane name -> version; returns with the content frame entered.
-  Json get_back_info();
-  Json web_get_fan_web_info();
-  // With "ConsumedWatts" joined in from the power statistics page where it names a supply.
-  Json web_get_power_web_info();
-  // The four card tables of tabOther: one record per table body, from its first row.
-  Json web_get_pcie_web_info();
-  Json web_get_hard_back_board_info();
-  Json web_get_riser_info();
-  Json web_get_other_raid_info();
-  Json get_tpm_info();
-  // params["type"]: "single" or "all"; anything else gives null (frame left entered).
-  Json web_get_cpu_info_vorna(const Json& params);
-  Json web_get_cpu_info_vorna_single();
-  Json web_get_cpu_info_all();
-  Json web_get_memory_web_info();
-  Json get_nic_info();
-  Json web_get_netcard_web_info();
-  Json web_get_fccard_info();
-  Json web_get_other_devices_info();
-
-  // (end of inventory readers)
+  // ---- inventory readers: free functions on the wrapper, declared in inventory/inventory.h ----
 
   // ---- storage (storage/) ----
   // The panes of every "RAID" entry of the storage tree, keyed by the label rule: {} for
