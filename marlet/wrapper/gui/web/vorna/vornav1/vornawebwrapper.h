@@ -179,20 +179,7 @@ class VornaWebWrapper : public marlet::WebBase {
 
   // ---- storage: free functions on the wrapper, declared in storage/storage.h ----
 
-  // ---- health and logs (logs/) ----
-  // True when the alarm page shows one of its all-clear sentences, exactly.
-  bool check_health();
-  // The login page's error label, shown for the moment of the reading.
-  std::string web_get_error_warning();
-  // params: "check_list" (list of text; null or absent: the default sentences). Reads
-  // six pages of the operation log and tests that each sentence occurs in them.
-  bool web_check_bmc_log(const Json& params);
-  // Walks the system events down to `check_time` (seconds since the epoch); true at the
-  // first keyword found (inside the content frame), false at an older row or when the
-  // pager shows a page seen before.
-  bool check_keyword_in_system_log(const Json& keyword_list, const Json& check_time);
-
-  // (end of health and logs)
+  // ---- health and logs: free functions on the wrapper, declared in logs/logs.h ----
 
   // ---- service settings (settings/) ----
   // Opens the LDAP page and selects the tab of controller `ldap_controller_id` (text or a
