@@ -73,14 +73,7 @@ class VornaWebWrapper : public marlet::WebBase {
   void web_kill_firefox();
   void web_switch_page_logout();
 
-  // ---- bench comparison (comparison/) ----
-  void compare_power(const Json& webPowerInfo, const Json& powerInfo);
-  void compare_pcie(const Json& webpcieInfo, const Json& pcieInfo);
-  void compare_back_board(const Json& webBackBoardInfo, const Json& backBoardInfo);
-  void compare_riser(const Json& webRaiserInfo, const Json& riserInfo);
-  void compare_raid(const Json& webRaidInfo, const Json& raidInfo);
-  void compare_memory(const Json& webMemoryInfo, const Json& osMemoryInfo);
-  void compare_storage(const Json& webRaidInfo, const Json& raidInfo, const Json& webDiskInfo, const Json& diskInfo);
+  // ---- bench comparison: free functions on the wrapper, declared in comparison/wrapper_comparisons.h ----
 
   // ---- identity and versions (network/) ----
   std::string get_product_sn();
