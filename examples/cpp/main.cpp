@@ -9,6 +9,7 @@
 
 #include "marlet/log/logger.h"
 #include "marlet/utils/time.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/inventory/inventory.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/network/network.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
@@ -62,7 +63,7 @@ int main(int argc, char** argv) {
     w.web_login({{"bmc", {{"local_ip", address}, {"username", user}, {"password", password},
                           {"extra_port", {{"https", port}}}}}});
     marlet::Json out = marlet::Json::object();
-    out["main_board"] = w.web_get_main_board_info();
+    out["main_board"] = vorna::web_get_main_board_info(w);
     out["serial_number"] = vorna::get_product_sn(w);
     std::cout << out.dump(2) << std::endl;
   } catch (const std::exception& e) {  // MarletException, or a typed error of the params

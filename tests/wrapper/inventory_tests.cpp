@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/inventory/inventory.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/inventory/inventory_records.h"
 #include "tests/wrapper/wrapper_fixture.h"
 #include "webdriver/errors.h"
@@ -67,7 +68,7 @@ TEST_F(TabRetryTests, AFirstFailedClickEarnsOneMoreTryAndThePageIsNotReopened) {
   tab->on_click = [tab] {
     if (tab->clicks == 1) throw webdriver::ElementClickInterceptedException("covered by the loading mask");
   };
-  Json fans = w.web_get_fan_web_info();
+  Json fans = web_get_fan_web_info(w);
   EXPECT_EQ(fans.dump(),
             R"J([{"Name":"Fan0","Model":"08038","Speed (RPM)":"8640","Speed Ratio (%)":"45","BOM Code":"31180215"}])J");
   EXPECT_EQ(count("click id:tabFan"), 2);
@@ -82,26 +83,26 @@ TEST_F(TabRetryTests, AFirstFailedClickEarnsOneMoreTryAndThePageIsNotReopened) {
 TEST_F(TabRetryTests, TwoFailuresPropagateWithTheFrameStillEntered) {
   auto* tab = fb->find("id:tabPower");
   tab->on_click = [] { throw webdriver::ElementClickInterceptedException("covered"); };
-  EXPECT_THROW(w.web_get_power_web_info(), webdriver::ElementClickInterceptedException);
+  EXPECT_THROW(web_get_power_web_info(w), webdriver::ElementClickInterceptedException);
   EXPECT_EQ(count("click id:tabPower"), 2);
   EXPECT_EQ(fb->events.back(), "click id:tabPower") << "nothing leaves the frame on the way out";
   EXPECT_EQ(pictures(), 0);
 }
 
 TEST_F(TabRetryTests, AnEmptyFirstLookupRaisesAtOnceWithTheEmptyListShown) {
-  EXPECT_EQ(failure_text([this] { w.web_get_fan_web_info(); }), "没有获取到风扇信息标签，《风扇标签》:[]");
+  EXPECT_EQ(failure_text([this] { web_get_fan_web_info(w); }), "没有获取到风扇信息标签，《风扇标签》:[]");
   EXPECT_EQ(count("click id:tabFan"), 1);
   EXPECT_EQ(pictures(), 1);
   EXPECT_EQ(fb->events.back(), "default content");
   log->lines.clear();
-  EXPECT_EQ(failure_text([this] { w.web_get_power_web_info(); }), "没有获取到电源信息标签，《电源标签》:[]");
+  EXPECT_EQ(failure_text([this] { web_get_power_web_info(w); }), "没有获取到电源信息标签，《电源标签》:[]");
   EXPECT_EQ(count("click id:menu_POWER_ENERGY"), 0) << "the statistics page is not reached";
 }
 
 class TabLoopTests : public InventoryTest {};
 
 TEST_F(TabLoopTests, ThreeEmptyLookupsThenOnePictureAndTheGuard) {
-  EXPECT_EQ(failure_text([this] { w.web_get_memory_web_info(); }), "没有获取到内存信息标签，《内存标签》:[]");
+  EXPECT_EQ(failure_text([this] { web_get_memory_web_info(w); }), "没有获取到内存信息标签，《内存标签》:[]");
   EXPECT_EQ(count("click id:tabMemory"), 3);
   EXPECT_EQ(clock.sleeps(), (std::vector<double>{5, 5, 5, 5, 5, 5}));
   EXPECT_EQ(pictures(), 1);
@@ -109,10 +110,10 @@ TEST_F(TabLoopTests, ThreeEmptyLookupsThenOnePictureAndTheGuard) {
 
   // The plain messages have no placeholder to fill.
   fb->events.clear();
-  EXPECT_EQ(failure_text([this] { w.web_get_netcard_web_info(); }), "没有获取到网络信息标签");
+  EXPECT_EQ(failure_text([this] { web_get_netcard_web_info(w); }), "没有获取到网络信息标签");
   EXPECT_EQ(count("click id:tabCard"), 3);
   clock.clear();
-  EXPECT_EQ(failure_text([this] { w.web_get_other_devices_info(); }), "没有获取到其他设备信息标签");
+  EXPECT_EQ(failure_text([this] { web_get_other_devices_info(w); }), "没有获取到其他设备信息标签");
   EXPECT_EQ(clock.sleeps(), (std::vector<double>{5, 5, 5, 5, 5, 5, 10})) << "the settle of 10 comes once, after the loop";
 }
 
@@ -125,7 +126,7 @@ TEST_F(TabLoopTests, TheFirstAttemptThatFindsRowsEndsTheLoop) {
                             "Minimum Voltage", "Rank Qty", "Bit Width", "Technology", "BOM Code "};
     for (auto t : titles) child(r, std::string("./td[@tdtitle=\"") + t + "\"]", std::string("v-") + t);
   };
-  Json memory = w.web_get_memory_web_info();
+  Json memory = web_get_memory_web_info(w);
   EXPECT_EQ(count("click id:tabMemory"), 2);
   ASSERT_EQ(memory.size(), 1u);
   EXPECT_EQ(memory[0]["bitWith"], "v-Bit Width");
@@ -135,7 +136,7 @@ TEST_F(TabLoopTests, TheFirstAttemptThatFindsRowsEndsTheLoop) {
 
 TEST_F(TabLoopTests, ARaisedFailureIsNotCaught) {
   fb->find("id:tabMemory")->on_click = [] { throw webdriver::ElementClickInterceptedException("covered"); };
-  EXPECT_THROW(w.web_get_memory_web_info(), webdriver::ElementClickInterceptedException);
+  EXPECT_THROW(web_get_memory_web_info(w), webdriver::ElementClickInterceptedException);
   EXPECT_EQ(count("click id:tabMemory"), 1);
 }
 
@@ -152,7 +153,7 @@ TEST_F(PageRetryTests, TheSecondRunStartsFromTheTopDocument) {
   tab->on_click = [tab] {
     if (tab->clicks == 1) throw webdriver::ElementClickInterceptedException("covered");
   };
-  Json risers = w.web_get_riser_info();
+  Json risers = web_get_riser_info(w);
   EXPECT_EQ(risers.dump(),
             R"([{"Name":"c1","Manufacturer":"c2","Type":"c4","PCBVersion":"c5","Slot":"c3","BoardID":"c6"}])");
   std::vector<std::string> run = {"click id:menu_INFO", "click id:menu_SYSTEM_INFO", "click id:menu_SYSTEM_INFO",
@@ -166,16 +167,16 @@ TEST_F(PageRetryTests, TheSecondRunStartsFromTheTopDocument) {
 }
 
 TEST_F(PageRetryTests, NoPcieCardIsAnErrorLineTheOthersRaise) {
-  Json pcie = w.web_get_pcie_web_info();
+  Json pcie = web_get_pcie_web_info(w);
   EXPECT_EQ(pcie, Json::array());
   EXPECT_EQ(lines(), (std::vector<std::string>{"[getPcie] start...", "没有获取到PCIE信息标签"}));
   EXPECT_EQ(log->lines.back().level, marlet::LogLevel::Error);
   EXPECT_EQ(fb->events.back(), "default content");
   EXPECT_EQ(count("click id:tabOther"), 1) << "an empty lookup earns no second run";
-  EXPECT_EQ(failure_text([this] { w.web_get_hard_back_board_info(); }), "没有获取到硬盘背板信息标签，《硬盘背板标签》:[]");
-  EXPECT_EQ(failure_text([this] { w.web_get_riser_info(); }), "没有获取到Riser卡信息标签，《Riser卡标签》:[]");
-  EXPECT_EQ(failure_text([this] { w.web_get_other_raid_info(); }), "没有获取到Raid卡信息标签，《Raid卡标签》:[]");
-  EXPECT_EQ(failure_text([this] { w.get_tpm_info(); }), "没有获取到安全模块信息标签，《安全模块标签》:[]");
+  EXPECT_EQ(failure_text([this] { web_get_hard_back_board_info(w); }), "没有获取到硬盘背板信息标签，《硬盘背板标签》:[]");
+  EXPECT_EQ(failure_text([this] { web_get_riser_info(w); }), "没有获取到Riser卡信息标签，《Riser卡标签》:[]");
+  EXPECT_EQ(failure_text([this] { web_get_other_raid_info(w); }), "没有获取到Raid卡信息标签，《Raid卡标签》:[]");
+  EXPECT_EQ(failure_text([this] { get_tpm_info(w); }), "没有获取到安全模块信息标签，《安全模块标签》:[]");
 }
 
 TEST_F(PageRetryTests, OneRecordPerBodyFromItsFirstRowKeysInRecordOrder) {
@@ -187,7 +188,7 @@ TEST_F(PageRetryTests, OneRecordPerBodyFromItsFirstRowKeysInRecordOrder) {
       for (int c = 1; c <= 9; ++c) child(tr, "./td[" + std::to_string(c) + "]", std::to_string(card) + std::to_string(r) + "-" + std::to_string(c));
     }
   }
-  Json raid = w.web_get_other_raid_info();
+  Json raid = web_get_other_raid_info(w);
   ASSERT_EQ(raid.size(), 2u);
   EXPECT_EQ(raid[0].dump(), R"({"Name":"00-1","Manufacturer":"00-3","Type":"00-5","location":"00-2","Number":"00-4",)"
                             R"("CPLDersion":"00-7","PCBVersion":"00-6","ConnectedTo":"00-9","BoardID":"00-8"})");
@@ -198,12 +199,12 @@ TEST_F(PageRetryTests, OneRecordPerBodyFromItsFirstRowKeysInRecordOrder) {
 
 TEST_F(PageRetryTests, ABodyWithoutARowOrARowShortOfCellsFails) {
   fb->add(bodies(1), true);  // a body, no row
-  EXPECT_THROW(w.web_get_pcie_web_info(), marlet::IndexError);
+  EXPECT_THROW(web_get_pcie_web_info(w), marlet::IndexError);
   EXPECT_EQ(fb->events.back(), "click id:tabOther") << "the frame stays entered";
   auto& body = fb->add(bodies(4));
   auto& tr = fb->add("@" + body.uuid + " xpath:./tr");
   for (int c = 1; c <= 4; ++c) child(tr, "./td[" + std::to_string(c) + "]", "x");
-  EXPECT_THROW(w.get_tpm_info(), webdriver::NoSuchElementException);
+  EXPECT_THROW(get_tpm_info(w), webdriver::NoSuchElementException);
 }
 
 // ---- the readers' records ----
@@ -214,7 +215,7 @@ TEST_F(ReaderRecordTests, PowerRecordsGetTheirConsumptionJoinedByPosition) {
   row(kFirstTableRows, {"0", "Delvoe", "PAC1600S12", "SN0", "1.3.2", "1600W", "AC", "02131877"});
   row(kFirstTableRows, {"1", "Delvoe", "PAC1600S12", "SN1", "1.3.2", "1600W", "AC", "02131877"});
   fb->add("id:actual_power").text = "PS2 :228W PS1: 236W PS3: 100W";
-  Json power = w.web_get_power_web_info();
+  Json power = web_get_power_web_info(w);
   EXPECT_EQ(power[0].dump(), R"({"Slot":"0","Manufacturer":"Delvoe","Type":"PAC1600S12","Serial Number":"SN0",)"
                              R"("Firmware Version":"1.3.2","Rated Power":"1600W","Input Mode":"AC",)"
                              R"("BOM Code":"02131877","ConsumedWatts":"236"})");
@@ -227,7 +228,7 @@ TEST_F(ReaderRecordTests, PowerRecordsGetTheirConsumptionJoinedByPosition) {
 
 TEST_F(ReaderRecordTests, AnUnreadableConsumptionIsAWarningNotAFailure) {
   row(kFirstTableRows, {"0", "a", "b", "c", "d", "e", "f", "g"});
-  Json power = w.web_get_power_web_info();  // no actual_power on the page
+  Json power = web_get_power_web_info(w);  // no actual_power on the page
   EXPECT_FALSE(power[0].contains("ConsumedWatts"));
   EXPECT_EQ(log->lines.back().text, "There is no ConsumedWatts Info");
   EXPECT_EQ(log->lines.back().level, marlet::LogLevel::Warn);
@@ -244,7 +245,7 @@ TEST_F(ReaderRecordTests, ProcessorsTakeDigitRunsAndFailOnTooFew) {
                                    "SN-0", "N/A"};
   fb->add("xpath://div[@id='cpupermutation']/div[1]/div/table/tbody");
   block("xpath://div[@id='cpupermutation']/div[1]/div/table/tbody", cpu0);
-  Json single = w.web_get_cpu_info_vorna({{"type", "single"}});
+  Json single = web_get_cpu_info_vorna(w, {{"type", "single"}});
   EXPECT_EQ(single.dump(), R"({"CPU_name":"CPU0","Manufacturer":"Korvat(R) Corporation","Model_name":"Arcus 6330",)"
                            R"("CPU_ID":"000606A6","CPU_MHz":"2000","Core(s)_per_socket":"28",)"
                            R"("Thread(s)_per_socket":"56","L1_cache":"1","L2_cache":"80","L3_cache":"5"})")
@@ -258,24 +259,24 @@ TEST_F(ReaderRecordTests, ProcessorsTakeDigitRunsAndFailOnTooFew) {
   auto& monitor = fb->add("@" + box.uuid + " xpath:./div[@class='monitor']");
   auto& tbody = fb->add("@" + monitor.uuid + " xpath:./div/table/tbody");
   block("@" + tbody.uuid, cpu0);
-  Json all = w.web_get_cpu_info_vorna({{"type", "all"}});
+  Json all = web_get_cpu_info_vorna(w, {{"type", "all"}});
   ASSERT_EQ(all.size(), 1u);
   EXPECT_EQ(all[0].size(), 14u);
   EXPECT_EQ(all[0]["Others"], "N/A");
   fb->add("@" + tbody.uuid + " xpath:./tr[6]/td[2]/span").text = "28 Cores";
   fb->events.clear();
-  EXPECT_THROW(w.web_get_cpu_info_all(), marlet::IndexError);
+  EXPECT_THROW(web_get_cpu_info_all(w), marlet::IndexError);
   EXPECT_TRUE(fb->events.empty()) << "the frame stays entered";
 
   // Another type, or the key under another name, gives null with the frame entered.
   fb->events.clear();
-  EXPECT_EQ(w.web_get_cpu_info_vorna({{"requestType", "all"}}), Json(nullptr));
+  EXPECT_EQ(web_get_cpu_info_vorna(w, {{"requestType", "all"}}), Json(nullptr));
   EXPECT_EQ(fb->events.back(), "click id:tabProcess");
-  EXPECT_THROW(w.web_get_cpu_info_vorna(Json("all")), marlet::TypeError);
+  EXPECT_THROW(web_get_cpu_info_vorna(w, Json("all")), marlet::TypeError);
 }
 
 TEST_F(ReaderRecordTests, AMissingProcessorBlockIsTheReadersOwnFailure) {
-  EXPECT_EQ(failure_text([this] { w.web_get_cpu_info_vorna({{"type", "single"}}); }), "没有获取到CPU信息标签");
+  EXPECT_EQ(failure_text([this] { web_get_cpu_info_vorna(w, {{"type", "single"}}); }), "没有获取到CPU信息标签");
   EXPECT_EQ(fb->events.back(), "default content");
   EXPECT_EQ(pictures(), 0) << "no picture on this path";
 }
@@ -294,7 +295,7 @@ TEST_F(ReaderRecordTests, MemoryTitlesPartNumberAndBomCode) {
   auto* both = memory_row(false, "BOM Code");
   child(*both, "./td[@tdtitle=\"BOM Code \"]", "with blank");
   memory_row(false, "BOM Code");
-  Json memory = w.web_get_memory_web_info();
+  Json memory = web_get_memory_web_info(w);
   EXPECT_EQ(memory[0].dump(), R"({"name":"Name","location":"Location","manufacturer":"Manufacturer",)"
                               R"("capacity":"Capacity","clockSpeed":"Clock Speed","sn":"SN","type":"Type",)"
                               R"("minimumVoltage":"Minimum Voltage","rankQty":"Rank Qty","bitWith":"Bit Width",)"
@@ -307,7 +308,7 @@ TEST_F(ReaderRecordTests, MemoryTitlesPartNumberAndBomCode) {
   // Neither BOM title: the second lookup's failure propagates, the frame stays entered.
   memory_row(true, nullptr);
   fb->events.clear();
-  EXPECT_THROW(w.web_get_memory_web_info(), webdriver::NoSuchElementException);
+  EXPECT_THROW(web_get_memory_web_info(w), webdriver::NoSuchElementException);
   EXPECT_NE(fb->events.back(), "default content");
 }
 
@@ -370,7 +371,7 @@ TEST_F(CardTreeTests, NetCardsPropertiesFromTheFourthEntryPortsWithTheirDetails)
   card("xpath://td[@id='CardTreeL']/ul/li/ul/li", "xpath://div[@id='cardTable']", "./ul/li", props, {p1, p2});
   card("xpath://td[@id='CardTreeL']/ul/li/ul/li", "xpath://div[@id='cardTable']", "./ul/li",
        {{"a", "1"}, {"b", "2"}, {"c", "3"}}, {});
-  Json cards = w.web_get_netcard_web_info();
+  Json cards = web_get_netcard_web_info(w);
   ASSERT_EQ(cards.size(), 2u);
   EXPECT_EQ(cards[0].dump(), R"({"Name:":"X770","portInfos":[)"
                              R"({"Port":"1","Status":"Up","Port_Type":"SFP+","Media_type":"Optical","MAC Address":"b4:05","Speed":"10G"},)"
@@ -388,7 +389,7 @@ TEST_F(CardTreeTests, FcCardsOpenTheSecondBranchAndReadFcId) {
   Port p{{{"Port", "1"}, {"Status", "Up"}, {"Port Type", "FC"}, {"FC_ID", "0x011100"}}, {{"WWPN:", "10:00"}}};
   card("xpath://*[@id='CardTreeL']/ul/li[2]/ul/li", "xpath://*[@id='cardTable']/ul", "./li",
        {{"a", "1"}, {"b", "2"}, {"c", "3"}, {"Model:", "LPe"}}, {p});
-  Json cards = w.web_get_fccard_info();
+  Json cards = web_get_fccard_info(w);
   EXPECT_EQ(cards.dump(), R"([{"Model:":"LPe","portInfos":[{"Port":"1","Status":"Up","Port_Type":"FC","FC_ID":"0x011100","WWPN":"10:00"}]}])");
   EXPECT_EQ(count("click xpath://*[@id='CardTreeL']/ul/li[2]/span"), 1);
   EXPECT_EQ(clock.sleeps(), (std::vector<double>{5, 5, 5, 5})) << "no settle after a card's click";
@@ -404,7 +405,7 @@ TEST_F(CardTreeTests, APortWhoseDetailRowNeverAppearsFailsTheReader) {
   auto& tr = fb->add("xpath://div[@id='cardPortTable'] xpath:./div/div[2]/table/tbody/tr");
   for (auto t : {"Port", "Status", "Port Type", "Media type"}) child(tr, std::string("./td[@tdtitle='") + t + "']", "x");
   fb->add("@" + tr.uuid + " xpath:./td[1]/div");  // its toggle opens nothing
-  EXPECT_THROW(w.web_get_netcard_web_info(), webdriver::NoSuchElementException);
+  EXPECT_THROW(web_get_netcard_web_info(w), webdriver::NoSuchElementException);
   EXPECT_EQ(fb->events.back(), "click @" + tr.uuid + " xpath:./td[1]/div") << "the frame stays entered";
 }
 
@@ -420,19 +421,19 @@ TEST_F(ReaderRecordTests, OtherDevicesColumnsByTheirHeaderRow) {
   auto& bare = fb->add("xpath://div[@id='otherTableid']/ul/li", true);
   bare.attributes["name"] = "(none)";
   row("@" + bare.uuid + " xpath:./div[2]/div/div/div[2]/div/div[2]/table/tbody/tr", {"x"});
-  Json devices = w.web_get_other_devices_info();
+  Json devices = web_get_other_devices_info(w);
   EXPECT_EQ(devices.dump(), R"([{"name":"PCIe Card","info":[{"Name":"left","Slot":"s1"}]},{"name":"","info":[{}]}])");
   EXPECT_EQ(fb->events.back(), "default content");
 
   bare.attributes.erase("name");
-  EXPECT_THROW(w.web_get_other_devices_info(), marlet::TypeError);
+  EXPECT_THROW(web_get_other_devices_info(w), marlet::TypeError);
 }
 
 TEST_F(ReaderRecordTests, MainboardAndBackplanes) {
   const char* ids[] = {"txtFirmVersion", "txtBiosVersion", "txtCpldVersion", "txtUbootVersion", "txtUbootBackVersion",
                        "txtPcbVersion", "txtBoardID", "txtFruManufacturer", "txtFruModel", "txtFruSN"};
   for (auto id : ids) fb->add(std::string("id:") + id).text = id;
-  Json board = w.web_get_main_board_info();
+  Json board = web_get_main_board_info(w);
   EXPECT_EQ(board.size(), 10u);
   EXPECT_EQ(board.begin().key(), "bmc_version");
   EXPECT_EQ(board["serial_number"], "txtFruSN");
@@ -446,19 +447,19 @@ TEST_F(ReaderRecordTests, MainboardAndBackplanes) {
     fb->add("xpath://table[@id='DataTables_Table_1']//tr[" + std::to_string(i) + "]/td[7]").text = "1.0" + std::to_string(i);
   }
   fb->events.clear();
-  Json back = w.get_back_info();
+  Json back = get_back_info(w);
   EXPECT_EQ(back.dump(), R"({"Front":"1.02"})") << "one digit of ten picks the second table; the later version stands";
   EXPECT_EQ(fb->events.back(), "click id:tabOther") << "the frame stays entered";
   EXPECT_EQ(lines().back(), "[getRaidName] start...");
 
   fb->add("id:pcie_card_info").attributes["name"] = "PCIe Card";
-  EXPECT_THROW(w.get_back_info(), marlet::AttributeError);
+  EXPECT_THROW(get_back_info(w), marlet::AttributeError);
 }
 
 TEST_F(ReaderRecordTests, NicInfoReadsTheOpenCard) {
   fb->add(R"(xpath://*[@id="cardTable"]/ul/li[4]/p)").text = "X770";
   fb->add(R"(xpath://*[@id="cardTable"]/ul/li[7]/p)").text = "Ethernet";
-  EXPECT_EQ(w.get_nic_info().dump(), R"({"name":"X770","type":"Ethernet"})");
+  EXPECT_EQ(get_nic_info(w).dump(), R"({"name":"X770","type":"Ethernet"})");
   EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:menu_INFO", "click id:menu_SYSTEM_INFO", "frame id:rightMid",
                                                   "click id:tabCard", "default content"}));
 }

@@ -3,6 +3,7 @@
 #include <functional>
 
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/logs/logs.h"
 #include "tests/wrapper/wrapper_fixture.h"
 #include "webdriver/errors.h"
 
@@ -41,7 +42,7 @@ TEST_F(HealthTests, OnlyTheExactAllClearSentencesAreHealthy) {
     fb->add("id:currentAlarmTable").text = text;
     fb->events.clear();
     log->lines.clear();
-    EXPECT_EQ(w.check_health(), healthy) << text;
+    EXPECT_EQ(check_health(w), healthy) << text;
     EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:menu_ALARMS", "frame id:rightMid", "default content"}));
     EXPECT_EQ(log->texts().front(), "[warningInfo] start...");
     EXPECT_EQ(lines_at(*log, LogLevel::Error),
@@ -52,7 +53,7 @@ TEST_F(HealthTests, OnlyTheExactAllClearSentencesAreHealthy) {
 
 TEST_F(HealthTests, AnUnreadableAlarmTableFailsInsideTheFrame) {
   fb->events.clear();
-  EXPECT_THROW(w.check_health(), marlet::MarletException);
+  EXPECT_THROW(check_health(w), marlet::MarletException);
   EXPECT_EQ(fb->events.back(), "frame id:rightMid");
 }
 
@@ -68,7 +69,7 @@ TEST_F(HealthTests, TheLoginErrorIsShownForTheReadingAndHiddenAgain) {
     if (script.find("display: None;") != std::string::npos) e->displayed = false;
   };
   fb->events.clear();
-  EXPECT_EQ(w.web_get_error_warning(), "Invalid user name or password.");
+  EXPECT_EQ(web_get_error_warning(w), "Invalid user name or password.");
   EXPECT_EQ(fb->scripts, (std::vector<std::string>{R"($("#lblLoginError").attr("style","display: block;"))",
                                                    R"($("#lblLoginError").attr("style","display: None;"))"}));
   EXPECT_FALSE(fb->find("id:lblLoginError")->displayed);
@@ -76,10 +77,10 @@ TEST_F(HealthTests, TheLoginErrorIsShownForTheReadingAndHiddenAgain) {
 
   // An empty label gives the empty text; a missing one fails after the first script.
   fb->find("id:lblLoginError")->text = "";
-  EXPECT_EQ(w.web_get_error_warning(), "");
+  EXPECT_EQ(web_get_error_warning(w), "");
   fb->remove("id:lblLoginError");
   fb->scripts.clear();
-  EXPECT_THROW(w.web_get_error_warning(), marlet::MarletException);
+  EXPECT_THROW(web_get_error_warning(w), marlet::MarletException);
   EXPECT_EQ(fb->scripts.size(), 1u);
 }
 
@@ -118,7 +119,7 @@ class OperationLogTests : public WrapperTest {
 };
 
 TEST_F(OperationLogTests, SixPagesByLinksTwoToFiveAndTheRowsLoggedAsAList) {
-  EXPECT_TRUE(w.web_check_bmc_log({{"check_list", Json::array()}}));
+  EXPECT_TRUE(web_check_bmc_log(w, {{"check_list", Json::array()}}));
   EXPECT_EQ(clicks(), (std::vector<std::string>{"/a[2]", "/a[3]", "/a[4]", "/a[5]", "/a[5]", "/a[5]"}));
   EXPECT_EQ(shown, 6);
   EXPECT_EQ(fb->events.front(), "click id:menu_SYSTEM_MANAGE");
@@ -136,34 +137,34 @@ TEST_F(OperationLogTests, SentencesMayRunOverTwoRowsAndTheFirstMissingOneEndsThe
   pages[1][0] = "to (xian) successfully";
   pages[5][9] = "username (Test) successfully";
   pages[3][4] = "Set power restore policy to (previous) successfully";
-  EXPECT_TRUE(w.web_check_bmc_log(Json::object())) << "the default sentences, one across pages 1 and 2";
+  EXPECT_TRUE(web_check_bmc_log(w, Json::object())) << "the default sentences, one across pages 1 and 2";
   EXPECT_TRUE(lines_at(*log, LogLevel::Error).empty());
 
   shown = 0;
   log->lines.clear();
-  EXPECT_FALSE(w.web_check_bmc_log({{"check_list", {"p2r3", "not there", "missing too", "p1r1"}}}));
+  EXPECT_FALSE(web_check_bmc_log(w, {{"check_list", {"p2r3", "not there", "missing too", "p1r1"}}}));
   EXPECT_EQ(lines_at(*log, LogLevel::Error), std::vector<std::string>{"(not there) is not found."});
 
   shown = 0;
-  EXPECT_TRUE(w.web_check_bmc_log({{"check_list", nullptr}})) << "null reads as the defaults";
+  EXPECT_TRUE(web_check_bmc_log(w, {{"check_list", nullptr}})) << "null reads as the defaults";
   shown = 0;
   pages[1][0] = "to (xian) successfully.";
   pages[0][9] = "Set location info to";
-  EXPECT_FALSE(w.web_check_bmc_log({{"check_list", {"info to  (xian)"}}})) << "joined with one blank";
+  EXPECT_FALSE(web_check_bmc_log(w, {{"check_list", {"info to  (xian)"}}})) << "joined with one blank";
 }
 
 TEST_F(OperationLogTests, ShortPagesFailInsideTheFrameAndBadParamsTouchNothing) {
   pages[4].resize(7);
-  EXPECT_THROW(w.web_check_bmc_log(Json::object()), marlet::MarletException);
+  EXPECT_THROW(web_check_bmc_log(w, Json::object()), marlet::MarletException);
   EXPECT_EQ(fb->events.back().substr(fb->events.back().size() - 5), "/a[5]");
 
   fb->events.clear();
-  EXPECT_THROW(w.web_check_bmc_log({{"check_list", "Set location info"}}), marlet::TypeError);
-  EXPECT_THROW(w.web_check_bmc_log({{"check_list", {"a", 3}}}), marlet::TypeError);
-  EXPECT_THROW(w.web_check_bmc_log(Json::array()), marlet::TypeError);
+  EXPECT_THROW(web_check_bmc_log(w, {{"check_list", "Set location info"}}), marlet::TypeError);
+  EXPECT_THROW(web_check_bmc_log(w, {{"check_list", {"a", 3}}}), marlet::TypeError);
+  EXPECT_THROW(web_check_bmc_log(w, Json::array()), marlet::TypeError);
   EXPECT_TRUE(fb->events.empty());
   try {
-    w.web_check_bmc_log({{"check_list", 7}});
+    web_check_bmc_log(w, {{"check_list", 7}});
     FAIL() << "a number is no list";
   } catch (const marlet::TypeError& e) {
     EXPECT_NE(std::string(e.what()).find("check_list"), std::string::npos) << e.what();
@@ -230,7 +231,7 @@ TEST_F(EventLogTests, TheTimeLimitComesBeforeTheKeywords) {
   events[31].text = "Fan 3 failed";  // 31 minutes before base
   events[45].text = "Fan 3 failed";  // 45 minutes before base
   // The limit 30 minutes back: row 31 (page 2, row 12) is older, so its keyword is not seen.
-  EXPECT_FALSE(w.check_keyword_in_system_log({"Fan 3"}, base - 30 * 60));
+  EXPECT_FALSE(check_keyword_in_system_log(w, {"Fan 3"}, base - 30 * 60));
   EXPECT_EQ(page, 2) << "the first click leads past the first page";
   EXPECT_EQ(fb->events.back(), "default content");
   EXPECT_TRUE(lines_at(*log, LogLevel::Error).empty());
@@ -239,7 +240,7 @@ TEST_F(EventLogTests, TheTimeLimitComesBeforeTheKeywords) {
   // A row exactly at the limit still counts.
   fb->events.clear();
   events[31].text = "event 31";
-  EXPECT_TRUE(w.check_keyword_in_system_log({"Fan 3"}, base - 45 * 60));
+  EXPECT_TRUE(check_keyword_in_system_log(w, {"Fan 3"}, base - 45 * 60));
   EXPECT_EQ(fb->events.back(), "click xpath:" + std::string(kPager)) << "true stays inside the frame";
   EXPECT_EQ(lines_at(*log, LogLevel::Error), std::vector<std::string>{"关键字Fan 3出现在系统日志Fan 3 failed中，事件ID为955"});
 }
@@ -247,7 +248,7 @@ TEST_F(EventLogTests, TheTimeLimitComesBeforeTheKeywords) {
 TEST_F(EventLogTests, KeywordsInListOrderAndTheFirstFoundEndsTheSearch) {
   fill(80);
   events[25].text = "PSU 2 lost input; Fan 1 slow";
-  EXPECT_TRUE(w.check_keyword_in_system_log({"nothing", "Fan 1", "PSU 2"}, base - 3600 * 24));
+  EXPECT_TRUE(check_keyword_in_system_log(w, {"nothing", "Fan 1", "PSU 2"}, base - 3600 * 24));
   EXPECT_EQ(lines_at(*log, LogLevel::Error),
             std::vector<std::string>{"关键字Fan 1出现在系统日志PSU 2 lost input; Fan 1 slow中，事件ID为975"});
   EXPECT_EQ(fb->events.front(), "click id:menu_ALARMS");
@@ -255,14 +256,14 @@ TEST_F(EventLogTests, KeywordsInListOrderAndTheFirstFoundEndsTheSearch) {
 
   // An empty list walks down to the limit.
   fb->events.clear();
-  EXPECT_FALSE(w.check_keyword_in_system_log(Json::array(), base - 60 * 70));
+  EXPECT_FALSE(check_keyword_in_system_log(w, Json::array(), base - 60 * 70));
   EXPECT_EQ(pager_clicks(), 3);
   EXPECT_EQ(page, 4);
 }
 
 TEST_F(EventLogTests, AScanThatNeverReachesTheLimitEndsWhenThePagerShowsNothingNew) {
   fill(60);  // three full pages, all newer than the limit
-  EXPECT_FALSE(w.check_keyword_in_system_log({"absent"}, 0));
+  EXPECT_FALSE(check_keyword_in_system_log(w, {"absent"}, 0));
   EXPECT_EQ(pager_clicks(), 3) << "pages 2 and 3, then a click that leaves page 3 as it is";
   EXPECT_EQ(fb->events.back(), "default content");
   EXPECT_EQ(lines_at(*log, LogLevel::Warn).size(), 1u);
@@ -271,7 +272,7 @@ TEST_F(EventLogTests, AScanThatNeverReachesTheLimitEndsWhenThePagerShowsNothingN
   fb->events.clear();
   pager = [](int p) { return p == 2 ? 3 : 2; };
   fill(60);
-  EXPECT_FALSE(w.check_keyword_in_system_log({"absent"}, 0));
+  EXPECT_FALSE(check_keyword_in_system_log(w, {"absent"}, 0));
   EXPECT_EQ(pager_clicks(), 3);
 
   // A keyword on the last page is still found on the pass that reaches it.
@@ -279,38 +280,38 @@ TEST_F(EventLogTests, AScanThatNeverReachesTheLimitEndsWhenThePagerShowsNothingN
   pager = [](int p) { return std::min(p + 1, 3); };
   fill(60);
   events[59].text = "the very oldest";
-  EXPECT_TRUE(w.check_keyword_in_system_log({"oldest"}, 0));
+  EXPECT_TRUE(check_keyword_in_system_log(w, {"oldest"}, 0));
 }
 
 TEST_F(EventLogTests, BadTimesAndArgumentsFailTyped) {
   fill(40);
   events[22].time = "2026-11-23 12:00";
-  EXPECT_THROW(w.check_keyword_in_system_log({"x"}, 0), marlet::ValueError);
+  EXPECT_THROW(check_keyword_in_system_log(w, {"x"}, 0), marlet::ValueError);
   EXPECT_EQ(fb->events.back(), "click xpath:" + std::string(kPager)) << "the frame stays entered";
   fill(40);
   events[20].time = "";
-  EXPECT_THROW(w.check_keyword_in_system_log({"x"}, 0), marlet::ValueError);
+  EXPECT_THROW(check_keyword_in_system_log(w, {"x"}, 0), marlet::ValueError);
 
   fb->events.clear();
   for (const Json& bad : {Json("1700000000"), Json(nullptr), Json::array()}) {
     try {
-      w.check_keyword_in_system_log({"x"}, bad);
+      check_keyword_in_system_log(w, {"x"}, bad);
       FAIL() << bad.dump();
     } catch (const marlet::TypeError& e) {
       EXPECT_NE(std::string(e.what()).find("check_time"), std::string::npos) << e.what();
     }
   }
-  EXPECT_THROW(w.check_keyword_in_system_log("Fan", 0), marlet::TypeError);
-  EXPECT_THROW(w.check_keyword_in_system_log({"Fan", 1}, 0), marlet::TypeError);
+  EXPECT_THROW(check_keyword_in_system_log(w, "Fan", 0), marlet::TypeError);
+  EXPECT_THROW(check_keyword_in_system_log(w, {"Fan", 1}, 0), marlet::TypeError);
   EXPECT_TRUE(fb->events.empty()) << "refused before the menu";
   fill(20);
-  EXPECT_FALSE(w.check_keyword_in_system_log({"x"}, 1.5e12)) << "a float limit is a number too";
+  EXPECT_FALSE(check_keyword_in_system_log(w, {"x"}, 1.5e12)) << "a float limit is a number too";
 }
 
 TEST_F(EventLogTests, TheMenuAndTheFrameAreWaitedForUpToSixtySeconds) {
   fill(40);
   fb->find("class:rightMid")->displayed = false;
-  EXPECT_THROW(w.check_keyword_in_system_log({"x"}, 0), webdriver::TimeoutException);
+  EXPECT_THROW(check_keyword_in_system_log(w, {"x"}, 0), webdriver::TimeoutException);
   auto sleeps = clock.sleeps();
   EXPECT_EQ(std::accumulate(sleeps.begin(), sleeps.end(), 0.0), 63);
   EXPECT_EQ(sleeps.front(), 3);

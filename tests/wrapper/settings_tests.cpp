@@ -1,6 +1,7 @@
 // Service settings: the LDAP form, the device location, the time zone, the SNMP engine id,
 // the web time-out and the disk chart, against the scripted fake console.
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/settings/settings.h"
 #include "tests/wrapper/wrapper_fixture.h"
 #include "webdriver/errors.h"
 #include "webdriver/keys.h"
@@ -57,26 +58,26 @@ class LdapTests : public SettingsTests {
 };
 
 TEST_F(LdapTests, EnterSelectsTheControllersTabAndStaysInTheFrame) {
-  w.enter_ldap_config("1");
+  enter_ldap_config(w, "1");
   EXPECT_EQ(fb->events, (Events{"click id:menu_CONFIGURATION", "click id:menu_LDAP_CONFIG", "frame id:rightMid",
                                 R"(click xpath://*[@id="tab_head"]/li[1]/a)"}));
   reset();
-  w.enter_ldap_config("3");
+  enter_ldap_config(w, "3");
   EXPECT_EQ(fb->events.back(), R"(click xpath://*[@id="tab_head"]/li[3]/a)");
   reset();
-  w.enter_ldap_config(2);  // a whole number goes into the locator as its text
+  enter_ldap_config(w, 2);  // a whole number goes into the locator as its text
   EXPECT_EQ(fb->events.back(), R"(click xpath://*[@id="tab_head"]/li[2]/a)");
   EXPECT_TRUE(clock.sleeps().empty());
   EXPECT_TRUE(log->lines.empty());
   // A tab that is not there fails inside the frame, where it looked.
   reset();
-  EXPECT_THROW(w.enter_ldap_config("7"), marlet::MarletException);
+  EXPECT_THROW(enter_ldap_config(w, "7"), marlet::MarletException);
   EXPECT_EQ(fb->events.back(), "frame id:rightMid");
   // Values that name no tab are refused before the menu is touched.
   reset();
   for (const Json& bad : {Json(nullptr), Json(true), Json::array({1}), Json(1.5)}) {
     try {
-      w.enter_ldap_config(bad);
+      enter_ldap_config(w, bad);
       ADD_FAILURE() << bad.dump();
     } catch (const marlet::TypeError& e) {
       EXPECT_NE(std::string(e.what()).find("ldap_controller_id"), std::string::npos);
@@ -86,7 +87,7 @@ TEST_F(LdapTests, EnterSelectsTheControllersTabAndStaysInTheFrame) {
 }
 
 TEST_F(LdapTests, TheFormIsFilledInItsFixedOrderAndSavedWithNoLogLine) {
-  w.config_ldap_service("10.2.0.8", "corp.example", "User@pw1", "2", "2", "3269", "cn=admin,dc=corp",
+  config_ldap_service(w, "10.2.0.8", "corp.example", "User@pw1", "2", "2", "3269", "cn=admin,dc=corp",
                         "Bind@pw2", "ou=people");
   EXPECT_EQ(fb->events, join({{R"(click xpath://*[@id="ldap_cert_enable"]/label[2])",
                                R"(click xpath://*[@id="ldap_cert_verify_level"]/label[2])"},
@@ -103,7 +104,7 @@ TEST_F(LdapTests, DefaultsAndOptionalFieldsLeftAsThePageShowsThem) {
   fb->find("id:ldap_bind_dn")->value = "cn=kept";
   // Null and empty optional fields are both left alone; the user's password is typed
   // last, even when it is empty.
-  w.config_ldap_service("10.2.0.8", "corp.example", "", "1", "1", "636", "", nullptr, "");
+  config_ldap_service(w, "10.2.0.8", "corp.example", "", "1", "1", "636", "", nullptr, "");
   EXPECT_EQ(fb->events, join({{R"(click xpath://*[@id="ldap_cert_enable"]/label[1])",
                                R"(click xpath://*[@id="ldap_cert_verify_level"]/label[1])"},
                               filled("LdapIp", "10.2.0.8"), filled("Ldapsport", "636"),
@@ -112,7 +113,7 @@ TEST_F(LdapTests, DefaultsAndOptionalFieldsLeftAsThePageShowsThem) {
   EXPECT_EQ(fb->find("id:ldap_bind_dn")->value, "cn=kept");
   // A port given as a number is typed as its text.
   reset();
-  w.config_ldap_service("10.2.0.8", "corp.example", "pw", "1", "1", 389, nullptr, nullptr, nullptr);
+  config_ldap_service(w, "10.2.0.8", "corp.example", "pw", "1", "1", 389, nullptr, nullptr, nullptr);
   EXPECT_TRUE(has("keys id:Ldapsport 389"));
 }
 
@@ -128,7 +129,7 @@ TEST_F(LdapTests, BadArgumentsAreRefusedBeforeTheFirstClick) {
                {"1.1.1.1", "d", "p", "1", "1", "636", Json::object(), "'ldap_bind_dn'"}};
   for (const auto& c : cases) {
     try {
-      w.config_ldap_service(c.ip, c.domain, c.pwd, c.cert, c.level, c.port, c.bind_dn, nullptr, nullptr);
+      config_ldap_service(w, c.ip, c.domain, c.pwd, c.cert, c.level, c.port, c.bind_dn, nullptr, nullptr);
       ADD_FAILURE() << c.named;
     } catch (const marlet::TypeError& e) {
       EXPECT_NE(std::string(e.what()).find(c.named), std::string::npos) << e.what();
@@ -139,14 +140,14 @@ TEST_F(LdapTests, BadArgumentsAreRefusedBeforeTheFirstClick) {
 
 TEST_F(LdapTests, AMissingFieldStopsTheFormUnsaved) {
   fb->remove("id:ldapdomainName");
-  EXPECT_THROW(w.config_ldap_service("10.2.0.8", "corp.example", "pw", "1", "1", "636", nullptr, nullptr, nullptr), marlet::MarletException);
+  EXPECT_THROW(config_ldap_service(w, "10.2.0.8", "corp.example", "pw", "1", "1", "636", nullptr, nullptr, nullptr), marlet::MarletException);
   EXPECT_EQ(fb->find("id:LdapIp")->value, "10.2.0.8");  // what was filled stays in the form
   EXPECT_FALSE(has("click id:saveLdapSet"));
   EXPECT_FALSE(has("keys id:ldap_pwd pw"));
   // Outside the content frame the first label is not there: a missing label fails the same way.
   reset();
   fb->remove(R"(xpath://*[@id="ldap_cert_enable"]/label[1])");
-  EXPECT_THROW(w.config_ldap_service("10.2.0.8", "corp.example", "pw", "1", "1", "636", nullptr, nullptr, nullptr), marlet::MarletException);
+  EXPECT_THROW(config_ldap_service(w, "10.2.0.8", "corp.example", "pw", "1", "1", "636", nullptr, nullptr, nullptr), marlet::MarletException);
   EXPECT_TRUE(fb->events.empty());
 }
 
@@ -170,7 +171,7 @@ class SystemSettingsTests : public SettingsTests {
 };
 
 TEST_F(SystemSettingsTests, ALocationIsTypedSavedTwiceAndReadBack) {
-  EXPECT_TRUE(w.web_set_system_config({{"location", "Lab 3 Rack 9"}}));
+  EXPECT_TRUE(web_set_system_config(w, {{"location", "Lab 3 Rack 9"}}));
   EXPECT_EQ(fb->events, (Events{"click id:menu_CONFIGURATION", "click id:menu_SYSTEM_ENTRY", "frame id:rightMid",
                                 std::string("keys id:btnLongPassword ") + webdriver::Keys::PAGE_DOWN,
                                 R"(clear xpath://*[@id="location_info"])",
@@ -184,26 +185,26 @@ TEST_F(SystemSettingsTests, ALocationIsTypedSavedTwiceAndReadBack) {
 TEST_F(SystemSettingsTests, NoLocationWritesXianAndAnUnsavedOneIsFalse) {
   for (const Json& params : {Json::object(), Json{{"location", ""}}, Json{{"location", nullptr}}}) {
     reset();
-    EXPECT_TRUE(w.web_set_system_config(params)) << params.dump();
+    EXPECT_TRUE(web_set_system_config(w, params)) << params.dump();
     EXPECT_EQ(fb->find(R"(xpath://*[@id="location_info"])")->value, "xian");
   }
   takes_saves = false;
   reset();
-  EXPECT_FALSE(w.web_set_system_config({{"location", "elsewhere"}}));
+  EXPECT_FALSE(web_set_system_config(w, {{"location", "elsewhere"}}));
   EXPECT_EQ(fb->events.back(), "default content");
   EXPECT_EQ(log->texts(), Events{"[setSystemConfig] set system config."});
   EXPECT_EQ(clock.sleeps(), (std::vector<double>{w.timeout, w.timeout}));
   // Params that are no map, and a location that is no text, touch nothing.
   reset();
-  EXPECT_THROW(w.web_set_system_config("Lab"), marlet::TypeError);
-  EXPECT_THROW(w.web_set_system_config({{"location", 42}}), marlet::TypeError);
+  EXPECT_THROW(web_set_system_config(w, "Lab"), marlet::TypeError);
+  EXPECT_THROW(web_set_system_config(w, {{"location", 42}}), marlet::TypeError);
   EXPECT_TRUE(fb->events.empty());
   EXPECT_TRUE(log->lines.empty());
 }
 
 TEST_F(SystemSettingsTests, ReadsOfLocationEngineIdAndTimeOut) {
   fb->find(R"(xpath://*[@id="location_info"])")->attributes["value"] = "Lab 3";
-  EXPECT_EQ(w.web_get_device_location_info(), "Lab 3");
+  EXPECT_EQ(web_get_device_location_info(w), "Lab 3");
   EXPECT_EQ(log->texts(), (Events{"[getDeviceLocationInfo] start...", "device location info: Lab 3",
                                   "[getDeviceLocationInfo] completion."}));
   EXPECT_EQ(fb->events.back(), "default content");
@@ -211,18 +212,18 @@ TEST_F(SystemSettingsTests, ReadsOfLocationEngineIdAndTimeOut) {
 
   reset();
   fb->add("id:snmp_engine_id").text = "0x80001f8803a4bf01236c92";
-  Json id = w.get_snmp_engine_id();
+  Json id = get_snmp_engine_id(w);
   EXPECT_EQ(id.dump(), R"({"value":"0x80001f8803a4bf01236c92"})");
   EXPECT_EQ(log->texts(), (Events{"[getSnmpEngineID] start...", "[getSnmpEngineID] completion."}));
   EXPECT_EQ(fb->events.back(), "frame id:rightMid") << "the engine id is read and the frame kept";
 
   reset();
   fb->add("id:WebServerTimeOut_hidden").attributes["value"] = "30";
-  EXPECT_EQ(w.web_get_web_timeout(), Json("30"));  // unconverted text
+  EXPECT_EQ(web_get_web_timeout(w), Json("30"));  // unconverted text
   EXPECT_EQ(fb->events.back(), "default content");
   EXPECT_TRUE(log->lines.empty());
   fb->find("id:WebServerTimeOut_hidden")->attributes.clear();
-  EXPECT_TRUE(w.web_get_web_timeout().is_null());
+  EXPECT_TRUE(web_get_web_timeout(w).is_null());
 }
 
 // ---------------------------------------------------------------- time zone
@@ -259,7 +260,7 @@ class TimeZoneTests : public SettingsTests {
 };
 
 TEST_F(TimeZoneTests, AQueryWithoutRegionReadsTheCurrentSetting) {
-  Json zone = w.bmc_time_zone("GET", nullptr, nullptr);
+  Json zone = bmc_time_zone(w, "GET", nullptr, nullptr);
   EXPECT_EQ(zone.dump(), R"({"state":"Asia","city":"Shanghai"})");
   EXPECT_EQ(log->texts(), (Events{"[bmcTimeZone] start...", "[bmcTimeZone] get...",
                                   "time zone:{'state': 'Asia', 'city': 'Shanghai'}", "[bmcTimeZone] completion."}));
@@ -268,7 +269,7 @@ TEST_F(TimeZoneTests, AQueryWithoutRegionReadsTheCurrentSetting) {
 }
 
 TEST_F(TimeZoneTests, AQueryWithARegionListsItsCitiesWithoutSaving) {
-  Json cities = w.bmc_time_zone("GET", "Europe", nullptr);
+  Json cities = bmc_time_zone(w, "GET", "Europe", nullptr);
   EXPECT_EQ(cities, (Json{"Berlin (GMT+01:00)", "London (GMT+00:00)"}));
   EXPECT_TRUE(has(std::string("click ") + kStateXpath + " xpath:.//option[normalize-space(.) = \"Europe\"]"));
   EXPECT_FALSE(has(R"(click xpath://*[@id="saveTimeZoneSet"])"));
@@ -276,12 +277,12 @@ TEST_F(TimeZoneTests, AQueryWithARegionListsItsCitiesWithoutSaving) {
   EXPECT_EQ(log->texts()[2], "time zone:['Berlin (GMT+01:00)', 'London (GMT+00:00)']");
   // A region the page does not offer: the drop-down's failure, inside the frame.
   reset();
-  EXPECT_THROW(w.bmc_time_zone("GET", "Atlantis", nullptr), webdriver::NoSuchElementException);
+  EXPECT_THROW(bmc_time_zone(w, "GET", "Atlantis", nullptr), webdriver::NoSuchElementException);
   EXPECT_EQ(fb->events.back(), R"(click xpath://*[@id="timezoneState"])");
 }
 
 TEST_F(TimeZoneTests, ASaveReportsByItsNoticeClass) {
-  EXPECT_TRUE(w.bmc_time_zone("SET", "Europe", "London (GMT+00:00)").is_null());
+  EXPECT_TRUE(bmc_time_zone(w, "SET", "Europe", "London (GMT+00:00)").is_null());
   auto click_state = std::find(fb->events.begin(), fb->events.end(), "click id:timezoneState");
   ASSERT_NE(click_state, fb->events.end());
   EXPECT_EQ(Events(click_state, fb->events.end()),
@@ -297,7 +298,7 @@ TEST_F(TimeZoneTests, ASaveReportsByItsNoticeClass) {
   saved_class = "operatecss operatecss3";
   reset();
   try {
-    w.bmc_time_zone("SET", "Europe", "London (GMT+00:00)");
+    bmc_time_zone(w, "SET", "Europe", "London (GMT+00:00)");
     ADD_FAILURE() << "a refused save raised nothing";
   } catch (const marlet::WebDisplayException& e) {
     EXPECT_STREQ(e.what(), "set time zone failed");
@@ -307,13 +308,13 @@ TEST_F(TimeZoneTests, ASaveReportsByItsNoticeClass) {
 
 TEST_F(TimeZoneTests, ANoticeThatNeverShowsFailsAfterTwentySeconds) {
   fb->find(R"(xpath://*[@id="saveTimeZoneSet"])")->on_click = [] {};
-  EXPECT_THROW(w.bmc_time_zone("SET", "Europe", "London (GMT+00:00)"), webdriver::TimeoutException);
+  EXPECT_THROW(bmc_time_zone(w, "SET", "Europe", "London (GMT+00:00)"), webdriver::TimeoutException);
   EXPECT_NEAR(slept(), 20, 1.01);
 }
 
 TEST_F(TimeZoneTests, AMissingRegionDropDownIsFalseInsideTheFrame) {
   fb->remove("id:timezoneState");
-  EXPECT_EQ(w.bmc_time_zone("SET", "Europe", "London (GMT+00:00)"), Json(false));
+  EXPECT_EQ(bmc_time_zone(w, "SET", "Europe", "London (GMT+00:00)"), Json(false));
   ASSERT_EQ(log->lines.size(), 3u);
   EXPECT_EQ(log->lines[2].level, marlet::LogLevel::Warn);
   EXPECT_EQ(log->lines[2].text.rfind("failed search element with id:timezoneState. \n ", 0), 0u) << log->lines[2].text;
@@ -326,7 +327,7 @@ TEST_F(TimeZoneTests, OnlyTheExactTextsGetAndSetAreMethods) {
   for (const Json& method : {Json("get"), Json("set"), Json("Get"), Json("SET "), Json(1), Json(nullptr)}) {
     reset();
     try {
-      w.bmc_time_zone(method, "Europe", "London (GMT+00:00)");
+      bmc_time_zone(w, method, "Europe", "London (GMT+00:00)");
       ADD_FAILURE() << method.dump();
     } catch (const marlet::MarletException& e) {
       EXPECT_STREQ(e.what(), "[bmcTimeZone] only support GET/SET, please check the input");
@@ -337,9 +338,9 @@ TEST_F(TimeZoneTests, OnlyTheExactTextsGetAndSetAreMethods) {
   }
   // A save needs a region and a city as texts; a query's region is a text or None.
   reset();
-  EXPECT_THROW(w.bmc_time_zone("SET", nullptr, "London (GMT+00:00)"), marlet::TypeError);
-  EXPECT_THROW(w.bmc_time_zone("SET", "Europe", nullptr), marlet::TypeError);
-  EXPECT_THROW(w.bmc_time_zone("GET", 8, nullptr), marlet::TypeError);
+  EXPECT_THROW(bmc_time_zone(w, "SET", nullptr, "London (GMT+00:00)"), marlet::TypeError);
+  EXPECT_THROW(bmc_time_zone(w, "SET", "Europe", nullptr), marlet::TypeError);
+  EXPECT_THROW(bmc_time_zone(w, "GET", 8, nullptr), marlet::TypeError);
   EXPECT_TRUE(fb->events.empty());
 }
 
@@ -364,7 +365,7 @@ TEST_F(DiskUsageTests, PartitionsInPageOrderKeepTheirPercentSign) {
   partition("/dev/sdb1", "0%");
   partition("/dev/sda1", "5%");
   partition("/dev/mapper/vg0-root", "62%");
-  Json usage = w.web_get_disk_usage_percent();
+  Json usage = web_get_disk_usage_percent(w);
   EXPECT_EQ(usage.dump(), R"({"/dev/sdb1":"0%","/dev/sda1":"5%","/dev/mapper/vg0-root":"62%"})");
   EXPECT_EQ(fb->events, (Events{"click id:menu_REAL_TIME_MONITOR", "frame id:rightMid",
                                 R"(click xpath://*[@id="disk_info"]/div[1]/a)"}));
@@ -372,10 +373,10 @@ TEST_F(DiskUsageTests, PartitionsInPageOrderKeepTheirPercentSign) {
 }
 
 TEST_F(DiskUsageTests, AnEmptyChartIsAnEmptyRecordAndNoChartFails) {
-  EXPECT_EQ(w.web_get_disk_usage_percent(), Json::object());
+  EXPECT_EQ(web_get_disk_usage_percent(w), Json::object());
   reset();
   fb->remove(R"(xpath://*[@id="diskChart"])");
-  EXPECT_THROW(w.web_get_disk_usage_percent(), marlet::MarletException);
+  EXPECT_THROW(web_get_disk_usage_percent(w), marlet::MarletException);
   EXPECT_EQ(log->texts(), Events{"[getDiskUsagePercent] start..."});
 }
 

@@ -6,6 +6,7 @@
 #include <type_traits>
 
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/storage/storage.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/storage/storage_tree.h"
 #include "tests/wrapper/wrapper_fixture.h"
 #include "webdriver/errors.h"
@@ -156,7 +157,7 @@ TEST_F(StorageTests, OneRaidEntryGivesAFlatRecordInPaneOrder) {
                                                {"Health Status:", ""}, {"name:", "later"}})},
                       {kOob, {{"Out of Band Management Supported:", "Yes"}}},
                       {kBbu, with_head({{"Type:", "CVPM05"}, {" Health Status :", "Normal"}})}});
-  Json info = w.web_get_raid_web_info();
+  Json info = web_get_raid_web_info(w);
   EXPECT_EQ(info.dump(), Json({{"cardname", "RAID Card VR3508"},
                                {"bbutype", "CVPM05"},
                                {"bbuhealth_status", "Normal"},
@@ -180,7 +181,7 @@ TEST_F(StorageTests, SeveralRaidEntriesAreIndexedByRaidTitlesAlone) {
   shows(title(first), {{kController, with_head({{"Name:", "A"}})},
                        {kBbu, {{"BBU", ""}, {"-", ""}}}});  // a BBU pane of its head only
   shows(title(second), {{kOob, {{"Out of Band Management Supported:", "No"}}}});
-  Json info = w.web_get_raid_web_info();
+  Json info = web_get_raid_web_info(w);
   EXPECT_EQ(info.dump(), Json({{"0", {{"cardname", "RAID Card A"}, {"name", "A"}}},
                                {"1", {{"cardname", "Onboard RAID B"}, {"out_of_band_management_supported", "No"}}}})
                              .dump());
@@ -188,7 +189,7 @@ TEST_F(StorageTests, SeveralRaidEntriesAreIndexedByRaidTitlesAlone) {
   fb->remove(kTop);
   entry(kTop, "PCIe Card HBA");
   fb->events.clear();
-  EXPECT_EQ(w.web_get_raid_web_info(), Json::object());
+  EXPECT_EQ(web_get_raid_web_info(w), Json::object());
   EXPECT_EQ(fb->events.back(), "default content");
 }
 
@@ -199,13 +200,13 @@ TEST_F(StorageTests, ARowWithoutItsValueEndsTheReadInTheFrame) {
     auto& row = fb->add(kController, true);  // a row with a label and no value
     fb->add(at(row, "./span")).text = "Type:";
   };
-  EXPECT_THROW(w.web_get_raid_web_info(), webdriver::NoSuchElementException);
+  EXPECT_THROW(web_get_raid_web_info(w), webdriver::NoSuchElementException);
   EXPECT_NE(fb->events.back(), "default content");
 }
 
 TEST_F(StorageTests, RaidNameIsTheFirstCellReadInsideTheFrame) {
   fb->add("xpath://div[@id='raidTableid']/div/div[2]/div/div[2]/table/tbody/tr[1]/td[1]").text = "RAID Card VR3508";
-  EXPECT_EQ(w.get_raid_name(), "RAID Card VR3508");
+  EXPECT_EQ(get_raid_name(w), "RAID Card VR3508");
   EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:menu_INFO", "click id:menu_SYSTEM_INFO",
                                                   "frame id:rightMid", "click id:tabOther"}));
   EXPECT_TRUE(clock.sleeps().empty());
@@ -243,7 +244,7 @@ class StorageInfoTests : public StorageTests {
 };
 
 TEST_F(StorageInfoTests, ControllersOfBothKindsAreIndexedAndHoldAllTheirDisks) {
-  Json disks = w.get_storage_info({{"raid_disk", true}});
+  Json disks = get_storage_info(w, {{"raid_disk", true}});
   EXPECT_EQ(disks.dump(), Json({{"0", {{"Disk0", {{"Model", "AL15"}}}}},
                                 {"1",
                                  {{"Disk0", {{"Model", "ST600"}, {"Firmware State", "ONLINE"}}},
@@ -265,22 +266,22 @@ TEST_F(StorageInfoTests, WithoutRaidDiskThePassThroughDisksAfterTheSameWalk) {
   for (const Json& params : {Json::object(), Json{{"raid_disk", false}}, Json{{"raid_disk", nullptr}},
                              Json{{"raid_disk", 0}}, Json{{"raid_disk", ""}}}) {
     for (auto* e : expanders) e->clicks = 0;
-    EXPECT_EQ(w.get_storage_info(params), Json({{"Disk0", {{"Capacity", "447 GB"}}}})) << params.dump();
+    EXPECT_EQ(get_storage_info(w, params), Json({{"Disk0", {{"Capacity", "447 GB"}}}})) << params.dump();
     for (auto* e : expanders) EXPECT_EQ(e->clicks, 1) << "the whole tree is walked";
   }
   fb->events.clear();
-  EXPECT_THROW(w.get_storage_info(Json::array()), marlet::TypeError);
+  EXPECT_THROW(get_storage_info(w, Json::array()), marlet::TypeError);
   EXPECT_TRUE(fb->events.empty());
 }
 
 TEST_F(StorageTests, AnEmptyTreeGivesEmptyMapsAndAMissingTitleFails) {
-  EXPECT_EQ(w.get_storage_info({{"raid_disk", true}}), Json::object());
-  EXPECT_EQ(w.get_storage_info(Json::object()), Json::object());
+  EXPECT_EQ(get_storage_info(w, {{"raid_disk", true}}), Json::object());
+  EXPECT_EQ(get_storage_info(w, Json::object()), Json::object());
   auto& raid = entry(kTop, "RAID Card");
   auto& child = fb->add(children(raid), true);  // a child entry without a title
   (void)child;
   fb->events.clear();
-  EXPECT_THROW(w.get_storage_info({{"raid_disk", true}}), webdriver::NoSuchElementException);
+  EXPECT_THROW(get_storage_info(w, {{"raid_disk", true}}), webdriver::NoSuchElementException);
   EXPECT_NE(fb->events.back(), "default content");
 }
 
@@ -295,7 +296,7 @@ TEST_F(StorageTests, LogicalDrivesAreSecondLevelEntriesClickedAsListItems) {
   shows(ld0, {{kDrive, with_head({{"Name:", "VD_OS"}, {"RAID Level:", "RAID1"}})}});
   shows(ld1, {{kDrive, with_head({{"Name:", "VD_DATA"}, {" Strip Size :", "256 KB"}})}});
   shows(again, {{kDrive, with_head({{"Name:", "other"}, {"Status:", "Optimal", {{"class", "x"}}}})}});
-  Json info = w.web_get_logical_driver_info();
+  Json info = web_get_logical_driver_info(w);
   Json expected = {{"Logical Drive0(VD_OS)", {{"Name", "other"}, {"Status", "Optimal"}}},
                    {"Logical Drive1(VD_DATA)", {{"Name", "VD_DATA"}, {" Strip Size ", "256 KB"}}}};
   EXPECT_EQ(info.dump(), expected.dump());
@@ -343,7 +344,7 @@ static_assert(std::is_base_of_v<marlet::MarletException, webdriver::NoSuchElemen
 TEST_F(LogicalDriveTests, DeletingSelectsUpToFourMarksAndStopsAtTheFirstMissing) {
   auto mark = [](int i) { return "click xpath://span[@id='DelteRadio" + std::to_string(i) + "']/div/div/div/div"; };
   // None: nothing is selected, delBtu and the dialog are not touched, the frame is left.
-  w.delete_all_raid_logical_driver();
+  delete_all_raid_logical_driver(w);
   EXPECT_EQ(fb->events, plus(opening(kDeleting), {"default content"}));
   EXPECT_EQ(clock.sleeps(), (std::vector<double>{5, 10}));
   EXPECT_EQ(lines(), std::vector<std::string>{"[deleteAllRaidLogicalDriver] start..."});
@@ -351,14 +352,14 @@ TEST_F(LogicalDriveTests, DeletingSelectsUpToFourMarksAndStopsAtTheFirstMissing)
   marks(2);
   fb->events.clear();
   clock.clear();
-  w.delete_all_raid_logical_driver();
+  delete_all_raid_logical_driver(w);
   EXPECT_EQ(fb->events, plus(opening(kDeleting),
                              {mark(0), mark(1), "click id:delBtu", "default content", "click id:btnDialogOK"}));
   EXPECT_EQ(clock.sleeps(), (std::vector<double>{5, 1, 1, 10}));
   // Five: marks 0 to 3; the fifth is never tried.
   marks(5);
   fb->events.clear();
-  w.delete_all_raid_logical_driver();
+  delete_all_raid_logical_driver(w);
   EXPECT_EQ(fb->events, plus(opening(kDeleting), {mark(0), mark(1), mark(2), mark(3), "click id:delBtu",
                                                   "default content", "click id:btnDialogOK"}));
   EXPECT_EQ(fb->find("xpath://span[@id='DelteRadio4']/div/div/div/div")->clicks, 0);
@@ -367,13 +368,13 @@ TEST_F(LogicalDriveTests, DeletingSelectsUpToFourMarksAndStopsAtTheFirstMissing)
 TEST_F(LogicalDriveTests, AGapInTheMarksEndsTheSelectionAndOtherFailuresPropagate) {
   marks(3);
   fb->remove("xpath://span[@id='DelteRadio1']/div/div/div/div");
-  w.delete_all_raid_logical_driver();
+  delete_all_raid_logical_driver(w);
   EXPECT_EQ(fb->find("xpath://span[@id='DelteRadio0']/div/div/div/div")->clicks, 1);
   EXPECT_EQ(fb->find("xpath://span[@id='DelteRadio2']/div/div/div/div")->clicks, 0);
   // Without its delete button the operation fails in the frame.
   fb->remove("id:delBtu");
   fb->events.clear();
-  EXPECT_THROW(w.delete_all_raid_logical_driver(), webdriver::NoSuchElementException);
+  EXPECT_THROW(delete_all_raid_logical_driver(w), webdriver::NoSuchElementException);
   EXPECT_EQ(std::count(fb->events.begin(), fb->events.end(), "default content"), 0);
 }
 
@@ -413,7 +414,7 @@ class LogicalDriveCreateTests : public LogicalDriveTests {
 };
 
 TEST_F(LogicalDriveCreateTests, TheExactLevelIsChosenAndTheFirstCountDisksSaved) {
-  w.create_raid_logical_driver({{"name", "VD_NEW"}, {"level", "RAID1"}, {"count", 2}});
+  create_raid_logical_driver(w, {{"name", "VD_NEW"}, {"level", "RAID1"}, {"count", 2}});
   EXPECT_EQ(fb->find("xpath://span[@id='LDCreName']/input")->value, "VD_NEW");
   EXPECT_EQ(level_clicks(), std::vector<std::string>{"RAID1"}) << "'RAID 1' and 'raid1' are other levels";
   auto tail = after_level_box();
@@ -427,7 +428,7 @@ TEST_F(LogicalDriveCreateTests, TheExactLevelIsChosenAndTheFirstCountDisksSaved)
   EXPECT_EQ(lines(), std::vector<std::string>{"[createRaidLogicalDriver] start..."});
   // Count 0: no disk, but the save and its dialog all the same.
   fb->events.clear();
-  w.create_raid_logical_driver({{"name", "VD_NEW"}, {"level", "RAID5"}, {"count", 0}});
+  create_raid_logical_driver(w, {{"name", "VD_NEW"}, {"level", "RAID5"}, {"count", 0}});
   tail = after_level_box();
   EXPECT_EQ(std::vector<std::string>(tail.begin() + 1, tail.end()),
             (std::vector<std::string>{"click id:LDCreatePerSave", "default content", "click id:btnDialogOK"}));
@@ -435,7 +436,7 @@ TEST_F(LogicalDriveCreateTests, TheExactLevelIsChosenAndTheFirstCountDisksSaved)
 
 TEST_F(LogicalDriveCreateTests, ALevelTheListLacksLeavesTheFrameBeforeTheDisks) {
   w.timeout = 0;  // a lookup outside the frame fails at once
-  w.create_raid_logical_driver({{"name", "VD"}, {"level", "RAID 5"}, {"count", 1}});
+  create_raid_logical_driver(w, {{"name", "VD"}, {"level", "RAID 5"}, {"count", 1}});
   EXPECT_TRUE(level_clicks().empty());
   auto tail = after_level_box();
   ASSERT_FALSE(tail.empty());
@@ -444,7 +445,7 @@ TEST_F(LogicalDriveCreateTests, ALevelTheListLacksLeavesTheFrameBeforeTheDisks) 
 
 TEST_F(LogicalDriveCreateTests, MoreDisksThanTheConsoleOffersSavesNothing) {
   w.timeout = 0;
-  EXPECT_THROW(w.create_raid_logical_driver({{"name", "VD"}, {"level", "RAID0"}, {"count", 5}}),
+  EXPECT_THROW(create_raid_logical_driver(w, {{"name", "VD"}, {"level", "RAID0"}, {"count", 5}}),
                webdriver::NoSuchElementException);
   EXPECT_EQ(fb->find("id:ldisk_arr_2")->clicks, 1) << "the disks before the missing one stay selected";
   EXPECT_EQ(fb->find("id:LDCreatePerSave")->clicks, 0);
@@ -454,20 +455,20 @@ TEST_F(LogicalDriveCreateTests, MoreDisksThanTheConsoleOffersSavesNothing) {
 TEST_F(LogicalDriveCreateTests, MissingKeysFailWhereTheyAreFirstNeeded) {
   auto saved = [this] { return fb->find("id:LDCreatePerSave")->clicks; };
   try {
-    w.create_raid_logical_driver({{"level", "RAID1"}, {"count", 1}});
+    create_raid_logical_driver(w, {{"level", "RAID1"}, {"count", 1}});
     ADD_FAILURE() << "no KeyError for name";
   } catch (const marlet::KeyError& e) {
     EXPECT_STREQ(e.what(), "name");
   }
   EXPECT_EQ(fb->find("xpath://span[@id='LDCreName']/input")->value, "");
   try {
-    w.create_raid_logical_driver({{"name", "VD"}, {"count", 1}});
+    create_raid_logical_driver(w, {{"name", "VD"}, {"count", 1}});
     ADD_FAILURE() << "no KeyError for level";
   } catch (const marlet::KeyError& e) {
     EXPECT_STREQ(e.what(), "level");
   }
   try {
-    w.create_raid_logical_driver({{"name", "VD"}, {"level", "RAID1"}});
+    create_raid_logical_driver(w, {{"name", "VD"}, {"level", "RAID1"}});
     ADD_FAILURE() << "no KeyError for count";
   } catch (const marlet::KeyError& e) {
     EXPECT_STREQ(e.what(), "count");
@@ -477,7 +478,7 @@ TEST_F(LogicalDriveCreateTests, MissingKeysFailWhereTheyAreFirstNeeded) {
   // With an empty level list a missing level is never read: count fails instead.
   levels({});
   try {
-    w.create_raid_logical_driver({{"name", "VD"}});
+    create_raid_logical_driver(w, {{"name", "VD"}});
     ADD_FAILURE() << "no KeyError";
   } catch (const marlet::KeyError& e) {
     EXPECT_STREQ(e.what(), "count");
@@ -494,7 +495,7 @@ TEST_F(LogicalDriveCreateTests, WrongTypesAreRefusedBeforeTheConsoleIsTouched) {
       {Json{{"name", 7}, {"level", "RAID1"}, {"count", 2}}, "name must be a text, not int"}};
   for (const auto& [params, message] : cases) {
     try {
-      w.create_raid_logical_driver(params);
+      create_raid_logical_driver(w, params);
       ADD_FAILURE() << params.dump();
     } catch (const marlet::TypeError& e) {
       EXPECT_STREQ(e.what(), message);

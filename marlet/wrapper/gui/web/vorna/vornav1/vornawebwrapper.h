@@ -75,14 +75,7 @@ class VornaWebWrapper : public marlet::WebBase {
   void web_kill_firefox();
   void web_switch_page_logout();
 
-  // ---- bench comparison (comparison/) ----
-  void compare_power(const Json& webPowerInfo, const Json& powerInfo);
-  void compare_pcie(const Json& webpcieInfo, const Json& pcieInfo);
-  void compare_back_board(const Json& webBackBoardInfo, const Json& backBoardInfo);
-  void compare_riser(const Json& webRaiserInfo, const Json& riserInfo);
-  void compare_raid(const Json& webRaidInfo, const Json& raidInfo);
-  void compare_memory(const Json& webMemoryInfo, const Json& osMemoryInfo);
-  void compare_storage(const Json& webRaidInfo, const Json& raidInfo, const Json& webDiskInfo, const Json& diskInfo);
+  // ---- bench comparison: free functions on the wrapper, declared in comparison/wrapper_comparisons.h ----
 
   // ---- identity and versions: free functions on the wrapper, declared in network/network.h ----
 
@@ -112,95 +105,13 @@ class VornaWebWrapper : public marlet::WebBase {
 
   // ---- firmware and diagnostics: free functions on the wrapper, declared in firmware/firmware.h ----
 
-  // ---- inventory readers (inventory/) ----
-  // The system information page, tab by tab. Each reader returns records of the cells'
-  // texts as the console shows them, in page order.
-  Json web_get_main_board_info();
-  // Backplane name -> version; returns with the content frame entered.
-  Json get_back_info();
-  Json web_get_fan_web_info();
-  // With "ConsumedWatts" joined in from the power statistics page where it names a supply.
-  Json web_get_power_web_info();
-  // The four card tables of tabOther: one record per table body, from its first row.
-  Json web_get_pcie_web_info();
-  Json web_get_hard_back_board_info();
-  Json web_get_riser_info();
-  Json web_get_other_raid_info();
-  Json get_tpm_info();
-  // params["type"]: "single" or "all"; anything else gives null (frame left entered).
-  Json web_get_cpu_info_vorna(const Json& params);
-  Json web_get_cpu_info_vorna_single();
-  Json web_get_cpu_info_all();
-  Json web_get_memory_web_info();
-  Json get_nic_info();
-  Json web_get_netcard_web_info();
-  Json web_get_fccard_info();
-  Json web_get_other_devices_info();
+  // ---- inventory readers: free functions on the wrapper, declared in inventory/inventory.h ----
 
-  // (end of inventory readers)
+  // ---- storage: free functions on the wrapper, declared in storage/storage.h ----
 
-  // ---- storage (storage/) ----
-  // The panes of every "RAID" entry of the storage tree, keyed by the label rule: {} for
-  // none, the record itself for one, {"0": record, "1": ...} for more.
-  Json web_get_raid_web_info();
-  // First cell of the RAID card table on the other-cards tab; stays in the content frame.
-  std::string get_raid_name();
-  // Selects logical drives 0 to 3 (as many as there are) and deletes them at once.
-  void delete_all_raid_logical_driver();
-  // params: "name" (text), "level" (as the level list shows it), "count" (integer):
-  // a logical drive over disks 0 .. count-1. TypeError for a non-map or a present key of
-  // the wrong type, before the console is touched; KeyError where a key is first needed.
-  void create_raid_logical_driver(const Json& params);
-  // params: "raid_disk". True: {"<controller index>": {disk name: disk record}};
-  // otherwise the pass-through disks {disk name: disk record}.
-  Json get_storage_info(const Json& params);
-  // {whole title of each logical drive: its pane record}.
-  Json web_get_logical_driver_info();
-  // (end of storage)
+  // ---- health and logs: free functions on the wrapper, declared in logs/logs.h ----
 
-  // ---- health and logs (logs/) ----
-  // True when the alarm page shows one of its all-clear sentences, exactly.
-  bool check_health();
-  // The login page's error label, shown for the moment of the reading.
-  std::string web_get_error_warning();
-  // params: "check_list" (list of text; null or absent: the default sentences). Reads
-  // six pages of the operation log and tests that each sentence occurs in them.
-  bool web_check_bmc_log(const Json& params);
-  // Walks the system events down to `check_time` (seconds since the epoch); true at the
-  // first keyword found (inside the content frame), false at an older row or when the
-  // pager shows a page seen before.
-  bool check_keyword_in_system_log(const Json& keyword_list, const Json& check_time);
-
-  // (end of health and logs)
-
-  // ---- service settings (settings/) ----
-  // Opens the LDAP page and selects the tab of controller `ldap_controller_id` (text or a
-  // whole number, counted from 1); stays in the content frame for config_ldap_service.
-  void enter_ldap_config(const Json& ldap_controller_id);
-  // Fills and saves the form of the selected controller; no navigation, no log line, and
-  // the outcome is not read back. Stays in the content frame. Every argument is text (a
-  // number serves as its text); the three optional fields are left as the page shows them
-  // when null or empty. TypeError naming the argument, before the page is touched.
-  void config_ldap_service(const Json& ldap_ip, const Json& ldap_domainName, const Json& ldap_pwd,
-                           const Json& ldap_cert_enable, const Json& ldap_cert_verify_level,
-                           const Json& ldaps_port, const Json& ldap_bind_dn, const Json& ldap_dn_pwd,
-                           const Json& user_group_folder_hidden);
-  // params: "location" (text; empty or absent writes "xian"). True when the page's saved
-  // value then equals what was entered.
-  bool web_set_system_config(const Json& params);
-  Json web_get_device_location_info();
-  // "GET" with no state: {"state", "city"} of the current setting; "GET" with a state: the
-  // cities offered for it (the region is changed on the page, not saved); "SET": null when
-  // saved, false when the region drop-down cannot be had, WebDisplayException when the
-  // console refuses. Any other method: MarletException, after the page was opened.
-  Json bmc_time_zone(const Json& method, const Json& state, const Json& city);
-  // {"value": engine id text}; stays in the content frame.
-  Json get_snmp_engine_id();
-  // The `value` of WebServerTimeOut_hidden, unconverted (null when the field has none).
-  Json web_get_web_timeout();
-  // Partition name -> usage text ("5%"), in page order; stays in the content frame.
-  Json web_get_disk_usage_percent();
-  // (end of service settings)
+  // ---- service settings: free functions on the wrapper, declared in settings/settings.h ----
 
   // ---- console idioms (console_idioms.cpp) ----
   // Clicks each menu id in order (locateElementById's default click).

@@ -1,5 +1,5 @@
 // The bench comparisons as free functions of their arguments and a logger, so that they
-// can be exercised without a wrapper or a browser; VornaWebWrapper's members forward here.
+// can be exercised without a wrapper or a browser; wrapper_comparisons.h forwards here.
 //
 // Each returns normally when everything agrees and raises at the first difference
 // (WebDisplayException), on an empty console side where one is checked

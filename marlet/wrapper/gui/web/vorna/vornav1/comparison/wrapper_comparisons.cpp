@@ -1,37 +1,39 @@
 // The wrapper's bench comparisons: they touch no browser, so they are the free functions
 // of this folder, writing to the wrapper's logger.
+#include "marlet/wrapper/gui/web/vorna/vornav1/comparison/wrapper_comparisons.h"
+
 #include "marlet/wrapper/gui/web/vorna/vornav1/comparison/comparisons.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
 namespace vorna {
 
-void VornaWebWrapper::compare_power(const Json& webPowerInfo, const Json& powerInfo) {
-  comparison::compare_power(webPowerInfo, powerInfo, logger());
+void compare_power(VornaWebWrapper& w, const Json& webPowerInfo, const Json& powerInfo) {
+  comparison::compare_power(webPowerInfo, powerInfo, w.logger());
 }
 
-void VornaWebWrapper::compare_pcie(const Json& webpcieInfo, const Json& pcieInfo) {
-  comparison::compare_pcie(webpcieInfo, pcieInfo, logger());
+void compare_pcie(VornaWebWrapper& w, const Json& webpcieInfo, const Json& pcieInfo) {
+  comparison::compare_pcie(webpcieInfo, pcieInfo, w.logger());
 }
 
-void VornaWebWrapper::compare_back_board(const Json& webBackBoardInfo, const Json& backBoardInfo) {
-  comparison::compare_back_board(webBackBoardInfo, backBoardInfo, logger());
+void compare_back_board(VornaWebWrapper& w, const Json& webBackBoardInfo, const Json& backBoardInfo) {
+  comparison::compare_back_board(webBackBoardInfo, backBoardInfo, w.logger());
 }
 
-void VornaWebWrapper::compare_riser(const Json& webRaiserInfo, const Json& riserInfo) {
-  comparison::compare_riser(webRaiserInfo, riserInfo, logger());
+void compare_riser(VornaWebWrapper& w, const Json& webRaiserInfo, const Json& riserInfo) {
+  comparison::compare_riser(webRaiserInfo, riserInfo, w.logger());
 }
 
-void VornaWebWrapper::compare_raid(const Json& webRaidInfo, const Json& raidInfo) {
-  comparison::compare_raid(webRaidInfo, raidInfo, logger());
+void compare_raid(VornaWebWrapper& w, const Json& webRaidInfo, const Json& raidInfo) {
+  comparison::compare_raid(webRaidInfo, raidInfo, w.logger());
 }
 
-void VornaWebWrapper::compare_memory(const Json& webMemoryInfo, const Json& osMemoryInfo) {
-  comparison::compare_memory(webMemoryInfo, osMemoryInfo, logger());
+void compare_memory(VornaWebWrapper& w, const Json& webMemoryInfo, const Json& osMemoryInfo) {
+  comparison::compare_memory(webMemoryInfo, osMemoryInfo, w.logger());
 }
 
-void VornaWebWrapper::compare_storage(const Json& webRaidInfo, const Json& raidInfo, const Json& webDiskInfo,
-                                      const Json& diskInfo) {
-  comparison::compare_storage(webRaidInfo, raidInfo, webDiskInfo, diskInfo, logger());
+void compare_storage(VornaWebWrapper& w, const Json& webRaidInfo, const Json& raidInfo, const Json& webDiskInfo,
+                     const Json& diskInfo) {
+  comparison::compare_storage(webRaidInfo, raidInfo, webDiskInfo, diskInfo, w.logger());
 }
 
 }  // namespace vorna

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/inventory/inventory.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/inventory/inventory_records.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
@@ -108,36 +109,36 @@ static Json read_card_table(VornaWebWrapper& w, const CardTable& table) {
   return result;
 }
 
-Json VornaWebWrapper::web_get_pcie_web_info() { return read_card_table(*this, pcie_table()); }
-Json VornaWebWrapper::web_get_hard_back_board_info() { return read_card_table(*this, back_board_table()); }
-Json VornaWebWrapper::web_get_riser_info() { return read_card_table(*this, riser_table()); }
-Json VornaWebWrapper::web_get_other_raid_info() { return read_card_table(*this, raid_table()); }
+Json web_get_pcie_web_info(VornaWebWrapper& w) { return read_card_table(w, pcie_table()); }
+Json web_get_hard_back_board_info(VornaWebWrapper& w) { return read_card_table(w, back_board_table()); }
+Json web_get_riser_info(VornaWebWrapper& w) { return read_card_table(w, riser_table()); }
+Json web_get_other_raid_info(VornaWebWrapper& w) { return read_card_table(w, raid_table()); }
 
-Json VornaWebWrapper::get_tpm_info() {
-  logger().info("[getTpm] start...");
-  auto opening = [this] {
-    locateElementById("menu_INFO");
-    locateElementById("menu_SYSTEM_INFO");
-    settle(5);
-    enter_content_frame();
-    settle(5);
-    locateElementById(tabs::kOther);
-    settle(5);
-    return quiet_lookups(other_entry_bodies(4));
+Json get_tpm_info(VornaWebWrapper& w) {
+  w.logger().info("[getTpm] start...");
+  auto opening = [&w] {
+    w.locateElementById("menu_INFO");
+    w.locateElementById("menu_SYSTEM_INFO");
+    w.settle(5);
+    w.enter_content_frame();
+    w.settle(5);
+    w.locateElementById(tabs::kOther);
+    w.settle(5);
+    return w.quiet_lookups(other_entry_bodies(4));
   };
-  auto element_lists = page_retry(opening);
-  _screenshot();
-  empty_guard(element_lists, "没有获取到安全模块信息标签，《安全模块标签》:%s");
+  auto element_lists = w.page_retry(opening);
+  w._screenshot();
+  w.empty_guard(element_lists, "没有获取到安全模块信息标签，《安全模块标签》:%s");
   auto element_list = first_rows(element_lists);
   static const char* kKeys[] = {"ProtocolType", "ProtocolVersion", "Manufacturer", "ManufacturerVersion", "SelfTest"};
   Json tpmList = Json::array();
   for (auto& row : element_list) {
-    auto texts = row_read(row, 5);
+    auto texts = w.row_read(row, 5);
     Json tpmInfo = Json::object();
     for (size_t i = 0; i < texts.size(); ++i) tpmInfo[kKeys[i]] = texts[i];
     tpmList.push_back(std::move(tpmInfo));
   }
-  leave_content_frame();
+  w.leave_content_frame();
   return tpmList;
 }
 

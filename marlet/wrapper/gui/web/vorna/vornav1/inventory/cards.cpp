@@ -1,6 +1,7 @@
 // The card tree of tabCard: the NIC's two fixed properties, and the network and FC cards
 // with their property lists and ports (each port's detail row opened and closed again).
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/inventory/inventory.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/inventory/inventory_records.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/inventory/system_info_page.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
@@ -48,55 +49,55 @@ const std::pair<const char*, const char*> kFcId{"FC_ID", "FC_ID"};
 
 }  // namespace
 
-Json VornaWebWrapper::get_nic_info() {
-  logger().info("[getNicInfo] start...");
-  open_page(pages::kSystemInfo);
-  locateElementById(tabs::kCard);
+Json get_nic_info(VornaWebWrapper& w) {
+  w.logger().info("[getNicInfo] start...");
+  w.open_page(pages::kSystemInfo);
+  w.locateElementById(tabs::kCard);
   Json nic_info = Json::object();
-  nic_info["name"] = getTextByXpath(R"(//*[@id="cardTable"]/ul/li[4]/p)", {.retry = 3, .highlight = false});
-  nic_info["type"] = getTextByXpath(R"(//*[@id="cardTable"]/ul/li[7]/p)", {.retry = 3, .highlight = false});
-  leave_content_frame();
+  nic_info["name"] = w.getTextByXpath(R"(//*[@id="cardTable"]/ul/li[4]/p)", {.retry = 3, .highlight = false});
+  nic_info["type"] = w.getTextByXpath(R"(//*[@id="cardTable"]/ul/li[7]/p)", {.retry = 3, .highlight = false});
+  w.leave_content_frame();
   return nic_info;
 }
 
-Json VornaWebWrapper::web_get_netcard_web_info() {
-  logger().info("[getFan] start...");
-  open_system_info_settled(*this);
-  auto netcardTree = tab_loop(tabs::kCard, 5, "//td[@id='CardTreeL']/ul/li/ul/li");
-  _screenshot();
-  empty_guard(netcardTree, "没有获取到网络信息标签");
+Json web_get_netcard_web_info(VornaWebWrapper& w) {
+  w.logger().info("[getFan] start...");
+  open_system_info_settled(w);
+  auto netcardTree = w.tab_loop(tabs::kCard, 5, "//td[@id='CardTreeL']/ul/li/ul/li");
+  w._screenshot();
+  w.empty_guard(netcardTree, "没有获取到网络信息标签");
   auto get_port_info = [](Element& _portLine) { return port_record(_portLine, kMediaType); };
   Json netcardInfos = Json::array();
   for (auto& oneNetcard : netcardTree) {
     Json netcardInfo = Json::object();
     oneNetcard.find_element_by_xpath("./a").click();
-    settle(10);
-    Element cardTable = quiet_lookup("//div[@id='cardTable']");
+    w.settle(10);
+    Element cardTable = w.quiet_lookup("//div[@id='cardTable']");
     auto cardDom = cardTable.find_elements_by_xpath("./ul/li");
     add_properties(netcardInfo, cardDom);
-    Element cardPortTable = quiet_lookup("//div[@id='cardPortTable']");
+    Element cardPortTable = w.quiet_lookup("//div[@id='cardPortTable']");
     auto portDom = cardPortTable.find_elements_by_xpath(kPortRows);
     Json portInfos = Json::array();
     for (auto& port : portDom) portInfos.push_back(get_port_info(port));
     netcardInfo.emplace("portInfos", std::move(portInfos));
     netcardInfos.push_back(std::move(netcardInfo));
   }
-  leave_content_frame();
+  w.leave_content_frame();
   return netcardInfos;
 }
 
-Json VornaWebWrapper::web_get_fccard_info() {
-  logger().info("[getFccardInfo] start...");
-  auto get_fc_image = [this] {
-    open_system_info_settled(*this);
-    auto fccardTree = tab_loop([this] {
-      locateElementById(tabs::kCard);
-      locateElementByXpath("//*[@id='CardTreeL']/ul/li[2]/span");  // opens the tree's second branch
-      settle(5);
-      return quiet_lookups("//*[@id='CardTreeL']/ul/li[2]/ul/li");
+Json web_get_fccard_info(VornaWebWrapper& w) {
+  w.logger().info("[getFccardInfo] start...");
+  auto get_fc_image = [&w] {
+    open_system_info_settled(w);
+    auto fccardTree = w.tab_loop([&w] {
+      w.locateElementById(tabs::kCard);
+      w.locateElementByXpath("//*[@id='CardTreeL']/ul/li[2]/span");  // opens the tree's second branch
+      w.settle(5);
+      return w.quiet_lookups("//*[@id='CardTreeL']/ul/li[2]/ul/li");
     });
-    _screenshot();
-    empty_guard(fccardTree, "没有获取到FC卡信息");
+    w._screenshot();
+    w.empty_guard(fccardTree, "没有获取到FC卡信息");
     return fccardTree;  // the content frame stays entered
   };
   auto fccardTree = get_fc_image();
@@ -104,17 +105,17 @@ Json VornaWebWrapper::web_get_fccard_info() {
   for (auto& oneFccard : fccardTree) {
     Json fccardInfo = Json::object();
     oneFccard.find_element_by_xpath("./a").click();
-    Element cardTable = quiet_lookup("//*[@id='cardTable']/ul");
+    Element cardTable = w.quiet_lookup("//*[@id='cardTable']/ul");
     auto cardDom = cardTable.find_elements_by_xpath("./li");
     add_properties(fccardInfo, cardDom);
-    Element cardPortTable = quiet_lookup("//*[@id='cardPortTable']");
+    Element cardPortTable = w.quiet_lookup("//*[@id='cardPortTable']");
     auto portDom = cardPortTable.find_elements_by_xpath(kPortRows);
     Json portInfos = Json::array();
     for (auto& port : portDom) portInfos.push_back(port_record(port, kFcId));
     fccardInfo.emplace("portInfos", std::move(portInfos));
     fccardInfos.push_back(std::move(fccardInfo));
   }
-  leave_content_frame();
+  w.leave_content_frame();
   return fccardInfos;
 }
 

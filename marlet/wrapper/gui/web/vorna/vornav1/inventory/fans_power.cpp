@@ -3,6 +3,7 @@
 #include <regex>
 
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/inventory/inventory.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/inventory/inventory_records.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
@@ -22,23 +23,23 @@ constexpr std::pair<const char*, const char*> kPowerColumns[] = {
 };
 }  // namespace
 
-Json VornaWebWrapper::web_get_fan_web_info() {
-  logger().info("[getFan] start...");
-  locateElementById("menu_INFO");
-  repeated_click("menu_SYSTEM_INFO", 3);
-  enter_content_frame();
-  settle(5);
-  auto rows = tab_retry(tabs::kFan, 5, [this] { return quiet_lookups(kFirstTableRows); });
-  _screenshot();
-  empty_guard(rows, "没有获取到风扇信息标签，《风扇标签》:%s");
+Json web_get_fan_web_info(VornaWebWrapper& w) {
+  w.logger().info("[getFan] start...");
+  w.locateElementById("menu_INFO");
+  w.repeated_click("menu_SYSTEM_INFO", 3);
+  w.enter_content_frame();
+  w.settle(5);
+  auto rows = w.tab_retry(tabs::kFan, 5, [&w] { return w.quiet_lookups(kFirstTableRows); });
+  w._screenshot();
+  w.empty_guard(rows, "没有获取到风扇信息标签，《风扇标签》:%s");
   Json fanList = Json::array();
   for (auto& row : rows) {
-    auto texts = row_read(row, 5);
+    auto texts = w.row_read(row, 5);
     Json fanInfo = Json::object();
     for (size_t i = 0; i < texts.size(); ++i) fanInfo[kFanKeys[i]] = texts[i];
     fanList.push_back(std::move(fanInfo));
   }
-  leave_content_frame();
+  w.leave_content_frame();
   return fanList;
 }
 
@@ -60,35 +61,35 @@ void join_consumption(Json& powerList, const std::string& actual_power) {
   }
 }
 
-Json VornaWebWrapper::web_get_power_web_info() {
-  logger().info("[getPower] start...");
-  locateElementById("menu_INFO");
-  repeated_click("menu_SYSTEM_INFO", 3);
-  settle(5);
-  enter_content_frame();
-  settle(5);
-  auto rows = tab_retry(tabs::kPower, 5, [this] { return quiet_lookups(kFirstTableRows); });
-  _screenshot();
-  empty_guard(rows, "没有获取到电源信息标签，《电源标签》:%s");
+Json web_get_power_web_info(VornaWebWrapper& w) {
+  w.logger().info("[getPower] start...");
+  w.locateElementById("menu_INFO");
+  w.repeated_click("menu_SYSTEM_INFO", 3);
+  w.settle(5);
+  w.enter_content_frame();
+  w.settle(5);
+  auto rows = w.tab_retry(tabs::kPower, 5, [&w] { return w.quiet_lookups(kFirstTableRows); });
+  w._screenshot();
+  w.empty_guard(rows, "没有获取到电源信息标签，《电源标签》:%s");
   Json powerList = Json::array();
   for (auto& row : rows) {
     Json powerInfo = Json::object();
     for (const auto& [key, column] : kPowerColumns) powerInfo[key] = row.find_element_by_xpath(column).text();
     powerList.push_back(std::move(powerInfo));
   }
-  leave_content_frame();
+  w.leave_content_frame();
 
-  logger().info("get Power Consumption Info");
-  open_page(pages::kPowerStatistics);
+  w.logger().info("get Power Consumption Info");
+  w.open_page(pages::kPowerStatistics);
   std::string actual_power;
   try {
-    actual_power = getTextById("actual_power");
+    actual_power = w.getTextById("actual_power");
   } catch (...) {
-    logger().warn("There is no ConsumedWatts Info");
+    w.logger().warn("There is no ConsumedWatts Info");
     actual_power.clear();
   }
   join_consumption(powerList, actual_power);
-  leave_content_frame();
+  w.leave_content_frame();
   return powerList;
 }
 

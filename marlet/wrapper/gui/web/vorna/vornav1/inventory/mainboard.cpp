@@ -3,6 +3,7 @@
 #include <regex>
 
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/inventory/inventory.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
 namespace vorna {
@@ -35,21 +36,21 @@ std::string first_digit(const std::optional<std::string>& text) {
 }
 }  // namespace
 
-Json VornaWebWrapper::web_get_main_board_info() {
-  logger().info("[getMainboardInfo] start...");
-  open_page(pages::kSystemInfo);
+Json web_get_main_board_info(VornaWebWrapper& w) {
+  w.logger().info("[getMainboardInfo] start...");
+  w.open_page(pages::kSystemInfo);
   Json mainboardInfoDict = Json::object();
-  for (const auto& [key, id] : kMainboardFields) mainboardInfoDict[key] = getTextById(id);
-  leave_content_frame();
+  for (const auto& [key, id] : kMainboardFields) mainboardInfoDict[key] = w.getTextById(id);
+  w.leave_content_frame();
   return mainboardInfoDict;
 }
 
-Json VornaWebWrapper::get_back_info() {
-  logger().info("[getRaidName] start...");
-  open_page(pages::kSystemInfo);
-  locateElementById(tabs::kOther);
-  auto pcie_info = getAttributeById("pcie_card_info", "name");
-  auto backplane = getAttributeByXpath(kBackplaneEntry, "name");
+Json get_back_info(VornaWebWrapper& w) {
+  w.logger().info("[getRaidName] start...");
+  w.open_page(pages::kSystemInfo);
+  w.locateElementById(tabs::kOther);
+  auto pcie_info = w.getAttributeById("pcie_card_info", "name");
+  auto backplane = w.getAttributeByXpath(kBackplaneEntry, "name");
   std::string pcie_info_num = first_digit(pcie_info);
   std::string backplane_num = first_digit(backplane);
   // With no PCIe card the backplanes' table is the tab's first, else its second.
@@ -57,8 +58,8 @@ Json VornaWebWrapper::get_back_info() {
   Json back_dict = Json::object();
   long long rows = py::to_int(backplane_num);
   for (long long i = 0; i < rows; ++i) {
-    std::string name = getTextByXpath(py::format("//table[@id='%s']//tr[%s]/td[1]", tableId, i + 1));
-    std::string version = getTextByXpath(py::format("//table[@id='%s']//tr[%s]/td[7]", tableId, i + 1));
+    std::string name = w.getTextByXpath(py::format("//table[@id='%s']//tr[%s]/td[1]", tableId, i + 1));
+    std::string version = w.getTextByXpath(py::format("//table[@id='%s']//tr[%s]/td[7]", tableId, i + 1));
     back_dict[name] = version;
   }
   return back_dict;  // the content frame stays entered

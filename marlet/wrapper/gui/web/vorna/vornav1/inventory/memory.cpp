@@ -1,6 +1,7 @@
 // The memory modules of tabMemory. Cells are found by their tdtitle, so the console's
 // column order does not matter.
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/inventory/inventory.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/inventory/system_info_page.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
@@ -23,32 +24,33 @@ constexpr std::pair<const char*, const char*> kMemoryTitles[] = {
 };
 }  // namespace
 
-Json VornaWebWrapper::web_get_memory_web_info() {
-  logger().info("[getFan] start...");
-  open_system_info_settled(*this);
-  auto allMemory = tab_loop(tabs::kMemory, 5, "//table[@id='DataTables_Table_0']/tbody/tr");
-  _screenshot();
-  empty_guard(allMemory, "没有获取到内存信息标签，《内存标签》:%s");
+Json web_get_memory_web_info(VornaWebWrapper& w) {
+  w.logger().info("[getFan] start...");
+  open_system_info_settled(w);
+  auto allMemory = w.tab_loop(tabs::kMemory, 5, "//table[@id='DataTables_Table_0']/tbody/tr");
+  w._screenshot();
+  w.empty_guard(allMemory, "没有获取到内存信息标签，《内存标签》:%s");
   Json memoryInfos = Json::array();
   for (auto& oneMemory : allMemory) {
     Json memoryInfo = Json::object();
-    for (const auto& [key, title] : kMemoryTitles) memoryInfo.emplace(key, titled_cell_text(oneMemory, title));
+    for (const auto& [key, title] : kMemoryTitles)
+      memoryInfo.emplace(key, VornaWebWrapper::titled_cell_text(oneMemory, title));
     try {
-      std::string pn = titled_cell_text(oneMemory, "Part Number");
+      std::string pn = VornaWebWrapper::titled_cell_text(oneMemory, "Part Number");
       memoryInfo.emplace("pn", pn);
     } catch (...) {
-      logger().info("No part number exists.");
+      w.logger().info("No part number exists.");
     }
     std::string bomCode;
     try {
-      bomCode = titled_cell_text(oneMemory, "BOM Code ");  // the console's title ends in a blank
+      bomCode = VornaWebWrapper::titled_cell_text(oneMemory, "BOM Code ");  // the console's title ends in a blank
     } catch (...) {
-      bomCode = titled_cell_text(oneMemory, "BOM Code");
+      bomCode = VornaWebWrapper::titled_cell_text(oneMemory, "BOM Code");
     }
     memoryInfo.emplace("bomCode", bomCode);
     memoryInfos.push_back(std::move(memoryInfo));
   }
-  leave_content_frame();
+  w.leave_content_frame();
   return memoryInfos;
 }
 

@@ -1,6 +1,7 @@
 // The processors of tabProcess: a block of label and value rows per processor, three of
 // whose texts give numbers (digit runs).
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/inventory/inventory.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/operation_params.h"
 
@@ -33,44 +34,44 @@ Json common_fields(Element& cpuPermutation) {
 }
 }  // namespace
 
-Json VornaWebWrapper::web_get_cpu_info_vorna(const Json& params) {
+Json web_get_cpu_info_vorna(VornaWebWrapper& w, const Json& params) {
   require_params_map(params, "web_get_cpu_info_vorna");
   Json requestType = py::get(params, "type");
-  logger().info("[getCpuInfoVorna] get cpu info from vorna.");
-  locateElementById("menu_INFO");
-  settle(5);
-  locateElementById("menu_SYSTEM_INFO");
-  settle(5);
-  enter_content_frame();
-  tab_retry(tabs::kProcess, 10, [] { return 0; });
-  if (requestType == "single") return web_get_cpu_info_vorna_single();
-  if (requestType == "all") return web_get_cpu_info_all();
+  w.logger().info("[getCpuInfoVorna] get cpu info from vorna.");
+  w.locateElementById("menu_INFO");
+  w.settle(5);
+  w.locateElementById("menu_SYSTEM_INFO");
+  w.settle(5);
+  w.enter_content_frame();
+  w.tab_retry(tabs::kProcess, 10, [] { return 0; });
+  if (requestType == "single") return web_get_cpu_info_vorna_single(w);
+  if (requestType == "all") return web_get_cpu_info_all(w);
   return nullptr;  // the content frame stays entered
 }
 
-Json VornaWebWrapper::web_get_cpu_info_vorna_single() {
+Json web_get_cpu_info_vorna_single(VornaWebWrapper& w) {
   std::optional<Element> cpuPermutation;
   try {
-    cpuPermutation = quiet_lookup("//div[@id='cpupermutation']/div[1]/div/table/tbody");
+    cpuPermutation = w.quiet_lookup("//div[@id='cpupermutation']/div[1]/div/table/tbody");
   } catch (const marlet::MarletException&) {
   }
   if (!cpuPermutation) {
-    leave_content_frame();
+    w.leave_content_frame();
     throw marlet::WebElementException(kNoCpu);
   }
   Json cpuInfo = common_fields(*cpuPermutation);
-  leave_content_frame();
+  w.leave_content_frame();
   return cpuInfo;
 }
 
-Json VornaWebWrapper::web_get_cpu_info_all() {
+Json web_get_cpu_info_all(VornaWebWrapper& w) {
   std::optional<Element> cpuPermutations;
   try {
-    cpuPermutations = quiet_lookup("//div[@id='cpupermutation']");
+    cpuPermutations = w.quiet_lookup("//div[@id='cpupermutation']");
   } catch (const marlet::MarletException&) {
   }
   if (!cpuPermutations) {
-    leave_content_frame();
+    w.leave_content_frame();
     throw marlet::WebElementException(kNoCpu);
   }
   auto cpuList = cpuPermutations->find_elements_by_xpath("./div[@class='monitor']");
@@ -84,7 +85,7 @@ Json VornaWebWrapper::web_get_cpu_info_all() {
     cpuInfo.emplace("Others", row_text(cpuPermutation, 11));
     cpuInfos.push_back(std::move(cpuInfo));
   }
-  leave_content_frame();
+  w.leave_content_frame();
   return cpuInfos;
 }
 

@@ -1,4 +1,5 @@
 // The alarm page's verdict and the login page's error label.
+#include "marlet/wrapper/gui/web/vorna/vornav1/logs/logs.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
 namespace vorna {
@@ -10,23 +11,23 @@ constexpr const char* kNoAlarmsChinese = "当前没有告警信息.";
 constexpr const char* kNoAlarmsEnglish = "No current alarms.";
 }  // namespace
 
-bool VornaWebWrapper::check_health() {
-  logger().info("[warningInfo] start...");
-  open_page(pages::kAlarms);
-  std::string warn_info = getTextById("currentAlarmTable", {.retry = 3, .highlight = false});
-  leave_content_frame();
+bool check_health(VornaWebWrapper& w) {
+  w.logger().info("[warningInfo] start...");
+  w.open_page(pages::kAlarms);
+  std::string warn_info = w.getTextById("currentAlarmTable", {.retry = 3, .highlight = false});
+  w.leave_content_frame();
   // Whole and exact: other spacing or a missing full stop is an alarm text.
   if (warn_info == kNoAlarmsChinese || warn_info == kNoAlarmsEnglish) return true;
-  logger().error(py::format("current alarms: %s", warn_info));
+  w.logger().error(py::format("current alarms: %s", warn_info));
   return false;
 }
 
-std::string VornaWebWrapper::web_get_error_warning() {
+std::string web_get_error_warning(VornaWebWrapper& w) {
   // The label is hidden until a login fails; the console's own `$` shows it for the
   // reading (a hidden element has no text) and hides it again.
-  session().execute_script(R"($("#lblLoginError").attr("style","display: block;"))");
-  std::string result = getTextById("lblLoginError");
-  session().execute_script(R"($("#lblLoginError").attr("style","display: None;"))");
+  w.session().execute_script(R"($("#lblLoginError").attr("style","display: block;"))");
+  std::string result = w.getTextById("lblLoginError");
+  w.session().execute_script(R"($("#lblLoginError").attr("style","display: None;"))");
   return result;
 }
 

@@ -1,6 +1,7 @@
 // The operation log and the system events, walked page by page through their pagers.
 #include <set>
 
+#include "marlet/wrapper/gui/web/vorna/vornav1/logs/logs.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/logs/log_tables.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/operation_params.h"
@@ -8,22 +9,22 @@
 namespace vorna {
 namespace py = marlet::py;
 
-bool VornaWebWrapper::web_check_bmc_log(const Json& params) {
+bool web_check_bmc_log(VornaWebWrapper& w, const Json& params) {
   require_params_map(params, "web_check_bmc_log");
   Json given = py::get(params, "check_list");
   std::vector<std::string> check_list =
       given.is_null() ? logs::default_sentences() : logs::text_list(given, "check_list");
   Json rows = Json::array();
-  logger().info("[checkBmcLog] check bmc log.");
-  open_page(pages::kOperationLog);
+  w.logger().info("[checkBmcLog] check bmc log.");
+  w.open_page(pages::kOperationLog);
   // The pager link comes first on every page, the first included; no settle between.
   for (int link : logs::kOperationPagerNumbers) {
-    locateElementByXpath(py::format(logs::kOperationPagerLink, link));
+    w.locateElementByXpath(py::format(logs::kOperationPagerLink, link));
     for (int row = 1; row <= logs::kOperationRowsPerPage; ++row)
-      rows.push_back(getTextByXpath(py::format(logs::kOperationRowText, row)));
+      rows.push_back(w.getTextByXpath(py::format(logs::kOperationRowText, row)));
   }
-  leave_content_frame();
-  logger().info(py::str(rows));
+  w.leave_content_frame();
+  w.logger().info(py::str(rows));
   std::string joined;
   for (size_t i = 0; i < rows.size(); ++i) {
     if (i) joined += ' ';
@@ -32,25 +33,25 @@ bool VornaWebWrapper::web_check_bmc_log(const Json& params) {
   // Joined with a blank, so a sentence that runs over two rows still matches.
   for (const auto& sentence : check_list) {
     if (!py::contains(joined, sentence)) {
-      logger().error(py::format("(%s) is not found.", sentence));
+      w.logger().error(py::format("(%s) is not found.", sentence));
       return false;
     }
   }
   return true;
 }
 
-bool VornaWebWrapper::check_keyword_in_system_log(const Json& keyword_list, const Json& check_time) {
+bool check_keyword_in_system_log(VornaWebWrapper& w, const Json& keyword_list, const Json& check_time) {
   std::vector<std::string> keywords = logs::text_list(keyword_list, "keyword_list");
   if (!check_time.is_number())
     throw marlet::TypeError(
         py::format("check_time must be seconds since the epoch, a number, not %s", py::repr(check_time)));
   const double limit = check_time.get<double>();
-  logger().info("[checkKeywordInSystemLog] check keyword in system log");
-  locateElementById("menu_ALARMS");
-  waitElement("id", "menu_ALARMS_DETAIL", 60, 3);
-  locateElementById("menu_ALARMS_DETAIL");
-  waitElement("class", kContentFrame, 60, 3);
-  enter_content_frame();
+  w.logger().info("[checkKeywordInSystemLog] check keyword in system log");
+  w.locateElementById("menu_ALARMS");
+  w.waitElement("id", "menu_ALARMS_DETAIL", 60, 3);
+  w.locateElementById("menu_ALARMS_DETAIL");
+  w.waitElement("class", kContentFrame, 60, 3);
+  w.enter_content_frame();
   // The scan ends at a row older than the limit, at a keyword, or at a failed read. A
   // table whose rows are all newer than the limit would give none of these once the
   // pager cannot move on (its last page, full), so a page whose rows were all seen
@@ -58,19 +59,19 @@ bool VornaWebWrapper::check_keyword_in_system_log(const Json& keyword_list, cons
   // more to look at. This also ends a pager that cycles back to an earlier page.
   std::set<std::vector<std::string>> seen;
   for (;;) {
-    locateElementByXpath(logs::kEventPager);
+    w.locateElementByXpath(logs::kEventPager);
     std::vector<std::string> page;
     for (int row = 1; row <= logs::kEventRowsPerPage; ++row) {
-      std::string when = getTextByXpath(py::format(logs::kEventTime, row));
+      std::string when = w.getTextByXpath(py::format(logs::kEventTime, row));
       if (logs::local_seconds(when) < limit) {
-        leave_content_frame();
+        w.leave_content_frame();
         return false;
       }
-      std::string description = getTextByXpath(py::format(logs::kEventDescription, row));
+      std::string description = w.getTextByXpath(py::format(logs::kEventDescription, row));
       for (const auto& keyword : keywords) {
         if (py::contains(description, keyword)) {
-          std::string event_id = getTextByXpath(py::format(logs::kEventId, row));
-          logger().error(py::format("关键字%s出现在系统日志%s中，事件ID为%s", keyword, description, event_id));
+          std::string event_id = w.getTextByXpath(py::format(logs::kEventId, row));
+          w.logger().error(py::format("关键字%s出现在系统日志%s中，事件ID为%s", keyword, description, event_id));
           return true;  // inside the content frame
         }
       }
@@ -78,8 +79,8 @@ bool VornaWebWrapper::check_keyword_in_system_log(const Json& keyword_list, cons
       page.push_back(description);
     }
     if (!seen.insert(std::move(page)).second) {
-      logger().warn("[checkKeywordInSystemLog] the pager shows no new page: end of the system log");
-      leave_content_frame();
+      w.logger().warn("[checkKeywordInSystemLog] the pager shows no new page: end of the system log");
+      w.leave_content_frame();
       return false;
     }
   }

@@ -1,5 +1,6 @@
 // The real-time monitor's disk chart: one entry per partition, name and usage as the page
 // writes them.
+#include "marlet/wrapper/gui/web/vorna/vornav1/settings/settings.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
 namespace vorna {
@@ -9,11 +10,11 @@ constexpr const char* kDiskLink = R"(//*[@id="disk_info"]/div[1]/a)";
 constexpr const char* kDiskChart = R"(//*[@id="diskChart"])";
 }  // namespace
 
-Json VornaWebWrapper::web_get_disk_usage_percent() {
-  logger().info("[getDiskUsagePercent] start...");
-  open_page(pages::kRealTimeMonitor);
-  locateElementByXpath(kDiskLink);
-  Element chart = quiet_lookup(kDiskChart);
+Json web_get_disk_usage_percent(VornaWebWrapper& w) {
+  w.logger().info("[getDiskUsagePercent] start...");
+  w.open_page(pages::kRealTimeMonitor);
+  w.locateElementByXpath(kDiskLink);
+  Element chart = w.quiet_lookup(kDiskChart);
   Json usage = Json::object();
   for (auto& partition : chart.find_elements_by_xpath("./div")) {
     auto name = partition.find_element_by_xpath("./span[1]").get_attribute("innerHTML");
@@ -21,7 +22,7 @@ Json VornaWebWrapper::web_get_disk_usage_percent() {
     // innerHTML is a property every element has; an absent one would be a broken browser.
     usage[name.value_or("")] = percent ? Json(*percent) : Json(nullptr);
   }
-  logger().info("[getDiskUsagePercent] completion.");
+  w.logger().info("[getDiskUsagePercent] completion.");
   return usage;
 }
 

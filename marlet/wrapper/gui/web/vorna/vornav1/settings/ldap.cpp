@@ -1,6 +1,7 @@
 // LDAP: the page holds one tab per domain controller; enter_ldap_config selects a tab and
 // config_ldap_service fills and saves its form. Neither logs anything, so no password of
 // the form reaches the log.
+#include "marlet/wrapper/gui/web/vorna/vornav1/settings/settings.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/operation_params.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/settings/settings_args.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
@@ -16,7 +17,7 @@ constexpr const char* kCertEnable = R"(//*[@id="ldap_cert_enable"]/label[%s])";
 constexpr const char* kCertVerifyLevel = R"(//*[@id="ldap_cert_verify_level"]/label[%s])";
 }  // namespace
 
-void VornaWebWrapper::enter_ldap_config(const Json& ldap_controller_id) {
+void enter_ldap_config(VornaWebWrapper& w, const Json& ldap_controller_id) {
   // A tab number goes into the locator as its text; True or None would make a locator
   // that names no tab at all.
   if (!ldap_controller_id.is_string() && !ldap_controller_id.is_number_integer() &&
@@ -24,14 +25,13 @@ void VornaWebWrapper::enter_ldap_config(const Json& ldap_controller_id) {
     throw marlet::TypeError(py::format("enter_ldap_config() argument 'ldap_controller_id' must be a text, not %s",
                                        py::type_name(ldap_controller_id)));
   std::string tab = py::format(kControllerTab, ldap_controller_id);
-  open_page(pages::kLdap);
-  locateElementByXpath(tab);
+  w.open_page(pages::kLdap);
+  w.locateElementByXpath(tab);
 }
 
-void VornaWebWrapper::config_ldap_service(const Json& ldap_ip, const Json& ldap_domainName, const Json& ldap_pwd,
-                                          const Json& ldap_cert_enable, const Json& ldap_cert_verify_level,
-                                          const Json& ldaps_port, const Json& ldap_bind_dn, const Json& ldap_dn_pwd,
-                                          const Json& user_group_folder_hidden) {
+void config_ldap_service(VornaWebWrapper& w, const Json& ldap_ip, const Json& ldap_domainName, const Json& ldap_pwd,
+                         const Json& ldap_cert_enable, const Json& ldap_cert_verify_level, const Json& ldaps_port,
+                         const Json& ldap_bind_dn, const Json& ldap_dn_pwd, const Json& user_group_folder_hidden) {
   constexpr const char* op = "config_ldap_service";
   // Every argument is checked before the first click, so a bad call leaves the form alone.
   std::string cert_enable = text_arg(ldap_cert_enable, op, "ldap_cert_enable");
@@ -50,17 +50,17 @@ void VornaWebWrapper::config_ldap_service(const Json& ldap_ip, const Json& ldap_
                                    {&folder, "user_group_folder_hidden"}})
     if (*text) typed_text(**text, name);
 
-  locateElementByXpath(py::format(kCertEnable, cert_enable));
-  locateElementByXpath(py::format(kCertVerifyLevel, verify_level));
-  fillElementById("LdapIp", ip);
-  fillElementById("Ldapsport", port);
-  fillElementById("ldapdomainName", domain);
-  if (bind_dn) fillElementById("ldap_bind_dn", *bind_dn);
-  if (dn_pwd) fillElementById("ldap_dn_pwd", *dn_pwd);
-  if (folder) fillElementById("user_group_folder_hidden", *folder);
+  w.locateElementByXpath(py::format(kCertEnable, cert_enable));
+  w.locateElementByXpath(py::format(kCertVerifyLevel, verify_level));
+  w.fillElementById("LdapIp", ip);
+  w.fillElementById("Ldapsport", port);
+  w.fillElementById("ldapdomainName", domain);
+  if (bind_dn) w.fillElementById("ldap_bind_dn", *bind_dn);
+  if (dn_pwd) w.fillElementById("ldap_dn_pwd", *dn_pwd);
+  if (folder) w.fillElementById("user_group_folder_hidden", *folder);
   // The user's password is entered always, last, even when empty.
-  fillElementById("ldap_pwd", pwd);
-  locateElementById("saveLdapSet");
+  w.fillElementById("ldap_pwd", pwd);
+  w.locateElementById("saveLdapSet");
 }
 
 }  // namespace vorna

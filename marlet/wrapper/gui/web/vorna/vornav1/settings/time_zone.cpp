@@ -1,5 +1,6 @@
 // The controller's time zone on the network page: two dependent drop-downs (region, then
 // the cities of that region) and a save whose result notice shows in the top document.
+#include "marlet/wrapper/gui/web/vorna/vornav1/settings/settings.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/settings/settings_args.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 #include "webdriver/support/select.h"
@@ -15,7 +16,7 @@ constexpr const char* kSaveXpath = R"(//*[@id="saveTimeZoneSet"])";
 constexpr const char* kSuccessClass = "operatecss4";
 }  // namespace
 
-Json VornaWebWrapper::bmc_time_zone(const Json& method, const Json& state, const Json& city) {
+Json bmc_time_zone(VornaWebWrapper& w, const Json& method, const Json& state, const Json& city) {
   constexpr const char* op = "bmc_time_zone";
   const bool get = method == "GET";
   const bool set = method == "SET";
@@ -32,44 +33,45 @@ Json VornaWebWrapper::bmc_time_zone(const Json& method, const Json& state, const
     require_text(city, "city");
   }
 
-  logger().info("[bmcTimeZone] start...");
-  open_page(pages::kNetwork);
+  w.logger().info("[bmcTimeZone] start...");
+  w.open_page(pages::kNetwork);
   if (get) {
-    logger().info("[bmcTimeZone] get...");
+    w.logger().info("[bmcTimeZone] get...");
     Json result;
     if (state.is_null()) {
-      auto region = getAttributeById("timezoneState", "value");
-      auto town = getAttributeById("timezoneCity", "value");
+      auto region = w.getAttributeById("timezoneState", "value");
+      auto town = w.getAttributeById("timezoneCity", "value");
       result = Json::object();
       result["state"] = region ? Json(*region) : Json(nullptr);
       result["city"] = town ? Json(*town) : Json(nullptr);
     } else {
-      webdriver::Select(locateElementByXpath(kStateXpath)).select_by_visible_text(state.get<std::string>());
+      webdriver::Select(w.locateElementByXpath(kStateXpath)).select_by_visible_text(state.get<std::string>());
       result = Json::array();
-      for (auto& entry : py::split(session().find_element_by_id("timezoneCity").text(), "\n")) result.push_back(entry);
+      for (auto& entry : py::split(w.session().find_element_by_id("timezoneCity").text(), "\n"))
+        result.push_back(entry);
     }
-    leave_content_frame();
-    logger().info("time zone:" + py::str(result));
-    logger().info("[bmcTimeZone] completion.");
+    w.leave_content_frame();
+    w.logger().info("time zone:" + py::str(result));
+    w.logger().info("[bmcTimeZone] completion.");
     return result;
   }
   if (set) {
-    logger().info("[bmcTimeZone] set...");
+    w.logger().info("[bmcTimeZone] set...");
     try {
-      locateElementById("timezoneState");
+      w.locateElementById("timezoneState");
     } catch (const std::exception& e) {
-      logger().warn(py::format("failed search element with id:timezoneState. \n %s", e.what()));
+      w.logger().warn(py::format("failed search element with id:timezoneState. \n %s", e.what()));
       return false;
     }
-    scrollScreen("xpath", kStateXpath, 2);
-    webdriver::Select(locateElementByXpath(kStateXpath)).select_by_visible_text(state.get<std::string>());
-    webdriver::Select(locateElementByXpath(kCityXpath)).select_by_visible_text(city.get<std::string>());
-    scrollScreen("xpath", kSaveXpath, 2);
-    locateElementByXpath(kSaveXpath);
-    leave_content_frame();
-    waitElement("id", "OperateSucc", 20, 1);
-    auto notice = getAttributeById("OperateSucc", "class");
-    logger().info("[bmcTimeZone] completion.");
+    w.scrollScreen("xpath", kStateXpath, 2);
+    webdriver::Select(w.locateElementByXpath(kStateXpath)).select_by_visible_text(state.get<std::string>());
+    webdriver::Select(w.locateElementByXpath(kCityXpath)).select_by_visible_text(city.get<std::string>());
+    w.scrollScreen("xpath", kSaveXpath, 2);
+    w.locateElementByXpath(kSaveXpath);
+    w.leave_content_frame();
+    w.waitElement("id", "OperateSucc", 20, 1);
+    auto notice = w.getAttributeById("OperateSucc", "class");
+    w.logger().info("[bmcTimeZone] completion.");
     if (!notice || !py::contains(*notice, kSuccessClass)) throw marlet::WebDisplayException("set time zone failed");
     return nullptr;
   }

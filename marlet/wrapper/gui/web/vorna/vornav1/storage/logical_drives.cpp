@@ -1,6 +1,7 @@
 // Deleting and creating RAID logical drives on the storage tab's configuration panel.
 // Neither operation reads the outcome back: the storage tree readers show it.
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/storage/storage.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/operation_params.h"
 
@@ -49,41 +50,41 @@ void check_create_params(const Json& params) {
 }
 }  // namespace
 
-void VornaWebWrapper::delete_all_raid_logical_driver() {
-  logger().info("[deleteAllRaidLogicalDriver] start...");
-  open_logical_drive_pane(*this);
-  locateElementByXpath(kSwitchToDelete);
-  settle(5);
+void delete_all_raid_logical_driver(VornaWebWrapper& w) {
+  w.logger().info("[deleteAllRaidLogicalDriver] start...");
+  open_logical_drive_pane(w);
+  w.locateElementByXpath(kSwitchToDelete);
+  w.settle(5);
   bool empty = true;
   for (const char* id : kDeleteMarks) {
     // The browser's own lookup: a missing mark arrives as NoSuchElementException, which
     // is a MarletException, and ends the selection there.
     try {
-      session().find_element_by_xpath(py::format(kDeleteMark, id)).click();
-      settle(1);
+      w.session().find_element_by_xpath(py::format(kDeleteMark, id)).click();
+      w.settle(1);
       empty = false;
     } catch (const marlet::MarletException&) {
       break;
     }
   }
   if (!empty) {
-    locateElementById(kDeleteButton, {.click = true, .highlight = false, .retry = 1, .delay = 3});
-    confirm_dialog();
+    w.locateElementById(kDeleteButton, {.click = true, .highlight = false, .retry = 1, .delay = 3});
+    w.confirm_dialog();
   } else {
-    leave_content_frame();  // no logical drive: nothing to delete, and no failure
+    w.leave_content_frame();  // no logical drive: nothing to delete, and no failure
   }
-  settle(10);
+  w.settle(10);
 }
 
-void VornaWebWrapper::create_raid_logical_driver(const Json& params) {
+void create_raid_logical_driver(VornaWebWrapper& w, const Json& params) {
   check_create_params(params);
-  logger().info("[createRaidLogicalDriver] start...");
-  open_logical_drive_pane(*this);
-  locateElementByXpath(kSwitchToCreate);
-  settle(5);
-  fillElementByXpath(kNameField, required(params, "name").get<std::string>());
-  locateElementByXpath(kLevelBox);
-  auto elements = session().find_elements_by_xpath(kLevelRows);
+  w.logger().info("[createRaidLogicalDriver] start...");
+  open_logical_drive_pane(w);
+  w.locateElementByXpath(kSwitchToCreate);
+  w.settle(5);
+  w.fillElementByXpath(kNameField, required(params, "name").get<std::string>());
+  w.locateElementByXpath(kLevelBox);
+  auto elements = w.session().find_elements_by_xpath(kLevelRows);
   bool chosen = false;
   for (auto& element : elements) {
     std::string text = element.find_element_by_xpath(kLevelText).text();
@@ -95,12 +96,12 @@ void VornaWebWrapper::create_raid_logical_driver(const Json& params) {
   }
   // A level the list does not offer leaves the frame, so the disk and save lookups that
   // follow fail in the element layer and nothing is saved.
-  if (!chosen) leave_content_frame();
+  if (!chosen) w.leave_content_frame();
   long long count = required(params, "count").get<long long>();
-  for (long long i = 0; i < count; ++i) locateElementById(py::format(kDiskSelection, i));
-  locateElementById(kSave);
-  confirm_dialog();
-  settle(10);
+  for (long long i = 0; i < count; ++i) w.locateElementById(py::format(kDiskSelection, i));
+  w.locateElementById(kSave);
+  w.confirm_dialog();
+  w.settle(10);
 }
 
 }  // namespace vorna

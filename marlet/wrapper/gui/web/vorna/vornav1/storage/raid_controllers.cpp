@@ -1,6 +1,7 @@
 // The RAID controllers as the console shows them: the panes of every "RAID" entry of the
 // storage tree, and the name in the RAID card table of the other-cards tab.
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/storage/storage.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/storage/storage_tree.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
@@ -30,27 +31,27 @@ void bbuinfo(std::vector<Element>& bbu_rows, Json& record) {
 }
 }  // namespace
 
-Json VornaWebWrapper::web_get_raid_web_info() {
-  logger().info("[get_raid_info] start...");
+Json web_get_raid_web_info(VornaWebWrapper& w) {
+  w.logger().info("[get_raid_info] start...");
   Json raid_info = Json::object();
   // The storage tree fills slowly on the console: fixed settles, not the wrapper's timeout.
   for (const auto& id : pages::kSystemInfo) {
-    locateElementById(id);
-    settle(10);
+    w.locateElementById(id);
+    w.settle(10);
   }
-  enter_content_frame();
-  settle(10);
-  locateElementById(tabs::kStorage);
-  settle(10);
-  auto raid_list = quiet_lookups(kTopEntries);
-  _screenshot();
+  w.enter_content_frame();
+  w.settle(10);
+  w.locateElementById(tabs::kStorage);
+  w.settle(10);
+  auto raid_list = w.quiet_lookups(kTopEntries);
+  w._screenshot();
   auto read_title = [](Element& entry) { return entry.find_element_by_xpath(kTitle).text(); };
   walk_top_entries(raid_list, IndexRule::RaidTitles, read_title, [&](const TopEntry& entry) {
     if (!entry.index) return;  // not a RAID entry: not clicked, no index taken
     Json raidInfoDict = Json::object();
     raidInfoDict["cardname"] = entry.title;
     entry.element.find_element_by_xpath(kTitle).click();
-    auto& s = session();
+    auto& s = w.session();
     auto controller_rows = without_first(s.find_elements_by_xpath(kControllerRows), 2);
     auto out_of_band_rows = s.find_elements_by_xpath(kOutOfBandRows);
     auto bbu_rows = without_first(s.find_elements_by_xpath(kBbuRows), 2);
@@ -59,17 +60,17 @@ Json VornaWebWrapper::web_get_raid_web_info() {
     read_rows(out_of_band_rows, raidInfoDict);
     raid_info[std::to_string(*entry.index)] = std::move(raidInfoDict);
   });
-  leave_content_frame();
+  w.leave_content_frame();
   if (raid_info.size() == 1) return raid_info.begin().value();
   return raid_info;
 }
 
-std::string VornaWebWrapper::get_raid_name() {
-  logger().info("[getRaidName] start...");
-  open_page(pages::kSystemInfo);
-  locateElementById(tabs::kOther);
+std::string get_raid_name(VornaWebWrapper& w) {
+  w.logger().info("[getRaidName] start...");
+  w.open_page(pages::kSystemInfo);
+  w.locateElementById(tabs::kOther);
   // The caller leaves the content frame: the name is read where the table is.
-  return getTextByXpath(kRaidCardName);
+  return w.getTextByXpath(kRaidCardName);
 }
 
 }  // namespace vorna

@@ -1,5 +1,6 @@
 // The physical disks and the logical drives of the storage tree.
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/storage/storage.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/storage/storage_tree.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/operation_params.h"
@@ -34,20 +35,20 @@ void store_disk(webdriver::Session& browser, Element& entry, Json& into) {
 }
 }  // namespace
 
-Json VornaWebWrapper::get_storage_info(const Json& params) {
+Json get_storage_info(VornaWebWrapper& w, const Json& params) {
   require_params_map(params, "get_storage_info");
   Json raid_disk = py::get(params, "raid_disk");
   Json diskInfoAll = Json::object();
   Json notRaidDiskInfoAll = Json::object();
-  logger().info("[getStorage] start...");
-  locateElementById("menu_INFO");
-  repeated_click("menu_SYSTEM_INFO", 3);
-  enter_content_frame();
-  locateElementById(tabs::kStorage);
-  settle(10);
-  auto raid_list = quiet_lookups(kTopEntries);
-  _screenshot();
-  auto& browser = session();
+  w.logger().info("[getStorage] start...");
+  w.locateElementById("menu_INFO");
+  w.repeated_click("menu_SYSTEM_INFO", 3);
+  w.enter_content_frame();
+  w.locateElementById(tabs::kStorage);
+  w.settle(10);
+  auto raid_list = w.quiet_lookups(kTopEntries);
+  w._screenshot();
+  auto& browser = w.session();
   // Every entry's title is clicked before it is read, whatever the entry turns out to be.
   auto click_then_read = [](Element& entry) {
     entry.find_element_by_xpath(kTitle).click();
@@ -72,31 +73,31 @@ Json VornaWebWrapper::get_storage_info(const Json& params) {
     auto temp = entry.element.find_element_by_xpath(kTitle);
     if (names_disk(temp.text())) store_disk(browser, entry.element, notRaidDiskInfoAll);
   });
-  leave_content_frame();
+  w.leave_content_frame();
   return py::truthy(raid_disk) ? diskInfoAll : notRaidDiskInfoAll;
 }
 
-Json VornaWebWrapper::web_get_logical_driver_info() {
-  logger().info("[getLogicalDriverInfo] start...");
-  open_page(pages::kSystemInfo, 5);
-  locateElementById(tabs::kStorage);
-  settle(3);
+Json web_get_logical_driver_info(VornaWebWrapper& w) {
+  w.logger().info("[getLogicalDriverInfo] start...");
+  w.open_page(pages::kSystemInfo, 5);
+  w.locateElementById(tabs::kStorage);
+  w.settle(3);
   Json LogicalDriverInfo = Json::object();
   // The children of every top-level entry at once: a logical drive is never top-level.
-  for (auto& driver : session().find_elements_by_xpath(kSecondLevelEntries)) {
+  for (auto& driver : w.session().find_elements_by_xpath(kSecondLevelEntries)) {
     std::string span = driver.find_element_by_xpath(kTitle).text();
     if (!is_logical_drive(span)) continue;
     driver.click();  // the list item itself, not its title
-    settle(3);
+    w.settle(3);
     Json LogicalDriverDict = Json::object();
-    for (auto& row : without_first(session().find_elements_by_xpath(kLogicalDriveRows), 2)) {
+    for (auto& row : without_first(w.session().find_elements_by_xpath(kLogicalDriveRows), 2)) {
       std::string value = row.find_element_by_xpath(kRowValue).text();
       LogicalDriverDict[pane_key(row.find_element_by_xpath(kRowLabel).text())] = value;
     }
     LogicalDriverInfo[span] = std::move(LogicalDriverDict);
   }
-  logger().info(py::format("[getLogicalDriverInfo] %s", LogicalDriverInfo));
-  leave_content_frame();
+  w.logger().info(py::format("[getLogicalDriverInfo] %s", LogicalDriverInfo));
+  w.leave_content_frame();
   return LogicalDriverInfo;
 }
 
