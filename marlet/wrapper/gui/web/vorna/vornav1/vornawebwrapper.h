@@ -1,11 +1,12 @@
 // VornaWebWrapper: the automation driver of one controller's web console. A harness
-// builds one object per controller, logs it in, and calls its operations; each drives
-// the browser through the element layer (WebBase) with the console idioms below.
+// builds one object per controller, logs it in, and calls its operations. The class holds
+// what every operation shares: construction, the attributes, the element layer (WebBase),
+// login and logout, first-login registration and the settle.
 //
-// The operations of each subsystem are defined in that subsystem's folder (power/,
-// network/, comparison/, ...). A subsystem moved to its own header declares them there
-// as free functions taking the wrapper first (power/power.h); this header declares the
-// others, grouped the same way.
+// The operations are free functions taking the wrapper first, one header per subsystem:
+// accounts/accounts.h, boot/boot.h, comparison/wrapper_comparisons.h, firmware/firmware.h,
+// inventory/inventory.h, logs/logs.h, network/network.h, power/power.h, settings/settings.h,
+// storage/storage.h. They are written in the console idioms of console_idioms.h (internal).
 // Defaults of optional arguments are the binding's (python/init_<subsystem>.cpp): a C++
 // caller passes every argument.
 // Records and params are ordered_json with Python's meaning (see marlet/utils/pytext.h).
@@ -75,12 +76,6 @@ class VornaWebWrapper : public marlet::WebBase {
   void web_kill_firefox();
   void web_switch_page_logout();
 
-  // ---- bench comparison: free functions on the wrapper, declared in comparison/wrapper_comparisons.h ----
-
-  // ---- identity and versions: free functions on the wrapper, declared in network/network.h ----
-
-  // ---- power: free functions on the wrapper, declared in power/power.h ----
-
   // ---- first-login registration (register.cpp) ----
   // Logins from params alone ("ipv4", "username", "password", defaulting to the wrapper's
   // bmc_ip, username and password when empty or null) at "https://<ipv4>/login.html".
@@ -94,24 +89,6 @@ class VornaWebWrapper : public marlet::WebBase {
     std::string address, user, password;
   };
   RegisterLogin register_start(const Json& params, const char* operation);
-
-  // (end of registration)
-
-  // ---- user accounts: free functions on the wrapper, declared in accounts/accounts.h ----
-
-  // ---- management address: free functions on the wrapper, declared in network/network.h ----
-
-  // ---- boot configuration: free functions on the wrapper, declared in boot/boot.h ----
-
-  // ---- firmware and diagnostics: free functions on the wrapper, declared in firmware/firmware.h ----
-
-  // ---- inventory readers: free functions on the wrapper, declared in inventory/inventory.h ----
-
-  // ---- storage: free functions on the wrapper, declared in storage/storage.h ----
-
-  // ---- health and logs: free functions on the wrapper, declared in logs/logs.h ----
-
-  // ---- service settings: free functions on the wrapper, declared in settings/settings.h ----
 
   // ---- console idioms (console_idioms.cpp) ----
   // Clicks each menu id in order (locateElementById's default click).
