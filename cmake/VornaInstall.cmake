@@ -25,7 +25,7 @@ install(TARGETS marlet_platform marlet_web webdriver vorna EXPORT vornaTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/marlet ${PROJECT_SOURCE_DIR}/webdriver
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
-  FILES_MATCHING PATTERN "*.h" PATTERN "detail" EXCLUDE)
+  FILES_MATCHING PATTERN "*.h" PATTERN "detail" EXCLUDE PATTERN "console_idioms.h" EXCLUDE)
 set(VORNA_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/vorna)
 install(EXPORT vornaTargets NAMESPACE vorna:: DESTINATION ${VORNA_CMAKE_DIR})
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/vornaConfig.cmake.in

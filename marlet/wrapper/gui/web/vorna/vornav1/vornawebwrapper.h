@@ -90,13 +90,7 @@ class VornaWebWrapper : public marlet::WebBase {
   };
   RegisterLogin register_start(const Json& params, const char* operation);
 
-  // ---- console idioms (console_idioms.cpp) ----
-  // Clicks each menu id in order (locateElementById's default click).
-  void follow_menu(const MenuPath& path);
-  // The same menu id clicked `times` times in a row, no pause between the clicks.
-  void repeated_click(const std::string& id, int times);
-  void enter_content_frame();
-  void leave_content_frame();
+  // ---- the settle (settle_policy.h) ----
   // Every settle of every operation: the object's policy, else the process's. The
   // activity record shows the settle to a watcher (the command line's progress line).
   void settle(double seconds) {
@@ -106,71 +100,6 @@ class VornaWebWrapper : public marlet::WebBase {
   void page_settle() { settle(timeout); }
   std::optional<SettlePolicy> settle_policy() const { return settle_policy_; }
   const SettleStats& settle_stats() const { return settle_stats_; }
-  // Follows the menu path, settles `settle_seconds` (none when 0), enters the frame.
-  void open_page(const MenuPath& path, double settle_seconds = 0);
-  // Leaves the content frame, then clicks btnDialogOK.
-  void confirm_dialog();
-  // WebDriverWait(browser, wait, poll).until(visibility_of_element_located((By.ID, id))).
-  Element wait_until_visible(const std::string& id, double wait = 20, double poll = 1);
-  Element wait_until_visible_class(const std::string& class_name, double wait = 20, double poll = 1);
-  // locateElementByXpath / locateElementsByXpath without highlight or click.
-  Element quiet_lookup(const std::string& xpath);
-  std::vector<Element> quiet_lookups(const std::string& xpath);
-  // Click the tab, settle, run the lookup, under a catch of MarletException; on that
-  // failure the same steps once more, uncaught.
-  template <class F>
-  auto tab_retry(const std::string& tab_id, double settle_seconds, F&& lookup) -> decltype(lookup()) {
-    try {
-      locateElementById(tab_id);
-      settle(settle_seconds);
-      return lookup();
-    } catch (const marlet::MarletException&) {
-    }
-    locateElementById(tab_id);
-    settle(settle_seconds);
-    return lookup();
-  }
-  // Runs `open_and_lookup` under a catch of MarletException; on that failure leaves the
-  // content frame and runs it once more, uncaught.
-  template <class F>
-  auto page_retry(F&& open_and_lookup) -> decltype(open_and_lookup()) {
-    try {
-      return open_and_lookup();
-    } catch (const marlet::MarletException&) {
-    }
-    leave_content_frame();
-    return open_and_lookup();
-  }
-  // The texts of "./td[1]" .. "./td[columns]" of one table row.
-  std::vector<std::string> row_read(Element& row, int columns);
-  // Up to `attempts` runs of `attempt` (tab click, settle, lookup); the first run that
-  // finds an element ends the loop. Nothing is caught: a raised failure ends the reader.
-  template <class F>
-  std::vector<Element> tab_loop(F&& attempt, int attempts = 3) {
-    std::vector<Element> found;
-    for (int i = 0; i < attempts; ++i) {
-      found = attempt();
-      if (!found.empty()) break;
-    }
-    return found;
-  }
-  // The plain loop: click the tab, settle, quiet lookups of `rows_xpath`.
-  std::vector<Element> tab_loop(const std::string& tab_id, double settle_seconds, const std::string& rows_xpath);
-  // When the lookup found nothing: leaves the content frame and raises
-  // WebElementException with `message`, whose "%s" (if any) shows the empty list, "[]".
-  void empty_guard(const std::vector<Element>& found, const std::string& message);
-  // Column finders. By position: the text of "./td[n]". By title: the text of the cell
-  // whose tdtitle attribute is `title` (`quote` is the XPath quote the page's readers
-  // use). By header row: the labels of a header row's cells (empty ones kept, so later
-  // columns keep their positions), and one row read against them, insert-if-absent.
-  static std::string cell_text(Element& row, int column);
-  static std::string titled_cell_text(Element& row, const std::string& title, char quote = '"');
-  static std::vector<std::string> header_labels(std::vector<Element>& header_cells, const std::string& label_xpath);
-  static Json row_by_header(Element& row, const std::vector<std::string>& labels);
-  // Every run of decimal digits in `text`, left to right ("\d+", all matches).
-  static std::vector<std::string> digit_runs(const std::string& text);
-  // digit_runs(text)[index], or IndexError "list index out of range".
-  static std::string digit_run(const std::string& text, size_t index);
 
   // A picture after a failed operation, best effort: never throws.
   void screenshot_after_failure(const std::string& operation) noexcept;
