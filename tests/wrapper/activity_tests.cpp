@@ -5,6 +5,7 @@
 
 #include "marlet/exception/exceptions.h"
 #include "marlet/utils/gui/web/activity.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "tests/wrapper/wrapper_fixture.h"
 #include "webdriver/errors.h"
 
@@ -76,10 +77,10 @@ TEST_F(ActivityTests, AWaitCountsDownItsDeadlineAndEndsEvenWhenItTimesOut) {
 
 TEST_F(ActivityTests, TheWrapperWaitsAndAWaitForAnElementToGoAreShownToo) {
   fb->add("class:loginMain");
-  w.wait_until_visible_class("loginMain", 20, 1);  // visible at once: no sleep, nothing seen
+  vorna::wait_until_visible_class(w, "loginMain", 20, 1);  // visible at once: no sleep, nothing seen
   EXPECT_TRUE(clock.seen.empty());
   fb->add("id:ipv4_ip").displayed = false;
-  EXPECT_THROW(w.wait_until_visible("ipv4_ip", 2, 1), webdriver::TimeoutException);
+  EXPECT_THROW(vorna::wait_until_visible(w, "ipv4_ip", 2, 1), webdriver::TimeoutException);
   ASSERT_FALSE(clock.seen.empty());
   EXPECT_EQ(clock.seen[0]->what, "id=ipv4_ip");
   clock.seen.clear();
@@ -137,7 +138,7 @@ TEST_F(ActivityTests, TheJournalKeepsWhatEndedWithItsTimeOnlyWhileAsked) {
   EXPECT_TRUE(w.activity.take_journal().empty()) << "taking empties it";
   // A real operation's wait lands in it with the operation's tag.
   fb->add("id:ipv4_ip").displayed = false;
-  EXPECT_THROW(w.wait_until_visible("ipv4_ip", 2, 1), webdriver::TimeoutException);
+  EXPECT_THROW(vorna::wait_until_visible(w, "ipv4_ip", 2, 1), webdriver::TimeoutException);
   journal = w.activity.take_journal();
   ASSERT_EQ(journal.size(), 1u);
   EXPECT_EQ(journal[0].what, "id=ipv4_ip");

@@ -1,6 +1,7 @@
 #include <set>
 
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "tests/wrapper/wrapper_fixture.h"
 #include "webdriver/errors.h"
 
@@ -32,7 +33,7 @@ TEST_F(ElementLayerTests, LocateClicksByDefaultAndNotWhenAsked) {
   w.locateElementById("menu_INFO");
   w.locateElementById("menu_INFO", {.click = false});
   EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:menu_INFO"}));
-  EXPECT_THROW(w.quiet_lookup("//td"), webdriver::NoSuchElementException);  // quiet, yet it raises
+  EXPECT_THROW(vorna::quiet_lookup(w, "//td"), webdriver::NoSuchElementException);  // quiet, yet it raises
 }
 
 // A page still loading drops clicks: the click waits for its document, within the bound.
@@ -58,7 +59,7 @@ TEST_F(ElementLayerTests, QuietListLookupsMayBeEmptyAndNeverWait) {
   EXPECT_TRUE(w.locateElementsByXpath("//tr").empty());
   fb->add("xpath://tr");
   fb->add("xpath://tr", true);
-  EXPECT_EQ(w.quiet_lookups("//tr").size(), 2u);
+  EXPECT_EQ(vorna::quiet_lookups(w, "//tr").size(), 2u);
   EXPECT_TRUE(clock.sleeps().empty());
   EXPECT_TRUE(fb->events.empty()) << "no highlight, no click";
 }
@@ -106,14 +107,14 @@ TEST_F(ElementLayerTests, TabRetryRunsTheStepsOnceMoreAndPageRetryLeavesTheFrame
     if (++calls == 1) throw marlet::MarletException("table not there yet");
     return calls;
   };
-  EXPECT_EQ(w.tab_retry("tabFan", 2, lookup), 2);
+  EXPECT_EQ(vorna::tab_retry(w, "tabFan", 2, lookup), 2);
   EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:tabFan", "click id:tabFan"}));
   EXPECT_EQ(clock.sleeps(), (std::vector<double>{2, 2}));
 
   fb->events.clear();
   calls = 0;
-  EXPECT_EQ(w.page_retry([&] {
-    w.enter_content_frame();
+  EXPECT_EQ(vorna::page_retry(w, [&] {
+    vorna::enter_content_frame(w);
     return lookup();
   }),
             2);
@@ -121,7 +122,7 @@ TEST_F(ElementLayerTests, TabRetryRunsTheStepsOnceMoreAndPageRetryLeavesTheFrame
 
   // A failure that is no MarletException is not retried.
   calls = 0;
-  EXPECT_THROW(w.page_retry([&]() -> int {
+  EXPECT_THROW(vorna::page_retry(w, [&]() -> int {
     ++calls;
     throw marlet::KeyError("x");
   }),
@@ -133,8 +134,8 @@ TEST_F(ElementLayerTests, RowReadTakesTheCellsInOrder) {
   auto& row = fb->add("xpath://tr");
   fb->add(row.key + " xpath:./td[1]").text = "Fan1";
   fb->add(row.key + " xpath:./td[2]").text = "3600 RPM";
-  auto rows = w.quiet_lookups("//tr");
-  EXPECT_EQ(w.row_read(rows[0], 2), (std::vector<std::string>{"Fan1", "3600 RPM"}));
+  auto rows = vorna::quiet_lookups(w, "//tr");
+  EXPECT_EQ(vorna::row_read(rows[0], 2), (std::vector<std::string>{"Fan1", "3600 RPM"}));
 }
 
 TEST_F(ElementLayerTests, ScreenshotsAreBestEffort) {

@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/firmware/firmware.h"
 #include "tests/wrapper/wrapper_fixture.h"
 #include "webdriver/errors.h"
@@ -74,12 +75,12 @@ TEST_F(FirmwareTests, BothSuccessTestsOnTheSameResultTexts) {
     EXPECT_EQ(log->texts().back(), first ? std::string("[setFirmwareUpgrade] upgrade success")
                                          : std::string("[setFirmwareUpgrade] upgrade fail: ") + text);
     EXPECT_EQ(log->lines.back().level, first ? marlet::LogLevel::Info : marlet::LogLevel::Warn);
-    w.leave_content_frame();
+    vorna::leave_content_frame(w);
     log->lines.clear();
     EXPECT_EQ(update_fw(w, image), Json(second)) << text;
     EXPECT_EQ(log->texts(), std::vector<std::string>{second ? std::string(text) : std::string("upgrade failed: ") + text});
     EXPECT_EQ(log->lines.back().level, second ? marlet::LogLevel::Info : marlet::LogLevel::Error);
-    w.leave_content_frame();
+    vorna::leave_content_frame(w);
   }
 }
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/inventory/inventory.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/inventory/inventory_records.h"
 #include "tests/wrapper/wrapper_fixture.h"
@@ -502,9 +503,9 @@ TEST(InventoryRecordTests, NamesLabelsAndDigitRuns) {
   EXPECT_EQ(vorna::entry_name("Riser Card"), "Riser Card");
   EXPECT_EQ(vorna::entry_name("(2) cards"), "");
   EXPECT_EQ(vorna::detail_label("MAC: Address:"), "MAC Address");
-  EXPECT_EQ(VornaWebWrapper::digit_runs("L1 80.5KB"), (std::vector<std::string>{"1", "80", "5"}));
-  EXPECT_TRUE(VornaWebWrapper::digit_runs("N/A").empty());
-  EXPECT_THROW(VornaWebWrapper::digit_run("28 Cores", 1), marlet::IndexError);
+  EXPECT_EQ(vorna::digit_runs("L1 80.5KB"), (std::vector<std::string>{"1", "80", "5"}));
+  EXPECT_TRUE(vorna::digit_runs("N/A").empty());
+  EXPECT_THROW(vorna::digit_run("28 Cores", 1), marlet::IndexError);
   Json pcie = vorna::card_record(vorna::pcie_table(), {{2, "d"}, {9, "cpu"}});
   EXPECT_EQ(pcie.size(), 8u) << "every key of the table, also where a cell was not given";
   EXPECT_EQ(pcie["ConnectedTo"], "cpu");

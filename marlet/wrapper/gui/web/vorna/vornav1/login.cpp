@@ -1,5 +1,6 @@
 // Logins and the small operations that end or reset the browser.
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/operation_params.h"
 
@@ -131,10 +132,10 @@ void VornaWebWrapper::web_logout() {
   if (!isLogin) return;
   logger().info("[logout] Logout BMC Web ...");
   settle(5);
-  auto elements = quiet_lookups(R"(//span[text()="Log Out"])");
+  auto elements = quiet_lookups(*this, R"(//span[text()="Log Out"])");
   if (elements.empty()) throw marlet::IndexError("list index out of range");
   session().execute_script("arguments[0].click();", Json::array({elements.front().to_json()}));
-  wait_until_visible_class("loginMain", 20, 1);
+  wait_until_visible_class(*this, "loginMain", 20, 1);
   _screenshot();
   logger().info(py::format("[logout] Logout success, title: %s", browser->title()));
   isLogin = false;

@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "marlet/wrapper/gui/web/vorna/vornav1/accounts/accounts.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
 namespace vorna {
@@ -28,7 +29,7 @@ std::string acting_password(const Json& attribute) {
 // (none for a null selector) and saves; returns the list once it shows again.
 Element add_through_form(VornaWebWrapper& w, const std::string& acting, const std::string& name,
                          const std::string& password, const char* role_selector) {
-  w.open_page(pages::kLocalUsers, w.timeout);
+  open_page(w, pages::kLocalUsers, w.timeout);
   w.locateElementById(accounts::kAddUser);
   w.fillElementByXpath(accounts::kActingPassword, acting);
   w.fillElementByXpath(accounts::kUserName, name);
@@ -36,7 +37,7 @@ Element add_through_form(VornaWebWrapper& w, const std::string& acting, const st
   w.fillElementByXpath(accounts::kUserPasswordAgain, password);
   if (role_selector) w.locateElementByXpath(role_selector);
   w.locateElementByXpath(accounts::kSave);
-  return w.wait_until_visible(accounts::kUserList);
+  return wait_until_visible(w, accounts::kUserList);
 }
 
 // The first row whose name equals `name` as a whole, with its row number; none when no
@@ -59,7 +60,7 @@ bool web_add_admin_user(VornaWebWrapper& w, const Json& params) {
   w.logger().info(py::format("[addAdminUser] user:%s password:%s", name, pass));
   add_through_form(w, acting, name, pass, "//input[@num='0']");
   w.logger().info("[addAdminUser] completion");
-  w.leave_content_frame();
+  leave_content_frame(w);
   w.settle(3);
   return true;
 }
@@ -79,7 +80,7 @@ Json web_add_user(VornaWebWrapper& w, const Json& params) {
   result["userlist"] = list.text();
   w.logger().info("[add_user] completion");
   result["complete"] = true;
-  w.leave_content_frame();
+  leave_content_frame(w);
   w.settle(3);
   return result;
 }
@@ -92,13 +93,13 @@ bool web_del_user_web(VornaWebWrapper& w, const Json& params) {
   std::string acting = acting_password(w.password);
 
   w.logger().info(py::format("[delUser] user:%s", name));
-  w.open_page(pages::kLocalUsers, w.timeout);
+  open_page(w, pages::kLocalUsers, w.timeout);
   if (auto n = find_row(w, name)) {
     std::string control = py::format("del_user%s", *n);
     w.setAttributeByXpath(accounts::kDeleteLock, "class", "");
     w.locateElementById(control);
     w.page_settle();
-    w.leave_content_frame();  // the dialog that asks the acting user's password is on top
+    leave_content_frame(w);  // the dialog that asks the acting user's password is on top
     w.fillElementById(accounts::kDeletePassword, acting);
     w.locateElementById(kDialogOk);
     w.logger().info("[delUser] completion");
@@ -106,7 +107,7 @@ bool web_del_user_web(VornaWebWrapper& w, const Json& params) {
     return true;
   }
   w.logger().warn(py::format("[delUser] Not find user name %s", name));
-  w.leave_content_frame();
+  leave_content_frame(w);
   w.settle(3);
   return false;
 }
@@ -118,7 +119,7 @@ bool web_mod_password(VornaWebWrapper& w, const Json& params) {
   std::string new_pwd = accounts::typed_param(params, "new_pwd");
 
   w.logger().info(py::format("[modPassword] user:%s old_password:%s new_password:%s", name, old_pwd, new_pwd));
-  w.open_page(pages::kLocalUsers, w.timeout);
+  open_page(w, pages::kLocalUsers, w.timeout);
   if (auto n = find_row(w, name)) {
     std::string number = std::to_string(*n);
     w.locateElementById("edit_user" + number);
@@ -134,7 +135,7 @@ bool web_mod_password(VornaWebWrapper& w, const Json& params) {
     return true;
   }
   w.logger().warn(py::format("[modPassword] Not find user name %s", name));
-  w.leave_content_frame();
+  leave_content_frame(w);
   w.settle(3);
   return false;
 }

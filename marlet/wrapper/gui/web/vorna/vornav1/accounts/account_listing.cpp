@@ -3,6 +3,7 @@
 #include <regex>
 
 #include "marlet/wrapper/gui/web/vorna/vornav1/accounts/accounts.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
 namespace vorna {
@@ -73,7 +74,7 @@ Json web_query_users(VornaWebWrapper& w) {
   Json result = Json::object();
   result["add_button_exist"] = false;
   result["users"] = Json::array();
-  w.open_page(pages::kLocalUsers, w.timeout);
+  open_page(w, pages::kLocalUsers, w.timeout);
   try {
     w.locateElementById(accounts::kAddUser, {.click = false});
     result["add_button_exist"] = true;
@@ -96,7 +97,7 @@ Json web_query_users(VornaWebWrapper& w) {
     user["operation"] = py::maps_text(get_user_operation(w, row.find_elements_by_xpath("./span[15]/a")));
     result["users"].push_back(std::move(user));
   }
-  w.leave_content_frame();
+  leave_content_frame(w);
   return result;
 }
 

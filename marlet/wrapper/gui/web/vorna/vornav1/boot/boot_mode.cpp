@@ -2,6 +2,7 @@
 // effectiveness and boot option to wanted values with a read-back of each.
 #include "marlet/wrapper/gui/web/vorna/vornav1/boot/boot.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/boot/boot_codes.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
 namespace vorna {
@@ -15,12 +16,12 @@ void switch_to_first_window(VornaWebWrapper& w) {
 
 Json web_get_boot_mode(VornaWebWrapper& w) {
   switch_to_first_window(w);
-  w.open_page(pages::kBootSettings);
+  open_page(w, pages::kBootSettings);
   auto legacy_value = w.getAttributeById(boot::kLegacy, "value");
   auto legacy_checked = w.getAttributeById(boot::kLegacy, "checked");
   auto uefi_value = w.getAttributeById(boot::kUefi, "value");
   auto uefi_checked = w.getAttributeById(boot::kUefi, "checked");
-  w.leave_content_frame();
+  leave_content_frame(w);
   auto selected = boot::selected_value(legacy_value, legacy_checked, "0", uefi_value, uefi_checked, "1");
   if (selected) return *selected;
   w.logger().error("get Boot Mode error");
@@ -31,23 +32,23 @@ void web_set_boot_mode(VornaWebWrapper& w, const Json& params) {
   require_params_map(params, "web_set_boot_mode");
   Json mode = py::get(params, "mode");
   switch_to_first_window(w);
-  w.open_page(pages::kBootSettings);
+  open_page(w, pages::kBootSettings);
   if (mode == "0" || mode == "1") {
     w.locateElementById(mode == "0" ? boot::kLegacy : boot::kUefi);
     w.locateElementByXpath(boot::kSaveSpan);
-    w.confirm_dialog();
+    confirm_dialog(w);
     return;
   }
-  w.leave_content_frame();
+  leave_content_frame(w);
   w.logger().error(py::format("no this mode %s", mode));
 }
 
 void change_startup_mode(VornaWebWrapper& w, const Json& mode) {
-  w.open_page(pages::kBootSettings);
+  open_page(w, pages::kBootSettings);
   // By truth, the opposite sense of the boot mode codes: true (even the text "0") is legacy.
   w.locateElementById(py::truthy(mode) ? boot::kLegacy : boot::kUefi);
   w.locateElementById(boot::kSave);
-  w.confirm_dialog();
+  confirm_dialog(w);
 }
 
 Json modify_msconfig(VornaWebWrapper& w, const Json& boot_mode, const Json& effective, const Json& option_mode) {

@@ -2,6 +2,7 @@
 // settings page. Nothing here catches a failure: the content frame stays entered then.
 #include "marlet/wrapper/gui/web/vorna/vornav1/boot/boot.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/boot/boot_codes.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 #include "webdriver/errors.h"
 
@@ -12,10 +13,10 @@ void web_set_boot_option(VornaWebWrapper& w, const Json& params) {
   require_params_map(params, "web_set_boot_option");
   Json option = py::get(params, "option");
   w.logger().info(py::format("[setBootOption] option:%s", option));
-  w.open_page(pages::kBootSettings);
+  open_page(w, pages::kBootSettings);
   Json shown = boot::code_of_page_value(w.getAttributeById(boot::kOptionList, "value"));
   if (boot::py_equal(shown, option)) {
-    w.leave_content_frame();  // already set: no click, no save, no dialog
+    leave_content_frame(w);  // already set: no click, no save, no dialog
     return;
   }
   Json entry = boot::entry_of_code(option);
@@ -28,24 +29,24 @@ void web_set_boot_option(VornaWebWrapper& w, const Json& params) {
         "invalid argument");
   list.find_element_by_xpath(entry.get<std::string>()).click();
   w.locateElementById(boot::kSave);
-  w.confirm_dialog();
+  confirm_dialog(w);
 }
 
 Json web_get_boot_option(VornaWebWrapper& w) {
   w.logger().info("[getBootOption] ...");
-  w.open_page(pages::kBootSettings);
+  open_page(w, pages::kBootSettings);
   Json code = boot::code_of_page_value(w.getAttributeById(boot::kOptionList, "value"));
-  w.leave_content_frame();
+  leave_content_frame(w);
   return code;
 }
 
 Json web_get_effective(VornaWebWrapper& w) {
-  w.open_page(pages::kBootSettings);
+  open_page(w, pages::kBootSettings);
   auto once_value = w.getAttributeById(boot::kOnce, "value");
   auto once_checked = w.getAttributeById(boot::kOnce, "checked");
   auto permanent_value = w.getAttributeById(boot::kPermanent, "value");
   auto permanent_checked = w.getAttributeById(boot::kPermanent, "checked");
-  w.leave_content_frame();
+  leave_content_frame(w);
   auto selected = boot::selected_value(once_value, once_checked, "0", permanent_value, permanent_checked, "1");
   if (selected) return *selected;
   w.logger().error("get Boot Mode error");
@@ -55,15 +56,15 @@ Json web_get_effective(VornaWebWrapper& w) {
 void web_set_effective(VornaWebWrapper& w, const Json& params) {
   require_params_map(params, "web_set_effective");
   Json mode = py::get(params, "mode");
-  w.open_page(pages::kBootSettings);
+  open_page(w, pages::kBootSettings);
   // Only the texts "0" and "1" select a button; an integer is no code.
   if (mode == "0" || mode == "1") {
     w.locateElementById(mode == "0" ? boot::kOnce : boot::kPermanent);
     w.locateElementByXpath(boot::kSaveSpan);
-    w.confirm_dialog();
+    confirm_dialog(w);
     return;
   }
-  w.leave_content_frame();
+  leave_content_frame(w);
   w.logger().error(py::format("no this mode %s", mode));
 }
 

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <filesystem>
 
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/firmware/firmware.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 #include "webdriver/errors.h"
@@ -43,10 +44,10 @@ std::string set_info_collection(VornaWebWrapper& w, double timeout) {
   // Only a regular file is removed (a folder of that name stays); a failure to remove
   // it propagates before any click.
   if (fs::is_regular_file(path)) fs::remove(path);
-  w.open_page(pages::kOverview);
+  open_page(w, pages::kOverview);
   w.locateElementById("lnkOneBtnCollect");
   w.settle(10);
-  w.leave_content_frame();
+  leave_content_frame(w);
   // The progress element lives in the top document; 30-second grain.
   w.waitElement("id", "diaginfoProgress", timeout, 30, /*visibility=*/false);
   return path;
@@ -55,12 +56,12 @@ std::string set_info_collection(VornaWebWrapper& w, double timeout) {
 std::string web_export_bmc_log(VornaWebWrapper& w) {
   refuse_remote_download(w.config(), "web_export_bmc_log", "the operation log (operate_log.csv)");
   w.logger().info("[exportBmcLog] export bmc log.");
-  w.follow_menu(pages::kSystemManage);
+  follow_menu(w, pages::kSystemManage);
   w.page_settle();
-  w.enter_content_frame();
+  enter_content_frame(w);
   w.locateElementById("download_ope");
   w.page_settle();
-  w.leave_content_frame();
+  leave_content_frame(w);
   return "operate_log";
 }
 

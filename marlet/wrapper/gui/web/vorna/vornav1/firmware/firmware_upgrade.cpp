@@ -3,6 +3,7 @@
 // progress there, and writes the outcome into the page.
 #include <regex>
 
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/firmware/firmware.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/firmware/firmware_file.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
@@ -21,17 +22,17 @@ constexpr const char* kComplete = "The upgrade is complete.";
 
 bool set_firmware_upgrade(VornaWebWrapper& w, const std::string& filepath) {
   w.logger().info(py::format("[setFirmwareUpgrade] filepath:%s", filepath));
-  w.open_page(pages::kFirmware);
+  open_page(w, pages::kFirmware);
   w.fillElementById("file_upload", firmware::upload_path(filepath), false);
   w.locateElementByXpath("//button[@type='button']");
-  w.confirm_dialog();
+  confirm_dialog(w);
   w.settle(10);
   // The progress element lives in the top document, where confirm_dialog left us.
   marlet::ActivityScope shown(w.activity, "wait", 1200, w.clock(), w.current_operation, "id=processcir to go");
   webdriver::WebDriverWait(w.browser, 1200, 60).until_not(ec::visibility_of_element_located(webdriver::By::id(kProgress)));
-  w.enter_content_frame();
+  enter_content_frame(w);
   std::string result = w.getTextById(kUpgradeResult);
-  w.leave_content_frame();
+  leave_content_frame(w);
   if (std::regex_search(result, std::regex("The upgrade is complete|File upload successfully"))) {
     w.logger().info("[setFirmwareUpgrade] upgrade success");
     return true;
@@ -47,13 +48,13 @@ Json update_fw(VornaWebWrapper& w, const std::string& fw_path) {
     w.logger().info("param must absolute path");
     return nullptr;
   }
-  w.enter_content_frame();
+  enter_content_frame(w);
   w.fillElementByXpath(R"(//*[@id="file_upload"])", firmware::upload_path(fw_path), false);
   w.locateElementByXpath(R"(//*[@id="systemUpgradeBtn"]/span/button/div/span)");
-  w.leave_content_frame();
+  leave_content_frame(w);
   w.locateElementByXpath(R"(//*[@id="btnDialogOK"])");
   w.settle(300);
-  w.enter_content_frame();
+  enter_content_frame(w);
   std::string result = w.getTextById(kUpgradeResult);
   // No second look, and the content frame stays entered for the caller.
   if (result == kComplete) {

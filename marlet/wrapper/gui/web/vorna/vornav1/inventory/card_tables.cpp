@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/inventory/inventory.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/inventory/inventory_records.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
@@ -74,7 +75,7 @@ std::vector<std::pair<int, std::string>> read_columns(Element& row, const CardTa
   for (const auto& c : table.columns) columns.push_back(c.second);
   std::sort(columns.begin(), columns.end());
   std::vector<std::pair<int, std::string>> texts;
-  for (int c : columns) texts.emplace_back(c, VornaWebWrapper::cell_text(row, c));
+  for (int c : columns) texts.emplace_back(c, cell_text(row, c));
   return texts;
 }
 
@@ -86,26 +87,26 @@ static Json read_card_table(VornaWebWrapper& w, const CardTable& table) {
   w.logger().info(table.tag);
   auto get_element_lists = [&w, &table] {
     w.locateElementById("menu_INFO");
-    w.repeated_click("menu_SYSTEM_INFO", 2);
+    repeated_click(w, "menu_SYSTEM_INFO", 2);
     w.settle(5);
-    w.enter_content_frame();
+    enter_content_frame(w);
     w.settle(5);
     w.locateElementById(tabs::kOther);
     w.settle(5);
-    return w.quiet_lookups(other_entry_bodies(table.entry));
+    return quiet_lookups(w, other_entry_bodies(table.entry));
   };
-  auto element_lists = w.page_retry(get_element_lists);
+  auto element_lists = page_retry(w, get_element_lists);
   w._screenshot();
   Json result = Json::array();
   if (element_lists.empty() && !table.empty_raises) {
-    w.leave_content_frame();
+    leave_content_frame(w);
     w.logger().error(table.empty_text);
     return result;
   }
-  w.empty_guard(element_lists, table.empty_text);
+  empty_guard(w, element_lists, table.empty_text);
   auto element_list = first_rows(element_lists);
   for (auto& row : element_list) result.push_back(card_record(table, read_columns(row, table)));
-  w.leave_content_frame();
+  leave_content_frame(w);
   return result;
 }
 
@@ -120,25 +121,25 @@ Json get_tpm_info(VornaWebWrapper& w) {
     w.locateElementById("menu_INFO");
     w.locateElementById("menu_SYSTEM_INFO");
     w.settle(5);
-    w.enter_content_frame();
+    enter_content_frame(w);
     w.settle(5);
     w.locateElementById(tabs::kOther);
     w.settle(5);
-    return w.quiet_lookups(other_entry_bodies(4));
+    return quiet_lookups(w, other_entry_bodies(4));
   };
-  auto element_lists = w.page_retry(opening);
+  auto element_lists = page_retry(w, opening);
   w._screenshot();
-  w.empty_guard(element_lists, "没有获取到安全模块信息标签，《安全模块标签》:%s");
+  empty_guard(w, element_lists, "没有获取到安全模块信息标签，《安全模块标签》:%s");
   auto element_list = first_rows(element_lists);
   static const char* kKeys[] = {"ProtocolType", "ProtocolVersion", "Manufacturer", "ManufacturerVersion", "SelfTest"};
   Json tpmList = Json::array();
   for (auto& row : element_list) {
-    auto texts = w.row_read(row, 5);
+    auto texts = row_read(row, 5);
     Json tpmInfo = Json::object();
     for (size_t i = 0; i < texts.size(); ++i) tpmInfo[kKeys[i]] = texts[i];
     tpmList.push_back(std::move(tpmInfo));
   }
-  w.leave_content_frame();
+  leave_content_frame(w);
   return tpmList;
 }
 

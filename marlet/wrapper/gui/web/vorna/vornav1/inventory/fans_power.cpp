@@ -3,6 +3,7 @@
 #include <regex>
 
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/inventory/inventory.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/inventory/inventory_records.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
@@ -26,20 +27,20 @@ constexpr std::pair<const char*, const char*> kPowerColumns[] = {
 Json web_get_fan_web_info(VornaWebWrapper& w) {
   w.logger().info("[getFan] start...");
   w.locateElementById("menu_INFO");
-  w.repeated_click("menu_SYSTEM_INFO", 3);
-  w.enter_content_frame();
+  repeated_click(w, "menu_SYSTEM_INFO", 3);
+  enter_content_frame(w);
   w.settle(5);
-  auto rows = w.tab_retry(tabs::kFan, 5, [&w] { return w.quiet_lookups(kFirstTableRows); });
+  auto rows = tab_retry(w, tabs::kFan, 5, [&w] { return quiet_lookups(w, kFirstTableRows); });
   w._screenshot();
-  w.empty_guard(rows, "没有获取到风扇信息标签，《风扇标签》:%s");
+  empty_guard(w, rows, "没有获取到风扇信息标签，《风扇标签》:%s");
   Json fanList = Json::array();
   for (auto& row : rows) {
-    auto texts = w.row_read(row, 5);
+    auto texts = row_read(row, 5);
     Json fanInfo = Json::object();
     for (size_t i = 0; i < texts.size(); ++i) fanInfo[kFanKeys[i]] = texts[i];
     fanList.push_back(std::move(fanInfo));
   }
-  w.leave_content_frame();
+  leave_content_frame(w);
   return fanList;
 }
 
@@ -64,23 +65,23 @@ void join_consumption(Json& powerList, const std::string& actual_power) {
 Json web_get_power_web_info(VornaWebWrapper& w) {
   w.logger().info("[getPower] start...");
   w.locateElementById("menu_INFO");
-  w.repeated_click("menu_SYSTEM_INFO", 3);
+  repeated_click(w, "menu_SYSTEM_INFO", 3);
   w.settle(5);
-  w.enter_content_frame();
+  enter_content_frame(w);
   w.settle(5);
-  auto rows = w.tab_retry(tabs::kPower, 5, [&w] { return w.quiet_lookups(kFirstTableRows); });
+  auto rows = tab_retry(w, tabs::kPower, 5, [&w] { return quiet_lookups(w, kFirstTableRows); });
   w._screenshot();
-  w.empty_guard(rows, "没有获取到电源信息标签，《电源标签》:%s");
+  empty_guard(w, rows, "没有获取到电源信息标签，《电源标签》:%s");
   Json powerList = Json::array();
   for (auto& row : rows) {
     Json powerInfo = Json::object();
     for (const auto& [key, column] : kPowerColumns) powerInfo[key] = row.find_element_by_xpath(column).text();
     powerList.push_back(std::move(powerInfo));
   }
-  w.leave_content_frame();
+  leave_content_frame(w);
 
   w.logger().info("get Power Consumption Info");
-  w.open_page(pages::kPowerStatistics);
+  open_page(w, pages::kPowerStatistics);
   std::string actual_power;
   try {
     actual_power = w.getTextById("actual_power");
@@ -89,7 +90,7 @@ Json web_get_power_web_info(VornaWebWrapper& w) {
     actual_power.clear();
   }
   join_consumption(powerList, actual_power);
-  w.leave_content_frame();
+  leave_content_frame(w);
   return powerList;
 }
 

@@ -3,6 +3,7 @@
 #include <regex>
 
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/inventory/inventory.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
@@ -38,16 +39,16 @@ std::string first_digit(const std::optional<std::string>& text) {
 
 Json web_get_main_board_info(VornaWebWrapper& w) {
   w.logger().info("[getMainboardInfo] start...");
-  w.open_page(pages::kSystemInfo);
+  open_page(w, pages::kSystemInfo);
   Json mainboardInfoDict = Json::object();
   for (const auto& [key, id] : kMainboardFields) mainboardInfoDict[key] = w.getTextById(id);
-  w.leave_content_frame();
+  leave_content_frame(w);
   return mainboardInfoDict;
 }
 
 Json get_back_info(VornaWebWrapper& w) {
   w.logger().info("[getRaidName] start...");
-  w.open_page(pages::kSystemInfo);
+  open_page(w, pages::kSystemInfo);
   w.locateElementById(tabs::kOther);
   auto pcie_info = w.getAttributeById("pcie_card_info", "name");
   auto backplane = w.getAttributeByXpath(kBackplaneEntry, "name");

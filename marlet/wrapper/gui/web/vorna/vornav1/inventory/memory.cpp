@@ -1,6 +1,7 @@
 // The memory modules of tabMemory. Cells are found by their tdtitle, so the console's
 // column order does not matter.
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/inventory/inventory.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/inventory/system_info_page.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
@@ -27,30 +28,30 @@ constexpr std::pair<const char*, const char*> kMemoryTitles[] = {
 Json web_get_memory_web_info(VornaWebWrapper& w) {
   w.logger().info("[getFan] start...");
   open_system_info_settled(w);
-  auto allMemory = w.tab_loop(tabs::kMemory, 5, "//table[@id='DataTables_Table_0']/tbody/tr");
+  auto allMemory = tab_loop(w, tabs::kMemory, 5, "//table[@id='DataTables_Table_0']/tbody/tr");
   w._screenshot();
-  w.empty_guard(allMemory, "没有获取到内存信息标签，《内存标签》:%s");
+  empty_guard(w, allMemory, "没有获取到内存信息标签，《内存标签》:%s");
   Json memoryInfos = Json::array();
   for (auto& oneMemory : allMemory) {
     Json memoryInfo = Json::object();
     for (const auto& [key, title] : kMemoryTitles)
-      memoryInfo.emplace(key, VornaWebWrapper::titled_cell_text(oneMemory, title));
+      memoryInfo.emplace(key, titled_cell_text(oneMemory, title));
     try {
-      std::string pn = VornaWebWrapper::titled_cell_text(oneMemory, "Part Number");
+      std::string pn = titled_cell_text(oneMemory, "Part Number");
       memoryInfo.emplace("pn", pn);
     } catch (...) {
       w.logger().info("No part number exists.");
     }
     std::string bomCode;
     try {
-      bomCode = VornaWebWrapper::titled_cell_text(oneMemory, "BOM Code ");  // the console's title ends in a blank
+      bomCode = titled_cell_text(oneMemory, "BOM Code ");  // the console's title ends in a blank
     } catch (...) {
-      bomCode = VornaWebWrapper::titled_cell_text(oneMemory, "BOM Code");
+      bomCode = titled_cell_text(oneMemory, "BOM Code");
     }
     memoryInfo.emplace("bomCode", bomCode);
     memoryInfos.push_back(std::move(memoryInfo));
   }
-  w.leave_content_frame();
+  leave_content_frame(w);
   return memoryInfos;
 }
 

@@ -1,5 +1,6 @@
 // Every entry of tabOther's list, each table's columns named by its own header row.
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/inventory/inventory.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/inventory/inventory_records.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/inventory/system_info_page.h"
@@ -16,10 +17,10 @@ std::string entry_name(const std::string& name) {
 Json web_get_other_devices_info(VornaWebWrapper& w) {
   w.logger().info("[getFan] start...");
   open_system_info_settled(w);
-  auto otherDevicesTable = w.tab_loop(tabs::kOther, 5, "//div[@id='otherTableid']/ul/li");
+  auto otherDevicesTable = tab_loop(w, tabs::kOther, 5, "//div[@id='otherTableid']/ul/li");
   w.settle(10);
   w._screenshot();
-  w.empty_guard(otherDevicesTable, "没有获取到其他设备信息标签");
+  empty_guard(w, otherDevicesTable, "没有获取到其他设备信息标签");
   Json otherDevicesInfos = Json::array();
   for (auto& oneDeviceInfo : otherDevicesTable) {
     Json record = Json::object();
@@ -28,13 +29,13 @@ Json web_get_other_devices_info(VornaWebWrapper& w) {
     record.emplace("name", entry_name(*infoName));
     auto theadTable = oneDeviceInfo.find_elements_by_xpath("./div[2]/div/div/div[2]/div/div[1]/div/table/thead/tr/th");
     auto tbodyTable = oneDeviceInfo.find_elements_by_xpath("./div[2]/div/div/div[2]/div/div[2]/table/tbody/tr");
-    auto keys = VornaWebWrapper::header_labels(theadTable, "./div/label");
+    auto keys = header_labels(theadTable, "./div/label");
     Json infoList = Json::array();
-    for (auto& tbody : tbodyTable) infoList.push_back(VornaWebWrapper::row_by_header(tbody, keys));
+    for (auto& tbody : tbodyTable) infoList.push_back(row_by_header(tbody, keys));
     record.emplace("info", std::move(infoList));
     otherDevicesInfos.push_back(std::move(record));
   }
-  w.leave_content_frame();
+  leave_content_frame(w);
   return otherDevicesInfos;
 }
 

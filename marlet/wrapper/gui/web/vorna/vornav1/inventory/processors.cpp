@@ -1,6 +1,7 @@
 // The processors of tabProcess: a block of label and value rows per processor, three of
 // whose texts give numbers (digit runs).
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/inventory/inventory.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/operation_params.h"
@@ -22,14 +23,14 @@ Json common_fields(Element& cpuPermutation) {
   cpuInfo.emplace("Manufacturer", row_text(cpuPermutation, 2));
   cpuInfo.emplace("Model_name", row_text(cpuPermutation, 3));
   cpuInfo.emplace("CPU_ID", row_text(cpuPermutation, 4));
-  cpuInfo.emplace("CPU_MHz", VornaWebWrapper::digit_run(row_text(cpuPermutation, 5), 0));
+  cpuInfo.emplace("CPU_MHz", digit_run(row_text(cpuPermutation, 5), 0));
   std::string cores = row_text(cpuPermutation, 6);
-  cpuInfo.emplace("Core(s)_per_socket", VornaWebWrapper::digit_run(cores, 0));
-  cpuInfo.emplace("Thread(s)_per_socket", VornaWebWrapper::digit_run(cores, 1));
+  cpuInfo.emplace("Core(s)_per_socket", digit_run(cores, 0));
+  cpuInfo.emplace("Thread(s)_per_socket", digit_run(cores, 1));
   std::string caches = row_text(cpuPermutation, 7);
-  cpuInfo.emplace("L1_cache", VornaWebWrapper::digit_run(caches, 0));
-  cpuInfo.emplace("L2_cache", VornaWebWrapper::digit_run(caches, 1));
-  cpuInfo.emplace("L3_cache", VornaWebWrapper::digit_run(caches, 2));
+  cpuInfo.emplace("L1_cache", digit_run(caches, 0));
+  cpuInfo.emplace("L2_cache", digit_run(caches, 1));
+  cpuInfo.emplace("L3_cache", digit_run(caches, 2));
   return cpuInfo;
 }
 }  // namespace
@@ -42,8 +43,8 @@ Json web_get_cpu_info_vorna(VornaWebWrapper& w, const Json& params) {
   w.settle(5);
   w.locateElementById("menu_SYSTEM_INFO");
   w.settle(5);
-  w.enter_content_frame();
-  w.tab_retry(tabs::kProcess, 10, [] { return 0; });
+  enter_content_frame(w);
+  tab_retry(w, tabs::kProcess, 10, [] { return 0; });
   if (requestType == "single") return web_get_cpu_info_vorna_single(w);
   if (requestType == "all") return web_get_cpu_info_all(w);
   return nullptr;  // the content frame stays entered
@@ -52,26 +53,26 @@ Json web_get_cpu_info_vorna(VornaWebWrapper& w, const Json& params) {
 Json web_get_cpu_info_vorna_single(VornaWebWrapper& w) {
   std::optional<Element> cpuPermutation;
   try {
-    cpuPermutation = w.quiet_lookup("//div[@id='cpupermutation']/div[1]/div/table/tbody");
+    cpuPermutation = quiet_lookup(w, "//div[@id='cpupermutation']/div[1]/div/table/tbody");
   } catch (const marlet::MarletException&) {
   }
   if (!cpuPermutation) {
-    w.leave_content_frame();
+    leave_content_frame(w);
     throw marlet::WebElementException(kNoCpu);
   }
   Json cpuInfo = common_fields(*cpuPermutation);
-  w.leave_content_frame();
+  leave_content_frame(w);
   return cpuInfo;
 }
 
 Json web_get_cpu_info_all(VornaWebWrapper& w) {
   std::optional<Element> cpuPermutations;
   try {
-    cpuPermutations = w.quiet_lookup("//div[@id='cpupermutation']");
+    cpuPermutations = quiet_lookup(w, "//div[@id='cpupermutation']");
   } catch (const marlet::MarletException&) {
   }
   if (!cpuPermutations) {
-    w.leave_content_frame();
+    leave_content_frame(w);
     throw marlet::WebElementException(kNoCpu);
   }
   auto cpuList = cpuPermutations->find_elements_by_xpath("./div[@class='monitor']");
@@ -85,7 +86,7 @@ Json web_get_cpu_info_all(VornaWebWrapper& w) {
     cpuInfo.emplace("Others", row_text(cpuPermutation, 11));
     cpuInfos.push_back(std::move(cpuInfo));
   }
-  w.leave_content_frame();
+  leave_content_frame(w);
   return cpuInfos;
 }
 

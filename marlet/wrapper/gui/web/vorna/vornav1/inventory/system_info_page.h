@@ -2,6 +2,7 @@
 // frame followed by a settle of 5, so the page has loaded before its tab is clicked.
 #pragma once
 
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
 namespace vorna {
@@ -11,7 +12,7 @@ inline void open_system_info_settled(VornaWebWrapper& w) {
   w.settle(5);
   w.locateElementById("menu_SYSTEM_INFO");
   w.settle(5);
-  w.enter_content_frame();
+  enter_content_frame(w);
   w.settle(5);
 }
 

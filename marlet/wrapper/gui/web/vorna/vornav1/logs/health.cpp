@@ -1,4 +1,5 @@
 // The alarm page's verdict and the login page's error label.
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/logs/logs.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
@@ -13,9 +14,9 @@ constexpr const char* kNoAlarmsEnglish = "No current alarms.";
 
 bool check_health(VornaWebWrapper& w) {
   w.logger().info("[warningInfo] start...");
-  w.open_page(pages::kAlarms);
+  open_page(w, pages::kAlarms);
   std::string warn_info = w.getTextById("currentAlarmTable", {.retry = 3, .highlight = false});
-  w.leave_content_frame();
+  leave_content_frame(w);
   // Whole and exact: other spacing or a missing full stop is an alarm text.
   if (warn_info == kNoAlarmsChinese || warn_info == kNoAlarmsEnglish) return true;
   w.logger().error(py::format("current alarms: %s", warn_info));

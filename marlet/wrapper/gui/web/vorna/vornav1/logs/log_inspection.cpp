@@ -1,6 +1,7 @@
 // The operation log and the system events, walked page by page through their pagers.
 #include <set>
 
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/logs/logs.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/logs/log_tables.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
@@ -16,14 +17,14 @@ bool web_check_bmc_log(VornaWebWrapper& w, const Json& params) {
       given.is_null() ? logs::default_sentences() : logs::text_list(given, "check_list");
   Json rows = Json::array();
   w.logger().info("[checkBmcLog] check bmc log.");
-  w.open_page(pages::kOperationLog);
+  open_page(w, pages::kOperationLog);
   // The pager link comes first on every page, the first included; no settle between.
   for (int link : logs::kOperationPagerNumbers) {
     w.locateElementByXpath(py::format(logs::kOperationPagerLink, link));
     for (int row = 1; row <= logs::kOperationRowsPerPage; ++row)
       rows.push_back(w.getTextByXpath(py::format(logs::kOperationRowText, row)));
   }
-  w.leave_content_frame();
+  leave_content_frame(w);
   w.logger().info(py::str(rows));
   std::string joined;
   for (size_t i = 0; i < rows.size(); ++i) {
@@ -51,7 +52,7 @@ bool check_keyword_in_system_log(VornaWebWrapper& w, const Json& keyword_list, c
   w.waitElement("id", "menu_ALARMS_DETAIL", 60, 3);
   w.locateElementById("menu_ALARMS_DETAIL");
   w.waitElement("class", kContentFrame, 60, 3);
-  w.enter_content_frame();
+  enter_content_frame(w);
   // The scan ends at a row older than the limit, at a keyword, or at a failed read. A
   // table whose rows are all newer than the limit would give none of these once the
   // pager cannot move on (its last page, full), so a page whose rows were all seen
@@ -64,7 +65,7 @@ bool check_keyword_in_system_log(VornaWebWrapper& w, const Json& keyword_list, c
     for (int row = 1; row <= logs::kEventRowsPerPage; ++row) {
       std::string when = w.getTextByXpath(py::format(logs::kEventTime, row));
       if (logs::local_seconds(when) < limit) {
-        w.leave_content_frame();
+        leave_content_frame(w);
         return false;
       }
       std::string description = w.getTextByXpath(py::format(logs::kEventDescription, row));
@@ -80,7 +81,7 @@ bool check_keyword_in_system_log(VornaWebWrapper& w, const Json& keyword_list, c
     }
     if (!seen.insert(std::move(page)).second) {
       w.logger().warn("[checkKeywordInSystemLog] the pager shows no new page: end of the system log");
-      w.leave_content_frame();
+      leave_content_frame(w);
       return false;
     }
   }

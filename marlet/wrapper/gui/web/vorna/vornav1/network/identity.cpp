@@ -1,6 +1,7 @@
 // What the machine says it is: serial number, GUID, BIOS name, firmware versions and the
 // software list the operating-system agent feeds into the console.
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/network/network.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
@@ -16,25 +17,25 @@ constexpr const char* kInstallAgent =
 
 std::string get_product_sn(VornaWebWrapper& w) {
   w.logger().info("[getProductSN] start...");
-  w.open_page(pages::kSummary);
+  open_page(w, pages::kSummary);
   std::string sn = w.getTextById("txtSequence");
-  w.leave_content_frame();
+  leave_content_frame(w);
   return sn;
 }
 
 std::string get_guid(VornaWebWrapper& w) {
   w.logger().info("[getGUID] start...");
-  w.open_page(pages::kSummary);
+  open_page(w, pages::kSummary);
   std::string guid = w.getTextById("txtBMCGuid");
-  w.leave_content_frame();
+  leave_content_frame(w);
   return guid;
 }
 
 std::string get_bios_name(VornaWebWrapper& w) {
   w.logger().info("[getBiosName] start...");
-  w.open_page(pages::kOverview, 6);
+  open_page(w, pages::kOverview, 6);
   std::string name = w.getTextById("productAlias");
-  w.leave_content_frame();
+  leave_content_frame(w);
   return name;
 }
 
@@ -45,31 +46,31 @@ Json web_get_firmware_version(VornaWebWrapper& w) {
     versions["bmc_version"] = w.getTextById("txtFirmVersion");
     versions["bios_version"] = w.getTextById("txtBiosVersion");
     versions["cpld_version"] = w.getTextById("txtCpldVersion");
-    w.leave_content_frame();
+    leave_content_frame(w);
     return versions;
   };
   try {
     w.locateElementById("menu_INFO");
     w.settle(5);
     w.locateElementById("menu_SYSTEM_INFO");
-    w.enter_content_frame();
+    enter_content_frame(w);
     w.settle(6);
     return read_versions();
   } catch (const marlet::MarletException&) {
   }
   // The information menu is still open: only its entry is clicked again.
-  w.leave_content_frame();
+  leave_content_frame(w);
   w.locateElementById("menu_SYSTEM_INFO");
-  w.enter_content_frame();
+  enter_content_frame(w);
   w.settle(6);
   return read_versions();
 }
 
 Json web_get_software_info(VornaWebWrapper& w) {
   w.logger().info("[getSoftwareInfo] start...");
-  w.follow_menu(pages::kSystemInfo);
+  follow_menu(w, pages::kSystemInfo);
   w.settle(5);
-  w.enter_content_frame();
+  enter_content_frame(w);
   w.settle(5);
   w.locateElementById(tabs::kSystem);
   w.settle(5);
@@ -77,7 +78,7 @@ Json web_get_software_info(VornaWebWrapper& w) {
   std::exception_ptr failure;
   std::string failure_text;
   try {
-    auto rows = w.quiet_lookups(kSoftwareRows);
+    auto rows = quiet_lookups(w, kSoftwareRows);
     // No rows fails on the first row, like an empty first label: the agent is silent.
     if (rows.empty()) throw marlet::IndexError("list index out of range");
     if (rows.front().find_element_by_xpath("./td[1]/span").text().empty())
@@ -87,7 +88,7 @@ Json web_get_software_info(VornaWebWrapper& w) {
       std::string value = row.find_element_by_xpath("./td[2]/span").text();
       software[label] = value;
     }
-    w.leave_content_frame();
+    leave_content_frame(w);
     return software;
   } catch (const std::exception& e) {
     failure = std::current_exception();
@@ -99,7 +100,7 @@ Json web_get_software_info(VornaWebWrapper& w) {
   std::string notice = w.getTextByXpath(kAgentNotice);
   if (!notice.empty()) {
     w.logger().error("Tolmar is not installed or running");
-    w.leave_content_frame();
+    leave_content_frame(w);
     return kInstallAgent;
   }
   throw marlet::MarletException(failure_text, failure);

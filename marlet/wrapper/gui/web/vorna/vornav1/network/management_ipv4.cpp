@@ -3,6 +3,7 @@
 #include <array>
 
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/network/network.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/operation_params.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
@@ -21,14 +22,14 @@ constexpr std::array<std::pair<const char*, const char*>, 3> kFields = {{
 
 Json get_manage_ipv4(VornaWebWrapper& w) {
   w.logger().info("[getManageIpv4] get manage ipv4 address");
-  w.open_page(pages::kNetwork, w.timeout);
-  w.wait_until_visible("ipv4_ip");
+  open_page(w, pages::kNetwork, w.timeout);
+  wait_until_visible(w, "ipv4_ip");
   Json record = Json::object();
   for (const auto& [key, id] : kFields) {
     auto value = w.getAttributeById(id, "value");
     record[key] = value ? Json(*value) : Json(nullptr);
   }
-  w.leave_content_frame();
+  leave_content_frame(w);
   return record;
 }
 
@@ -53,12 +54,12 @@ bool _mod_manage_ipv4(VornaWebWrapper& w, const Json& params) {
   }
   w.logger().info(py::format("[modManageIpv4] ipv4_address:%s ipv4_mask:%s ipv4_gateway:%s", values[0], values[1],
                              values[2]));
-  w.open_page(pages::kNetwork, w.timeout);
-  w.wait_until_visible("ipv4_ip");
+  open_page(w, pages::kNetwork, w.timeout);
+  wait_until_visible(w, "ipv4_ip");
   for (size_t i = 0; i < kFields.size(); ++i) w.fillElementById(kFields[i].second, values[i]);
   w.locateElementById("saveIPV4Set");
   w.settle(3);
-  w.confirm_dialog();
+  confirm_dialog(w);
   w.close();
   w.settle(3);
   return true;

@@ -1,5 +1,6 @@
 // The power capping page (figures, the cap's switch and limit) and the restore policy.
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/power/power.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/power/power_params.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
@@ -12,7 +13,7 @@ using power::attribute_has;
 
 // `params` is part of the call but nothing in it is read, so any value serves.
 Json web_get_power_capping_info(VornaWebWrapper& w, const Json& /*params*/) {
-  w.open_page(pages::kPowerCapping, 10);
+  open_page(w, pages::kPowerCapping, 10);
   w.locateElementById("unitsWatts");
   Json figures = Json::object();
   const std::pair<const char*, const char*> kFigures[] = {{"Current Power", "txtCurrentPower"},
@@ -20,7 +21,7 @@ Json web_get_power_capping_info(VornaWebWrapper& w, const Json& /*params*/) {
                                                           {"Peak Power", "txtPeakPower"},
                                                           {"Total Consumed Power", "txtTotalPower"}};
   for (const auto& [key, id] : kFigures) figures[key] = py::split(w.getTextById(id), " ").front();
-  w.leave_content_frame();
+  leave_content_frame(w);
   return figures;
 }
 
@@ -33,13 +34,13 @@ bool web_set_power_cap(VornaWebWrapper& w, const Json& params) {
     throw marlet::TypeError(
         py::format("web_set_power_cap() value must be a number or a text, not %s", py::repr(value)));
   if (value.is_string()) typed_text(value.get<std::string>(), "value");
-  w.open_page(pages::kPowerCapping, 10);
+  open_page(w, pages::kPowerCapping, 10);
   w.locateElementById("unitsWatts");
 
   auto set_enable = [&w](const Json& _value) -> bool {
     if (_value.is_null() || _value == 0) {
       w.logger().error("The Set Value can not be None");
-      w.leave_content_frame();
+      leave_content_frame(w);
       return false;
     }
     std::string wanted = py::str(_value);
@@ -47,29 +48,29 @@ bool web_set_power_cap(VornaWebWrapper& w, const Json& params) {
     std::string limit = w.getTextById("LimitValue");
     if (attribute_has(attr, "off")) {
       w.locateElementById("setcapping");
-      w.confirm_dialog();
-      w.enter_content_frame();
+      confirm_dialog(w);
+      enter_content_frame(w);
     }
     // A part of the limit's text counts: 50 is met by a limit of 500.
     if (py::contains(limit, wanted)) {
       w.logger().info(py::format("Power Capping is enabled and Power Cap is %sW", wanted));
-      w.leave_content_frame();
+      leave_content_frame(w);
       return true;
     }
     w.locateElementById("edit");
     w.fillElementById("powercapping_text", wanted);
     w.locateElementById("inputsave");
-    w.confirm_dialog();
-    w.enter_content_frame();
+    confirm_dialog(w);
+    enter_content_frame(w);
     attr = w.getAttributeById("setcapping", "class");
     limit = w.getTextById("LimitValue");
     if (attribute_has(attr, "on") && py::contains(limit, wanted)) {
       w.logger().info(py::format("Power Capping is enabled and Power Cap is %sW", wanted));
-      w.leave_content_frame();
+      leave_content_frame(w);
       return true;
     }
     w.logger().info("Set Power Capping Failed");
-    w.leave_content_frame();
+    leave_content_frame(w);
     return false;
   };
 
@@ -77,33 +78,33 @@ bool web_set_power_cap(VornaWebWrapper& w, const Json& params) {
   auto attr = w.getAttributeById("setcapping", "class");
   if (attribute_has(attr, "off")) {
     w.logger().info("Power Capping is disabled");
-    w.leave_content_frame();
+    leave_content_frame(w);
     return true;
   }
   w.locateElementById("setcapping");
-  w.confirm_dialog();
-  w.enter_content_frame();
+  confirm_dialog(w);
+  enter_content_frame(w);
   attr = w.getAttributeById("setcapping", "class");
   if (attribute_has(attr, "off")) {
     w.logger().info("Power Capping set disabled successfully");
-    w.leave_content_frame();
+    leave_content_frame(w);
     return true;
   }
   w.logger().error("Set Power Capping disabled failed");
-  w.leave_content_frame();
+  leave_content_frame(w);
   return false;
 }
 
 bool web_set_poweron_strategy(VornaWebWrapper& w, const Json& params) {
   require_params_map(params, "web_set_poweron_strategy");
   w.logger().info("[setPoweronStrategy] set power on strategy.");
-  w.follow_menu(pages::kPowerStrategy);
+  follow_menu(w, pages::kPowerStrategy);
   w.page_settle();
-  w.enter_content_frame();
+  enter_content_frame(w);
   for (int i = 0; i < 3; ++i) w.session().find_element_by_id("npf").send_keys(webdriver::Keys::DOWN);
   w.locateElementById(py::truthy(py::get(params, "flag")) ? "checkRemainsPrevisions" : "checkAlwaysOn");
   w.locateElementById("btnSavePowerStrategy");
-  w.leave_content_frame();
+  leave_content_frame(w);
   w.settle(3);
   return true;
 }

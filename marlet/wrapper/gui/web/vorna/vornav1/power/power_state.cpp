@@ -2,6 +2,7 @@
 // header's power menu, and the controller's own restart through the firmware page.
 #include <regex>
 
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/power/power.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/power/power_params.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
@@ -10,22 +11,22 @@ namespace vorna {
 namespace py = marlet::py;
 
 void _switch_to_power(VornaWebWrapper& w) {
-  w.follow_menu(pages::kPowerControl);
+  follow_menu(w, pages::kPowerControl);
   w.page_settle();
-  w.enter_content_frame();
+  enter_content_frame(w);
 }
 
 void _set_power_state(VornaWebWrapper& w, const std::string& state) {
   _switch_to_power(w);
   w.locateElementById(state);  // the click raises the console's question
-  w.confirm_dialog();
+  confirm_dialog(w);
 }
 
 std::string web_get_power_status(VornaWebWrapper& w) {
   w.logger().info("[getPowerStatus] get power state by BMC Web");
   _switch_to_power(w);
   std::string text = w.getTextById("current_state");
-  w.leave_content_frame();
+  leave_content_frame(w);
   // Case-sensitive, anywhere in the text, "On" before "Off": the console's English words.
   if (std::regex_search(text, std::regex("On"))) return "PowerOn";
   if (std::regex_search(text, std::regex("Off"))) return "PowerOff";
@@ -64,13 +65,13 @@ void web_set_bmc_reboot(VornaWebWrapper& w, const Json& params) {
   w.locateElementById("menu_SYSTEM_MANAGE");
   w.settle(5);
   w.locateElementById("menu_FIRM_UPGRADE");
-  w.enter_content_frame();
+  enter_content_frame(w);
   constexpr const char* kRestart = R"(//*[@id="restartPme"]/p)";
   w.waitElement("xpath", kRestart, 20, 1);
   Element restart_link = w.session().find_element_by_xpath(kRestart);
   w.await_loaded_document(restart_link);  // shown while the page still loads, yet not clickable
   restart_link.click();
-  w.leave_content_frame();
+  leave_content_frame(w);
   w.settle(5);
   // Only the text "Y" restarts: "y", "yes" or no answer at all cancels.
   bool restart = py::get(params, "option") == "Y";

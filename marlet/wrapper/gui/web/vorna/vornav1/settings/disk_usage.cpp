@@ -1,5 +1,6 @@
 // The real-time monitor's disk chart: one entry per partition, name and usage as the page
 // writes them.
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/settings/settings.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
@@ -12,9 +13,9 @@ constexpr const char* kDiskChart = R"(//*[@id="diskChart"])";
 
 Json web_get_disk_usage_percent(VornaWebWrapper& w) {
   w.logger().info("[getDiskUsagePercent] start...");
-  w.open_page(pages::kRealTimeMonitor);
+  open_page(w, pages::kRealTimeMonitor);
   w.locateElementByXpath(kDiskLink);
-  Element chart = w.quiet_lookup(kDiskChart);
+  Element chart = quiet_lookup(w, kDiskChart);
   Json usage = Json::object();
   for (auto& partition : chart.find_elements_by_xpath("./div")) {
     auto name = partition.find_element_by_xpath("./span[1]").get_attribute("innerHTML");

@@ -1,6 +1,7 @@
 // LDAP: the page holds one tab per domain controller; enter_ldap_config selects a tab and
 // config_ldap_service fills and saves its form. Neither logs anything, so no password of
 // the form reaches the log.
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/settings/settings.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/operation_params.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/settings/settings_args.h"
@@ -25,7 +26,7 @@ void enter_ldap_config(VornaWebWrapper& w, const Json& ldap_controller_id) {
     throw marlet::TypeError(py::format("enter_ldap_config() argument 'ldap_controller_id' must be a text, not %s",
                                        py::type_name(ldap_controller_id)));
   std::string tab = py::format(kControllerTab, ldap_controller_id);
-  w.open_page(pages::kLdap);
+  open_page(w, pages::kLdap);
   w.locateElementByXpath(tab);
 }
 

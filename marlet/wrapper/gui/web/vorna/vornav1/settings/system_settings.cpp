@@ -1,5 +1,6 @@
 // The system settings page: the device location (written and read), the SNMP engine id
 // and the web time-out.
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/settings/settings.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/settings/settings_args.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
@@ -25,7 +26,7 @@ bool web_set_system_config(VornaWebWrapper& w, const Json& params) {
         py::format("web_set_system_config() location must be a text, not %s", py::type_name(location)));
   if (location.is_string()) typed_text(location.get<std::string>(), "location");
   w.logger().info("[setSystemConfig] set system config.");
-  w.open_page(pages::kSystemSettings, w.timeout);
+  open_page(w, pages::kSystemSettings, w.timeout);
   std::string inputStr = py::truthy(location) ? location.get<std::string>() : kDefaultLocation;
   // The location sits below the fold: a page-down on the first control brings it up.
   w.session().find_element_by_id("btnLongPassword").send_keys(webdriver::Keys::PAGE_DOWN);
@@ -36,30 +37,30 @@ bool web_set_system_config(VornaWebWrapper& w, const Json& params) {
   auto saved = w.session().find_element_by_id("location_info_hidden").get_attribute("value");
   if (saved && *saved == inputStr) {
     w.logger().info("[setSystemConfig] completion.");
-    w.leave_content_frame();
+    leave_content_frame(w);
     w.settle(3);
     return true;
   }
-  w.leave_content_frame();
+  leave_content_frame(w);
   return false;
 }
 
 Json web_get_device_location_info(VornaWebWrapper& w) {
   w.logger().info("[getDeviceLocationInfo] start...");
-  w.open_page(pages::kSystemSettings);
+  open_page(w, pages::kSystemSettings);
   // Nothing settles after the menu, so the frame may still be loading the page: the field
   // is looked up with the element layer's bounded wait for its presence (no click, no
   // highlight) where a bare lookup would race the frame's navigation.
-  Json value = optional_json(w.quiet_lookup(kLocationInput).get_attribute("value"));
+  Json value = optional_json(quiet_lookup(w, kLocationInput).get_attribute("value"));
   w.logger().info("device location info: " + py::str(value));
-  w.leave_content_frame();
+  leave_content_frame(w);
   w.logger().info("[getDeviceLocationInfo] completion.");
   return value;
 }
 
 Json get_snmp_engine_id(VornaWebWrapper& w) {
   w.logger().info("[getSnmpEngineID] start...");
-  w.open_page(pages::kSystemSettings);
+  open_page(w, pages::kSystemSettings);
   Json record = Json::object();
   record["value"] = w.getTextById("snmp_engine_id");
   w.logger().info("[getSnmpEngineID] completion.");
@@ -67,9 +68,9 @@ Json get_snmp_engine_id(VornaWebWrapper& w) {
 }
 
 Json web_get_web_timeout(VornaWebWrapper& w) {
-  w.open_page(pages::kSystemSettings);
+  open_page(w, pages::kSystemSettings);
   Json value = optional_json(w.getAttributeById("WebServerTimeOut_hidden", "value"));
-  w.leave_content_frame();
+  leave_content_frame(w);
   return value;
 }
 

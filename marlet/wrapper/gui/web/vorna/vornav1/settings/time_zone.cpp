@@ -1,5 +1,6 @@
 // The controller's time zone on the network page: two dependent drop-downs (region, then
 // the cities of that region) and a save whose result notice shows in the top document.
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/settings/settings.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/settings/settings_args.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
@@ -34,7 +35,7 @@ Json bmc_time_zone(VornaWebWrapper& w, const Json& method, const Json& state, co
   }
 
   w.logger().info("[bmcTimeZone] start...");
-  w.open_page(pages::kNetwork);
+  open_page(w, pages::kNetwork);
   if (get) {
     w.logger().info("[bmcTimeZone] get...");
     Json result;
@@ -50,7 +51,7 @@ Json bmc_time_zone(VornaWebWrapper& w, const Json& method, const Json& state, co
       for (auto& entry : py::split(w.session().find_element_by_id("timezoneCity").text(), "\n"))
         result.push_back(entry);
     }
-    w.leave_content_frame();
+    leave_content_frame(w);
     w.logger().info("time zone:" + py::str(result));
     w.logger().info("[bmcTimeZone] completion.");
     return result;
@@ -68,7 +69,7 @@ Json bmc_time_zone(VornaWebWrapper& w, const Json& method, const Json& state, co
     webdriver::Select(w.locateElementByXpath(kCityXpath)).select_by_visible_text(city.get<std::string>());
     w.scrollScreen("xpath", kSaveXpath, 2);
     w.locateElementByXpath(kSaveXpath);
-    w.leave_content_frame();
+    leave_content_frame(w);
     w.waitElement("id", "OperateSucc", 20, 1);
     auto notice = w.getAttributeById("OperateSucc", "class");
     w.logger().info("[bmcTimeZone] completion.");

@@ -1,6 +1,7 @@
 // Deleting and creating RAID logical drives on the storage tab's configuration panel.
 // Neither operation reads the outcome back: the storage tree readers show it.
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/storage/storage.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/operation_params.h"
@@ -26,7 +27,7 @@ constexpr const char* kSave = "LDCreatePerSave";
 constexpr const char* kDeleteMarks[] = {"0", "1", "2", "3"};
 
 void open_logical_drive_pane(VornaWebWrapper& w) {
-  w.open_page(pages::kSystemInfo);
+  open_page(w, pages::kSystemInfo);
   w.locateElementById(tabs::kStorage);
   w.locateElementById(kConfigure);
   w.locateElementById(kLogicalDrivePane);
@@ -69,9 +70,9 @@ void delete_all_raid_logical_driver(VornaWebWrapper& w) {
   }
   if (!empty) {
     w.locateElementById(kDeleteButton, {.click = true, .highlight = false, .retry = 1, .delay = 3});
-    w.confirm_dialog();
+    confirm_dialog(w);
   } else {
-    w.leave_content_frame();  // no logical drive: nothing to delete, and no failure
+    leave_content_frame(w);  // no logical drive: nothing to delete, and no failure
   }
   w.settle(10);
 }
@@ -96,11 +97,11 @@ void create_raid_logical_driver(VornaWebWrapper& w, const Json& params) {
   }
   // A level the list does not offer leaves the frame, so the disk and save lookups that
   // follow fail in the element layer and nothing is saved.
-  if (!chosen) w.leave_content_frame();
+  if (!chosen) leave_content_frame(w);
   long long count = required(params, "count").get<long long>();
   for (long long i = 0; i < count; ++i) w.locateElementById(py::format(kDiskSelection, i));
   w.locateElementById(kSave);
-  w.confirm_dialog();
+  confirm_dialog(w);
   w.settle(10);
 }
 

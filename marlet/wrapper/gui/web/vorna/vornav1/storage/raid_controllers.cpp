@@ -1,6 +1,7 @@
 // The RAID controllers as the console shows them: the panes of every "RAID" entry of the
 // storage tree, and the name in the RAID card table of the other-cards tab.
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/storage/storage.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/storage/storage_tree.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
@@ -39,11 +40,11 @@ Json web_get_raid_web_info(VornaWebWrapper& w) {
     w.locateElementById(id);
     w.settle(10);
   }
-  w.enter_content_frame();
+  enter_content_frame(w);
   w.settle(10);
   w.locateElementById(tabs::kStorage);
   w.settle(10);
-  auto raid_list = w.quiet_lookups(kTopEntries);
+  auto raid_list = quiet_lookups(w, kTopEntries);
   w._screenshot();
   auto read_title = [](Element& entry) { return entry.find_element_by_xpath(kTitle).text(); };
   walk_top_entries(raid_list, IndexRule::RaidTitles, read_title, [&](const TopEntry& entry) {
@@ -60,14 +61,14 @@ Json web_get_raid_web_info(VornaWebWrapper& w) {
     read_rows(out_of_band_rows, raidInfoDict);
     raid_info[std::to_string(*entry.index)] = std::move(raidInfoDict);
   });
-  w.leave_content_frame();
+  leave_content_frame(w);
   if (raid_info.size() == 1) return raid_info.begin().value();
   return raid_info;
 }
 
 std::string get_raid_name(VornaWebWrapper& w) {
   w.logger().info("[getRaidName] start...");
-  w.open_page(pages::kSystemInfo);
+  open_page(w, pages::kSystemInfo);
   w.locateElementById(tabs::kOther);
   // The caller leaves the content frame: the name is read where the table is.
   return w.getTextByXpath(kRaidCardName);

@@ -1,5 +1,6 @@
 // The physical disks and the logical drives of the storage tree.
 #include "marlet/exception/exceptions.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/storage/storage.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/storage/storage_tree.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
@@ -42,11 +43,11 @@ Json get_storage_info(VornaWebWrapper& w, const Json& params) {
   Json notRaidDiskInfoAll = Json::object();
   w.logger().info("[getStorage] start...");
   w.locateElementById("menu_INFO");
-  w.repeated_click("menu_SYSTEM_INFO", 3);
-  w.enter_content_frame();
+  repeated_click(w, "menu_SYSTEM_INFO", 3);
+  enter_content_frame(w);
   w.locateElementById(tabs::kStorage);
   w.settle(10);
-  auto raid_list = w.quiet_lookups(kTopEntries);
+  auto raid_list = quiet_lookups(w, kTopEntries);
   w._screenshot();
   auto& browser = w.session();
   // Every entry's title is clicked before it is read, whatever the entry turns out to be.
@@ -73,13 +74,13 @@ Json get_storage_info(VornaWebWrapper& w, const Json& params) {
     auto temp = entry.element.find_element_by_xpath(kTitle);
     if (names_disk(temp.text())) store_disk(browser, entry.element, notRaidDiskInfoAll);
   });
-  w.leave_content_frame();
+  leave_content_frame(w);
   return py::truthy(raid_disk) ? diskInfoAll : notRaidDiskInfoAll;
 }
 
 Json web_get_logical_driver_info(VornaWebWrapper& w) {
   w.logger().info("[getLogicalDriverInfo] start...");
-  w.open_page(pages::kSystemInfo, 5);
+  open_page(w, pages::kSystemInfo, 5);
   w.locateElementById(tabs::kStorage);
   w.settle(3);
   Json LogicalDriverInfo = Json::object();
@@ -97,7 +98,7 @@ Json web_get_logical_driver_info(VornaWebWrapper& w) {
     LogicalDriverInfo[span] = std::move(LogicalDriverDict);
   }
   w.logger().info(py::format("[getLogicalDriverInfo] %s", LogicalDriverInfo));
-  w.leave_content_frame();
+  leave_content_frame(w);
   return LogicalDriverInfo;
 }
 
