@@ -2,8 +2,9 @@
 
 An upload receives the file itself (the page sends the chosen File as the body); the
 machine keeps its name, size and SHA-256 under machine["firmware"]["uploads"]. The
-scenario says how long an upgrade and a collection take and what the upgrade's result
-reads. The collection hands out "dump_info.tar.gz", a real gzip'd tar of what the
+scenario says how long an upgrade and a collection take, what the upgrade's result
+reads, and whether the page follows the upgrade by asking ("progress": "asks") or only
+waits the machine's time on a page timer ("silent"). The collection hands out "dump_info.tar.gz", a real gzip'd tar of what the
 machine reports.
 """
 import hashlib
@@ -30,7 +31,8 @@ def _upload(state, body, user):
     seconds = float(fw.get("upgrade_seconds", 3))
     # The upgrade runs on the controller: the page asks how far it is (_progress).
     state.upgrade = {"started": time.monotonic(), "seconds": seconds}
-    return 200, {"ok": True, "seconds": seconds, "result": fw.get("result", "The upgrade is complete.")}
+    return 200, {"ok": True, "seconds": seconds, "result": fw.get("result", "The upgrade is complete."),
+                 "progress": fw.get("progress", "asks")}
 
 
 def _progress(state, user):

@@ -7,6 +7,7 @@ import pytest
 
 from marlet.exception.marlet_exception import MarletException
 from marlet.exception.webdriverexception import InvalidArgumentException
+from marlet.utils.time import set_settle_policy
 from tests.python.firmware_support import (complete_archive, console_with_downloads, eventually, listing, patch,
                                            text_file)
 
@@ -64,6 +65,23 @@ def test_update_fw_waits_its_fixed_time_and_stays_in_the_page(console, image, lo
     assert log_lines.texts() == ["The upgrade is complete."]
     # Still inside the content frame: the page's own result is at hand.
     assert w.getTextById("upgrade_result") == "The upgrade is complete."
+    w.web_switch_page_logout()
+
+
+@pytest.mark.parametrize("policy", ["fixed", "adaptive"])
+def test_update_fw_waits_for_a_controller_whose_page_is_quiet(console, image, log_lines, policy):
+    # The page shows its ring, asks nothing while the upgrade runs, then writes the result
+    # from a page timer: a quiet page is not a finished upgrade, under either policy.
+    w, sim, _ = console
+    path, _, _ = image
+    patch(sim, {"firmware": {"upgrade_seconds": 1, "result": "The upgrade is complete.", "progress": "silent"}})
+    set_settle_policy(policy)
+    try:
+        assert w.update_fw(fw_path=path) is True
+    finally:
+        set_settle_policy("fixed")
+        patch(sim, {"firmware": {"progress": "asks"}})
+    assert log_lines.texts() == ["The upgrade is complete."]
     w.web_switch_page_logout()
 
 
