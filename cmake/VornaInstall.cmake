@@ -45,7 +45,7 @@ if(VORNA_BUILD_PYTHON)
       "Where the Python package goes, relative to the install prefix")
 
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/python/marlet DESTINATION ${VORNA_PYTHON_INSTALL_DIR}
-    FILES_MATCHING PATTERN "*.py" PATTERN "__pycache__" EXCLUDE)
+    FILES_MATCHING PATTERN "*.py" PATTERN "*.html" PATTERN "__pycache__" EXCLUDE)
   # The module for each interpreter it was built for (python/CMakeLists.txt).
   get_property(vorna_py_targets DIRECTORY ${PROJECT_SOURCE_DIR}/python PROPERTY BUILDSYSTEM_TARGETS)
   list(FILTER vorna_py_targets INCLUDE REGEX "^vornawebwrapper")
