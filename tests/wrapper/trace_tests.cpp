@@ -1,6 +1,8 @@
 // The trace of a browser session: what goes in (operations, commands with their
 // locators, settles with their policy, log lines, pictures), what is masked, and which
 // files are kept.
+#include <unistd.h>
+
 #include <filesystem>
 #include <fstream>
 
@@ -136,7 +138,7 @@ TEST_F(TraceTests, TheSettingIsAFolderOrAMapAndTheObjectsKeyWinsOverTheProcess) 
   EXPECT_THROW(parse_trace_settings({{"dir", "/tmp/t"}, {"mode", "always"}}, "t"), marlet::ValueError);
   EXPECT_THROW(parse_trace_settings({{"folder", "/tmp/t"}}, "t"), marlet::ValueError);
   EXPECT_THROW(parse_trace_settings("", "t"), marlet::ValueError);
-  EXPECT_THROW(wrapper({{"mode", "on"}}), marlet::ValueError);
+  EXPECT_THROW(wrapper(Json::object({{"mode", "on"}})), marlet::ValueError);
 
   marlet::set_process_trace(marlet::TraceSettings{(dir / "process").string(), marlet::TraceMode::On});
   auto own = wrapper((dir / "own").string());
@@ -155,5 +157,5 @@ TEST(TraceMaskTests, EveryOccurrenceOfEverySecretIsMasked) {
   EXPECT_EQ(marlet::mask("a pw b pw", {"pw"}), "a ******** b ********");
   EXPECT_EQ(marlet::mask("pwpw", {"pw", ""}), "****************");
   EXPECT_EQ(marlet::mask("nothing", {}), "nothing");
-  EXPECT_EQ(marlet::mask("***", {"*"}), "************************") << "a secret inside the mask ends";
+  EXPECT_EQ(marlet::mask("***", {"*"}), std::string(24, '*')) << "a secret inside the mask ends";
 }
