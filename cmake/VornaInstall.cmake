@@ -48,7 +48,7 @@ if(VORNA_BUILD_PYTHON)
       "Where the Python package goes, relative to the install prefix")
 
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/python/marlet DESTINATION ${VORNA_PYTHON_INSTALL_DIR}
-    FILES_MATCHING PATTERN "*.py" PATTERN "__pycache__" EXCLUDE)
+    FILES_MATCHING PATTERN "*.py" PATTERN "*.html" PATTERN "__pycache__" EXCLUDE)
   # Its metadata (the pytest plugin's entry point, python/CMakeLists.txt), and the console
   # simulator the plugin starts, found from the package upwards at P/share/vorna.
   install(DIRECTORY ${VORNA_PY_DIST_INFO} DESTINATION ${VORNA_PYTHON_INSTALL_DIR})

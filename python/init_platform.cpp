@@ -1,4 +1,7 @@
 // Time and units for the `marlet.utils` modules.
+#include <pybind11/stl.h>
+
+#include "marlet/utils/gui/web/trace.h"
 #include "marlet/utils/time.h"
 #include "marlet/utils/units.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/settle_policy.h"
@@ -23,6 +26,19 @@ void init_platform(py::module_& m) {
     vorna::set_process_settle_policy(vorna::parse_settle_policy(name, "the settle policy"));
   });
   m.def("_settle_policy", [] { return vorna::settle_policy_name(vorna::process_settle_policy()); });
+  // The trace of the process: None, or (folder, mode) for every wrapper without a
+  // "trace" key of its own, from its next browser on.
+  m.def("_set_trace", [](const marlet::Json& folder, const std::string& mode) {
+    if (folder.is_null()) return marlet::set_process_trace(std::nullopt);
+    marlet::Json value = {{"dir", folder}, {"mode", mode}};
+    marlet::set_process_trace(marlet::parse_trace_settings(value, "the trace"));
+  });
+  m.def("_trace", []() -> py::object {
+    auto settings = marlet::process_trace();
+    if (!settings) return py::none();
+    return py::make_tuple(settings->dir, marlet::trace_mode_name(settings->mode));
+  });
+  m.def("_mask_text", &marlet::mask);
   m.def("_units_convert", [](const std::string& text, const std::string& unit) {
     return marlet::Units::convert(text, unit);
   });

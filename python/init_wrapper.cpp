@@ -227,6 +227,7 @@ void init_wrapper(py::module_& m) {
          py::dict d(params);
          if (d.contains("browser")) p["browser"] = to_json(d["browser"]);
          if (d.contains("settle")) p["settle"] = to_json(d["settle"]);
+         if (d.contains("trace")) p["trace"] = to_json(d["trace"]);
        } catch (py::error_already_set& e) {
          raise_unreadable(e, params);  // a harness map whose reads fail
        }
@@ -268,6 +269,12 @@ void init_wrapper(py::module_& m) {
   cls.def_property_readonly("settle_policy", [](const VornaWebWrapper& w) -> py::object {
     if (auto p = w.settle_policy()) return py::str(vorna::settle_policy_name(*p));
     return py::none();
+  });
+  // The trace file of the current or last browser session (None: none, or deleted at
+  // the end of a session in which nothing failed, under "retain-on-failure").
+  cls.def_property_readonly("trace_path", [](const VornaWebWrapper& w) -> py::object {
+    std::string path = w.trace_path();
+    return path.empty() ? py::object(py::none()) : py::object(py::str(path));
   });
   cls.def("_settle", [](VornaWebWrapper& w, double seconds) { w.settle(seconds); }, release(), py::arg("seconds"));
   cls.def("_settle_stats", [](const VornaWebWrapper& w) {

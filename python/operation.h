@@ -49,32 +49,77 @@ struct ConsoleMark {
   bool operator==(const ConsoleMark& o) const { return session == o.session && commands == o.commands; }
 };
 
+// ---- the trace's view of an operation ----
+namespace trace_detail {
+
+// An argument or a result as the trace shows it: JSON values as they are, anything else
+// (elements) by a placeholder.
+template <class T>
+Json traced_value(const T& value) {
+  using U = std::decay_t<T>;
+  if constexpr (std::is_same_v<U, Json> || std::is_same_v<U, std::string> || std::is_arithmetic_v<U>)
+    return Json(value);
+  else
+    return "<not shown>";
+}
+
+// The passwords among an operation's arguments: a text argument whose name says it holds
+// one ("pwd", "password", "passwd"), and every text under such a key in a map argument,
+// at any depth (the login's bmc["password"], "new_pwd", "cur_password"), and the
+// wrapper's own password.
+std::vector<std::string> secrets_of(const vorna::VornaWebWrapper& w, const std::vector<std::string>& names,
+                                    const Json& args);
+// The failure under way (inside a catch) told to the trace as its Python type and text.
+void trace_failure(vorna::VornaWebWrapper& w) noexcept;
+
+template <class... A>
+void trace_begin(vorna::VornaWebWrapper& w, const char* name, const std::vector<std::string>& names,
+                 const A&... args) {
+  Json traced = Json::array({traced_value(args)...});
+  w.trace_operation_begin(name, traced, secrets_of(w, names, traced));
+}
+
+}  // namespace trace_detail
+
 // Runs an operation with the GIL released, naming it for pictures, and leaves a picture
 // when it fails (best effort, never hiding the failure). A refusal of the caller's input
 // (a Python kind raised before the operation sent the browser anything, or opened one)
 // takes no picture: nothing happened on the console to look at. A Ctrl-C ends it at the
 // next slice of a sleep with no picture (the user asked to stop now) and leaves the
 // browser as it is: the wrapper stays usable. A Ctrl-C the operation swallowed on the
-// way is raised when it returns.
+// way is raised when it returns. When a trace is wanted, the operation, its arguments
+// (by `names`, for the passwords among them) and its outcome go into it.
 //
 // `fn` is a member of the wrapper or a free function of a subsystem's header taking the
 // wrapper first; both are called as std::invoke(fn, w, args...).
 template <class R, class... A, class F>
-auto guarded_operation(F fn, const char* name) {
-  return [fn, name](vorna::VornaWebWrapper& w, A... args) -> R {
+auto guarded_operation(F fn, const char* name, std::vector<std::string> names) {
+  return [fn, name, names](vorna::VornaWebWrapper& w, A... args) -> R {
     auto run = [&]() -> R {
       py::gil_scoped_release unlocked;
       w.current_operation = name;
+      const bool traced = w.trace_wanted();
+      if (traced) trace_detail::trace_begin(w, name, names, args...);
       const ConsoleMark before = ConsoleMark::of(w);
       try {
-        return std::invoke(fn, w, std::forward<A>(args)...);
+        if constexpr (std::is_void_v<R>) {
+          std::invoke(fn, w, std::forward<A>(args)...);
+          if (traced) w.trace_operation_end(nullptr);
+        } else {
+          R result = std::invoke(fn, w, std::forward<A>(args)...);
+          if (traced) w.trace_operation_end(trace_detail::traced_value(result));
+          return result;
+        }
       } catch (const PythonInterrupt&) {
+        if (traced) trace_detail::trace_failure(w);
         throw;
       } catch (const marlet::PythonError&) {
         if (!(ConsoleMark::of(w) == before)) w.screenshot_after_failure(name);
+        if (traced) trace_detail::trace_failure(w);
         throw;
       } catch (...) {
         w.screenshot_after_failure(name);
+        if (traced) trace_detail::trace_failure(w);
         throw;
       }
     };
@@ -90,21 +135,36 @@ auto guarded_operation(F fn, const char* name) {
 }
 
 template <class R, class... A>
-auto operation(R (vorna::VornaWebWrapper::*fn)(A...), const char* name) {
-  return guarded_operation<R, A...>(fn, name);
+auto operation(R (vorna::VornaWebWrapper::*fn)(A...), const char* name, std::vector<std::string> names = {}) {
+  return guarded_operation<R, A...>(fn, name, std::move(names));
 }
 template <class R, class... A>
-auto operation(R (*fn)(vorna::VornaWebWrapper&, A...), const char* name) {
-  return guarded_operation<R, A...>(fn, name);
+auto operation(R (*fn)(vorna::VornaWebWrapper&, A...), const char* name, std::vector<std::string> names = {}) {
+  return guarded_operation<R, A...>(fn, name, std::move(names));
 }
 
 // An operation that touches no browser (the bench comparisons): the GIL is released all
-// the same, but a failure is about the records, so no picture of the page is taken.
+// the same, but a failure is about the records, so no picture of the page is taken. An
+// open trace still records it (a comparison that differs is a failure to look at).
 template <class R, class... A>
-auto offline_operation(R (vorna::VornaWebWrapper::*fn)(A...)) {
-  return [fn](vorna::VornaWebWrapper& w, A... args) -> R {
+auto offline_operation(R (vorna::VornaWebWrapper::*fn)(A...), const char* name) {
+  return [fn, name](vorna::VornaWebWrapper& w, A... args) -> R {
     py::gil_scoped_release unlocked;
-    return (w.*fn)(std::forward<A>(args)...);
+    const bool traced = w.trace_wanted();
+    if (traced) trace_detail::trace_begin(w, name, {}, args...);
+    try {
+      if constexpr (std::is_void_v<R>) {
+        (w.*fn)(std::forward<A>(args)...);
+        if (traced) w.trace_operation_end(nullptr, {}, {}, false);
+      } else {
+        R result = (w.*fn)(std::forward<A>(args)...);
+        if (traced) w.trace_operation_end(trace_detail::traced_value(result), {}, {}, false);
+        return result;
+      }
+    } catch (...) {
+      if (traced) trace_detail::trace_failure(w);
+      throw;
+    }
   };
 }
 
@@ -166,6 +226,8 @@ void def_any(WrapperClass& cls, const Operation& o, const Bound& bound, size_t r
   ((required == K ? def_split<K>(cls, o, bound, std::make_index_sequence<N>{}) : void()), ...);
 }
 
+std::vector<std::string> arg_names(const std::vector<Arg>& args);
+
 // The number of required arguments; std::logic_error (an import error, seen by every
 // test) when the table's names do not match the function's arguments.
 size_t required_args(const Operation& o, size_t arity);
@@ -195,8 +257,9 @@ struct Signature<R (*)(vorna::VornaWebWrapper&, A...)> {
 template <class R, class... A>
 Operation op(const char* name, R (vorna::VornaWebWrapper::*fn)(A...), std::vector<Arg> args, Login login,
              const char* doc) {
-  auto define = login == Login::offline ? table_detail::definer<sizeof...(A)>(offline_operation(fn))
-                                        : table_detail::definer<sizeof...(A)>(operation(fn, name));
+  auto define = login == Login::offline
+                    ? table_detail::definer<sizeof...(A)>(offline_operation(fn, name))
+                    : table_detail::definer<sizeof...(A)>(operation(fn, name, table_detail::arg_names(args)));
   return {name, std::move(args), login, doc, std::move(define)};
 }
 
@@ -204,7 +267,8 @@ Operation op(const char* name, R (vorna::VornaWebWrapper::*fn)(A...), std::vecto
 template <class R, class... A>
 Operation op(const char* name, R (*fn)(vorna::VornaWebWrapper&, A...), std::vector<Arg> args, Login login,
              const char* doc) {
-  return {name, std::move(args), login, doc, table_detail::definer<sizeof...(A)>(operation(fn, name))};
+  auto define = table_detail::definer<sizeof...(A)>(operation(fn, name, table_detail::arg_names(args)));
+  return {name, std::move(args), login, doc, std::move(define)};
 }
 
 // An operation whose binding does more than the call (reads the harness's objects,

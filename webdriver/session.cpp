@@ -1,5 +1,6 @@
 #include "webdriver/session.h"
 
+#include <chrono>
 #include <fstream>
 
 #include "webdriver/bidi.h"
@@ -78,6 +79,21 @@ Json Session::execute(std::string_view command, const Json& params) {
   std::lock_guard<std::mutex> lock(mutex_);
   if (quit_ || killed_) throw InvalidSessionIdException("The browser session has ended", "invalid session id");
   commands_.fetch_add(1, std::memory_order_relaxed);
+  if (!observer_) return send(command, params);
+  auto started = std::chrono::steady_clock::now();
+  auto seconds = [&] { return std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count(); };
+  try {
+    Json answer = send(command, params);
+    observer_->command_done(command, params, seconds(), nullptr);
+    return answer;
+  } catch (const std::exception& e) {
+    observer_->command_done(command, params, seconds(), &e);
+    throw;
+  }
+}
+
+// One command on the wire; the caller holds mutex_.
+Json Session::send(std::string_view command, const Json& params) {
   try {
     return transport_->execute(command, params);
   } catch (const ConnectionException&) {
@@ -87,6 +103,11 @@ Json Session::execute(std::string_view command, const Json& params) {
     if (transport_->broken()) lost_ = true;
     throw;
   }
+}
+
+void Session::set_command_observer(std::shared_ptr<CommandObserver> observer) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  observer_ = std::move(observer);
 }
 
 void Session::get(const std::string& url) { execute("WebDriver:Navigate", Json{{"url", url}}); }

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -24,6 +25,17 @@
 namespace webdriver {
 
 class BidiChannel;
+
+// Told of every command a session sent, once its answer came: its name, its parameters,
+// how long it took in real seconds, and the failure when it failed. Runs on the thread
+// that sent the command, inside the session's command lock: it must be quick, must not
+// throw, and must send no command itself.
+class CommandObserver {
+ public:
+  virtual ~CommandObserver() = default;
+  virtual void command_done(std::string_view command, const Json& params, double seconds,
+                            const std::exception* error) noexcept = 0;
+};
 
 // Something the session owns besides the connection: a browser or driver process, a
 // temporary profile. shutdown() runs once, after the session is deleted, and must end
@@ -113,6 +125,9 @@ class Session : public std::enable_shared_from_this<Session> {
   // delete-session commands included (one relaxed atomic add per command).
   std::uint64_t command_count() const noexcept { return commands_.load(std::memory_order_relaxed); }
   const Json& capabilities() const noexcept { return capabilities_; }
+  // One observer of the commands at a time (null: none); a command without one pays a
+  // single check.
+  void set_command_observer(std::shared_ptr<CommandObserver> observer);
   // The browser's event channel beside this session (WebDriver BiDi), opened at start
   // when the browser answered a webSocketUrl; null when there is none (none offered, or
   // it could not be reached) and after quit(). The session works the same without it:
@@ -129,6 +144,7 @@ class Session : public std::enable_shared_from_this<Session> {
  private:
   Session(std::unique_ptr<Transport> transport, std::vector<std::unique_ptr<OwnedResource>> resources,
           Clock* clock);
+  Json send(std::string_view command, const Json& params);
 
   mutable std::mutex mutex_;  // one command at a time on the wire
   std::unique_ptr<Transport> transport_;
@@ -143,6 +159,7 @@ class Session : public std::enable_shared_from_this<Session> {
   std::atomic<bool> upload_files_{false};
   std::atomic<bool> lost_{false};  // the transport can carry no more commands
   std::atomic<std::uint64_t> commands_{0};
+  std::shared_ptr<CommandObserver> observer_;  // under mutex_
   mutable std::mutex bidi_mutex_;
   std::shared_ptr<BidiChannel> bidi_;
   std::string bidi_status_;

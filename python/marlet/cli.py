@@ -2,6 +2,7 @@
 
     vorna [options] call OPERATION [PARAMS]
     vorna [options] inventory
+    vorna show-trace FILE [--out report.html]
 
 Logs into one console, runs the operation (or every inventory reader), prints the result
 as JSON on standard output, and logs out and closes the browser, also when something
@@ -15,6 +16,9 @@ the login failed (or a reader of the inventory did); 2 bad input, found before t
 console is touched where possible (bad JSON, an unknown operation, wrong arguments, and
 the KeyError, TypeError and ValueError an operation raises for its params); 130
 interrupted. The password never appears in output, errors or log lines.
+
+With --trace DIR the browser session is traced into a file in DIR (docs/traces.md);
+`show-trace` turns such a file into one HTML page, needing no console and no login.
 """
 import argparse
 import getpass
@@ -199,10 +203,8 @@ class Scrubber(object):
         self.password = password
 
     def __call__(self, text):
-        text = str(text)
-        if self.password:
-            text = text.replace(self.password, MASK)
-        return text
+        from marlet.utils.trace import mask  # the traces mask with the same function
+        return mask(text, [self.password])
 
 
 class MaskingFilter(logging.Filter):
@@ -359,6 +361,10 @@ def build_parser(cls):
     b.add_argument("--screenshots", metavar="DIR", help="folder for the pictures taken (one on each failure)")
     b.add_argument("--time-scale", type=float, default=1.0, metavar="F",
                    help="factor on every settle and wait (default 1.0, the console's pace)")
+    b.add_argument("--trace", metavar="DIR", help="trace the browser session into a file in DIR")
+    b.add_argument("--trace-mode", choices=["on", "retain-on-failure"], default="on",
+                   help="on: keep the trace, a picture after each operation (default); "
+                        "retain-on-failure: keep it only when something failed")
     o = p.add_argument_group("output")
     o.add_argument("--no-progress", action="store_true", help="no progress line on standard error")
     o.add_argument("--verbose", "-v", action="store_true", help="the wrapper's log lines on standard error")
@@ -367,7 +373,24 @@ def build_parser(cls):
     call.add_argument("operation")
     call.add_argument("params", nargs="?", metavar="PARAMS", help="JSON array or object, or @FILE")
     sub.add_parser("inventory", help="every inventory reader in one JSON document")
+    show = sub.add_parser("show-trace", help="write a trace file as one HTML page (no console needed)")
+    show.add_argument("file", metavar="FILE", help="a trace written with --trace")
+    show.add_argument("--out", metavar="HTML", help="the page to write (default: FILE with .html)")
     return p
+
+
+def show_trace(args, stdout):
+    """Writes the page of a trace and prints its path."""
+    from marlet.trace.viewer import TraceError, write_report
+    try:
+        out = write_report(args.file, args.out)
+    except OSError as e:
+        raise UsageError("cannot read %s or write its page: %s" % (args.file, e.strerror))
+    except TraceError as e:
+        raise UsageError(str(e))
+    stdout.write(to_json({"report": os.path.abspath(out)}) + "\n")
+    stdout.flush()
+    return EXIT_OK
 
 
 def read_password(args):
@@ -402,6 +425,16 @@ def browser_map(args):
     if args.screenshots:
         browser["screenshot_dir"] = os.path.abspath(args.screenshots)
     return browser
+
+
+def wrapper_params(args, browser):
+    """The constructor's params from the options."""
+    params = {"host": args.host, "device": args.device}
+    if browser:
+        params["browser"] = browser
+    if args.trace:
+        params["trace"] = {"dir": os.path.abspath(args.trace), "mode": args.trace_mode}
+    return params
 
 
 def controller_record(args, password):
@@ -517,7 +550,9 @@ def main(argv=None, stdout=None, stderr=None):
         parser = build_parser(cls)
         args = parser.parse_args(argv)
         if args.command is None:
-            raise UsageError("give a command: call OPERATION [PARAMS], or inventory (vorna --help)")
+            raise UsageError("give a command: call OPERATION [PARAMS], inventory, or show-trace FILE (vorna --help)")
+        if args.command == "show-trace":
+            return show_trace(args, stdout)
         call_args = []
         login = True
         if args.command == "call":
@@ -541,10 +576,7 @@ def main(argv=None, stdout=None, stderr=None):
         set_time_scale(args.time_scale)
         restore_logging = setup_logging(cls, args.verbose, scrub)
 
-        params = {"host": args.host, "device": args.device}
-        if browser:
-            params["browser"] = browser
-        wrapper = cls(params)
+        wrapper = cls(wrapper_params(args, browser))
         if password is not None:
             # Defaults of the operations that log in from their own params.
             wrapper.bmc_ip, wrapper.username, wrapper.password = args.address, args.user, password

@@ -172,6 +172,9 @@ def test_bad_input_is_refused_before_any_browser_with_exit_code_2(tmp_path):
         (console + ["--browser", "[1]", "inventory"], "UsageError", "--browser must be a JSON object"),
         (console + ["--browser", '{"name": "lynx"}', "inventory"], "ValueError", "browser['name']"),
         (console + ["frobnicate"], "UsageError", "invalid choice"),
+        (console + ["--trace", str(tmp_path), "--trace-mode", "always", "inventory"], "UsageError", "invalid choice"),
+        (["show-trace", str(pw)], "UsageError", "no trace"),
+        (["show-trace", str(tmp_path / "absent.jsonl")], "UsageError", "cannot read"),
         (console, "UsageError", "give a command"),
     ]
     for argv, kind, text in cases:
@@ -200,3 +203,40 @@ def test_comparisons_run_offline_with_exit_codes_by_failure_kind():
     # A bench table without the console's row is a KeyError: bad input.
     code, out, err = run("call", "compare_power", json.dumps([POWER, {}]))
     assert code == 2 and last_error(err)["error"] == "KeyError"
+
+
+def test_trace_options_reach_the_constructor_and_show_trace_writes_one_self_contained_page(tmp_path):
+    parser = cli.build_parser(VornaWebWrapper)
+    args = parser.parse_args(["--trace", "traces", "inventory"])
+    assert cli.wrapper_params(args, {})["trace"] == {"dir": os.path.abspath("traces"), "mode": "on"}
+    args = parser.parse_args(["--trace", str(tmp_path), "--trace-mode", "retain-on-failure", "inventory"])
+    assert cli.wrapper_params(args, {})["trace"] == {"dir": str(tmp_path), "mode": "retain-on-failure"}
+    assert "trace" not in cli.wrapper_params(parser.parse_args(["inventory"]), {})
+
+    # A trace cut short by a crash: its last line half written, its operation never ended.
+    records = [{"type": "trace", "t": 0, "version": 1, "started": "20261124-201530-123", "mode": "on",
+                "time_scale": 1.0, "browser": "firefox", "driver": "marionette", "bidi": "open"},
+               {"type": "operation", "t": 0.1, "id": 1, "name": "get_guid", "args": []},
+               {"type": "command", "t": 0.2, "op": 1, "name": "FindElement", "seconds": 0.01,
+                "locator": "css selector=[id=\"guid\"]", "error": "</script><b>no such element</b>"},
+               {"type": "picture", "t": 0.3, "op": 1, "label": "get_guid_failed", "png": "iVBORw0KGgo="},
+               {"type": "end", "t": 0.4, "op": 1, "id": 1, "seconds": 0.3,
+                "error": {"type": "NoSuchElementException", "message": "Unable to locate element id=guid"}},
+               {"type": "operation", "t": 0.5, "id": 2, "name": "get_product_sn", "args": []},
+               {"type": "settle", "t": 0.6, "op": 2, "asked": 6, "taken": 6, "seconds": 0.3, "policy": "fixed"}]
+    trace = tmp_path / "s.trace.jsonl"
+    trace.write_text("\n".join(json.dumps(r) for r in records) + '\n{"type": "comm', encoding="utf-8")
+    code, out, err = run("show-trace", str(trace))
+    assert (code, err) == (0, "")
+    page = json.loads(out)["report"]
+    assert page == str(tmp_path / "s.trace.html")
+    html = open(page, encoding="utf-8").read()
+    assert "http://" not in html and "https://" not in html and "<link" not in html and " src=" not in html
+    assert html.count("</script>") == 2, "the data cannot end its script element"
+    from marlet.trace.viewer import load
+    ops = load(str(trace))["operations"]
+    assert [(o["name"], o.get("error", {}).get("type"), o.get("unfinished")) for o in ops] == [
+        ("get_guid", "NoSuchElementException", None), ("get_product_sn", None, True)]
+    assert [s["type"] for s in ops[0]["steps"]] == ["command", "picture"]
+    code, out, err = run("show-trace", str(trace), "--out", str(tmp_path / "r.html"))
+    assert code == 0 and os.path.isfile(str(tmp_path / "r.html"))

@@ -8,6 +8,8 @@
 // took (a benchmark's breakdown of where an operation's time went).
 #pragma once
 
+#include <chrono>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -32,6 +34,16 @@ struct ActivityRecord {
   double seconds = 0;  // the bound it was given
   double taken = 0;    // seconds it lasted on the clock
   int depth = 0;       // 0 for a scope opened inside no other; 1 inside one, ...
+  double wall = 0;     // real seconds it lasted (taken is on the clock, which may be scaled)
+};
+
+// Told of each scope as it starts and as it ends (a trace of the operation), on the
+// operation's thread, with no lock of the record held.
+class ActivityListener {
+ public:
+  virtual ~ActivityListener() = default;
+  virtual void activity_started(const std::string& kind) noexcept = 0;
+  virtual void activity_ended(const ActivityRecord& record) noexcept = 0;
 };
 
 class Activity {
@@ -49,6 +61,8 @@ class Activity {
   // The records of the scopes ended since the last call (in the order they ended), taken
   // out of the journal.
   std::vector<ActivityRecord> take_journal();
+  // One listener at a time; null: none.
+  void set_listener(std::shared_ptr<ActivityListener> listener);
 
  private:
   friend class ActivityScope;
@@ -62,6 +76,7 @@ class Activity {
   int depth_ = 0;
   bool journal_on_ = false;
   std::vector<ActivityRecord> journal_;
+  std::shared_ptr<ActivityListener> listener_;
 };
 
 // Publishes one activity for the lifetime of the scope, then restores what was there.
@@ -78,6 +93,9 @@ class ActivityScope {
   std::optional<Activity::State> previous_;
   Clock& clock_;
   Clock::TimePoint started_;
+  std::chrono::steady_clock::time_point wall_started_;
+  std::shared_ptr<ActivityListener> listener_;  // the record's, when the scope started
+  std::string state_kind_;
 };
 
 }  // namespace marlet

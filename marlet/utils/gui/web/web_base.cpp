@@ -3,16 +3,19 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iomanip>
 #include <sstream>
 
 #include "marlet/exception/exceptions.h"
 #include "marlet/utils/pytext.h"
+#include "webdriver/bidi.h"
 #include "webdriver/errors.h"
 #include "webdriver/keys.h"
 #include "webdriver/support/expected_conditions.h"
@@ -93,9 +96,10 @@ fs::path claim_picture(const fs::path& dir, const std::string& stamp, const std:
 WebBase::WebBase(BrowserConfig config, std::shared_ptr<Logger> logger, Clock* clock,
                  std::shared_ptr<BrowserFactory> factory)
     : config_(std::move(config)),
-      logger_(logger ? std::move(logger) : make_stderr_logger("marlet.utils.gui.web.web_base")),
+      tee_(std::make_shared<TeeLogger>(*this)),
       clock_(clock ? clock : &process_clock()),
       factory_(factory ? std::move(factory) : std::make_shared<LaunchingFactory>()) {
+  tee_->target = logger ? std::move(logger) : make_stderr_logger("marlet.utils.gui.web.web_base");
   download_dir = config_.launch.download_dir.empty()
                      ? (fs::temp_directory_path() / "vorna_downloads").string()
                      : config_.launch.download_dir;
@@ -103,6 +107,8 @@ WebBase::WebBase(BrowserConfig config, std::shared_ptr<Logger> logger, Clock* cl
 
 WebBase::~WebBase() {
   try {
+    end_trace();
+    for (auto& t : closing_) finish_trace(t);
     if (browser) browser->quit();
   } catch (...) {
   }
@@ -119,18 +125,175 @@ std::shared_ptr<webdriver::Session> WebBase::openFirefox() {
   options.download_dir = download_dir;
   std::error_code ignored;
   if (!download_dir.empty()) fs::create_directories(download_dir, ignored);
+  end_trace();  // of a browser that went away by itself
   browser = factory_->open(options, *clock_);
+  start_trace();
   return browser;
 }
 
 void WebBase::close() {
+  end_trace();
   if (browser) browser->quit();
   browser.reset();
 }
 
 void WebBase::killFirefox() {
+  end_trace();
   if (browser) browser->kill();
   browser.reset();
+}
+
+// ---- the trace ----
+
+namespace {
+
+constexpr const char* kTracedEvents[] = {"log.entryAdded", "network.responseCompleted", "network.fetchError"};
+
+struct CommandTap final : webdriver::CommandObserver {
+  explicit CommandTap(std::shared_ptr<TraceRecorder> t) : trace(std::move(t)) {}
+  void command_done(std::string_view name, const Json& params, double seconds,
+                    const std::exception* error) noexcept override {
+    try {
+      trace->command(name, params, seconds, error);
+    } catch (...) {
+    }
+  }
+  std::shared_ptr<TraceRecorder> trace;
+};
+
+struct ActivityTap final : ActivityListener {
+  ActivityTap(std::shared_ptr<TraceRecorder> t, std::function<std::string()> p)
+      : trace(std::move(t)), policy(std::move(p)) {}
+  // About to idle: a good moment to write out what the operation did so far.
+  void activity_started(const std::string&) noexcept override {
+    try {
+      trace->flush();
+    } catch (...) {
+    }
+  }
+  void activity_ended(const ActivityRecord& record) noexcept override {
+    try {
+      trace->activity(record, record.kind == "settle" ? policy() : std::string());
+    } catch (...) {
+    }
+  }
+  std::shared_ptr<TraceRecorder> trace;
+  std::function<std::string()> policy;
+};
+
+}  // namespace
+
+void WebBase::TeeLogger::log(LogLevel level, const std::string& line) {
+  if (target) target->log(level, line);
+  if (auto t = owner.open_trace()) t->log(level, line);
+}
+
+std::shared_ptr<TraceRecorder> WebBase::open_trace() const {
+  std::lock_guard<std::mutex> lock(trace_mutex_);
+  return trace_;
+}
+
+std::string WebBase::trace_path() const {
+  std::lock_guard<std::mutex> lock(trace_mutex_);
+  return trace_path_;
+}
+
+bool WebBase::trace_wanted() const {
+  return config_.trace || open_trace() || process_trace();
+}
+
+void WebBase::start_trace() {
+  auto settings = config_.trace ? config_.trace : process_trace();
+  if (!settings || !browser) return;
+  try {
+    const auto& launch = config_.launch;
+    Json about = {{"browser", launch.browser}, {"driver", launch.driver}, {"headless", launch.headless},
+                  {"bidi", browser->bidi_status()}};
+    if (!launch.remote_url.empty()) about["remote_url"] = launch.remote_url;
+    auto trace = std::make_shared<TraceRecorder>(*settings, about, trace_secrets_);
+    if (traced_operation_) trace->operation_begin(traced_operation_->first, traced_operation_->second);
+    browser->set_command_observer(std::make_shared<CommandTap>(trace));
+    activity.set_listener(std::make_shared<ActivityTap>(trace, [this] { return trace_settle_policy(); }));
+    if (auto channel = browser->bidi()) {
+      try {
+        std::weak_ptr<TraceRecorder> weak = trace;
+        bidi_token_ = channel->add_subscriber(
+            [weak](const std::string& method, const Json& params) {
+              if (auto t = weak.lock()) t->console(method, params);
+            },
+            {std::begin(kTracedEvents), std::end(kTracedEvents)});
+        channel->subscribe({std::begin(kTracedEvents), std::end(kTracedEvents)});
+      } catch (const std::exception& e) {
+        logger().warn(std::string("[trace] the browser's messages and requests are not traced: ") + e.what());
+      }
+    }
+    std::lock_guard<std::mutex> lock(trace_mutex_);
+    trace_ = std::move(trace);
+    trace_path_ = trace_->path();
+  } catch (const std::exception& e) {
+    logger().warn(std::string("[trace] no trace of this session: ") + e.what());
+  }
+}
+
+void WebBase::end_trace() {
+  std::shared_ptr<TraceRecorder> trace;
+  {
+    std::lock_guard<std::mutex> lock(trace_mutex_);
+    trace = std::move(trace_);
+    trace_.reset();
+  }
+  if (!trace) return;
+  activity.set_listener(nullptr);
+  if (browser) {
+    browser->set_command_observer(nullptr);
+    if (auto channel = browser->bidi(); channel && bidi_token_) channel->remove_subscriber(bidi_token_);
+  }
+  bidi_token_ = 0;
+  if (traced_operation_)
+    closing_.push_back(std::move(trace));
+  else
+    finish_trace(trace);
+}
+
+void WebBase::finish_trace(const std::shared_ptr<TraceRecorder>& trace) {
+  std::string path = trace->path();
+  if (trace->finish()) return;
+  std::lock_guard<std::mutex> lock(trace_mutex_);
+  if (trace_path_ == path) trace_path_.clear();
+}
+
+void WebBase::trace_operation_begin(const std::string& name, const Json& args,
+                                    const std::vector<std::string>& secrets) {
+  auto trace = open_trace();
+  for (const auto& secret : secrets) {
+    if (secret.empty() || std::find(trace_secrets_.begin(), trace_secrets_.end(), secret) != trace_secrets_.end())
+      continue;
+    trace_secrets_.push_back(secret);
+    if (trace) trace->add_secret(secret);
+  }
+  traced_operation_.emplace(name, args);
+  if (trace) trace->operation_begin(name, args);
+}
+
+void WebBase::trace_operation_end(const Json& result, const std::string& error_type, const std::string& message,
+                                  bool picture) {
+  if (!traced_operation_) return;
+  if (auto trace = open_trace()) {
+    // The page as the operation left it: in mode "on" after every operation that ended
+    // well (a failure took its own picture on the way out).
+    if (picture && error_type.empty() && trace->mode() == TraceMode::On && !isClosed()) {
+      try {
+        trace->picture(traced_operation_->first, browser->get_screenshot_as_png());
+      } catch (const std::exception&) {
+      }
+    }
+    trace->operation_end(result, error_type, message);
+  }
+  for (auto& t : std::exchange(closing_, {})) {
+    t->operation_end(result, error_type, message);
+    finish_trace(t);
+  }
+  traced_operation_.reset();
 }
 
 webdriver::Session& WebBase::session() const {
@@ -343,23 +506,25 @@ return r.top >= 0 && r.bottom <= (window.innerHeight || document.documentElement
 std::string WebBase::_screenshot(const std::string& operation) {
   try {
     if (isClosed()) {
-      logger_->warn("[screenshot] no browser open, no picture taken");
+      logger().warn("[screenshot] no browser open, no picture taken");
       return "";
     }
     fs::path dir = config_.screenshot_dir.empty() ? fs::temp_directory_path() / "vorna_screenshots"
                                                   : fs::path(config_.screenshot_dir);
     fs::create_directories(dir);
     auto png = browser->get_screenshot_as_png();
-    fs::path file = claim_picture(dir, timestamp(), safe_name(!operation.empty() ? operation : !current_operation.empty() ? current_operation : "screenshot"));
+    std::string label = safe_name(!operation.empty() ? operation : !current_operation.empty() ? current_operation : "screenshot");
+    if (auto trace = open_trace()) trace->picture(label, png);
+    fs::path file = claim_picture(dir, timestamp(), label);
     std::ofstream out(file, std::ios::binary);
     out.write(reinterpret_cast<const char*>(png.data()), static_cast<std::streamsize>(png.size()));
     out.close();
     if (!out) throw std::runtime_error("cannot write " + file.string());
-    logger_->info("[screenshot] " + file.string());
+    logger().info("[screenshot] " + file.string());
     return file.string();
   } catch (const std::exception& e) {
     try {
-      logger_->warn(std::string("[screenshot] no picture taken: ") + e.what());
+      logger().warn(std::string("[screenshot] no picture taken: ") + e.what());
     } catch (...) {
     }
     return "";

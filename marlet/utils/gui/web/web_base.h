@@ -11,13 +11,17 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
+#include <mutex>
+#include <utility>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "marlet/log/logger.h"
 #include "marlet/utils/gui/web/activity.h"
+#include "marlet/utils/gui/web/trace.h"
 #include "marlet/utils/time.h"
 #include "webdriver/element.h"
 #include "webdriver/launcher.h"
@@ -32,6 +36,7 @@ using webdriver::Element;
 struct BrowserConfig {
   webdriver::LaunchOptions launch;
   std::string screenshot_dir;  // empty: a "screenshots" folder under the temp directory
+  std::optional<TraceSettings> trace;  // none: the process's setting (set_process_trace)
 };
 
 struct LocateOptions {
@@ -132,9 +137,27 @@ class WebBase {
   // The settle or wait under way, for a watcher on another thread (a progress line).
   Activity activity;
 
+  // ---- the trace of the browser session (trace.h) ----
+  // A trace begins when a browser opens, if the object's setting or else the process's
+  // asks for one, and ends with that browser; a browser that ends inside an operation
+  // keeps its trace open until the operation ends, so that its end is in it.
+  // The file of the current or last session's trace; "" when none, or when it was
+  // deleted (retain-on-failure, nothing failed).
+  std::string trace_path() const;
+  // Whether an operation beginning now should tell the trace of itself: a trace is open,
+  // or one would begin with a browser it opens.
+  bool trace_wanted() const;
+  // The operation's bracket, called by whoever runs operations (the Python binding):
+  // `secrets` are its passwords, masked from here on in every trace of this object.
+  void trace_operation_begin(const std::string& name, const Json& args, const std::vector<std::string>& secrets);
+  // error_type empty: it returned `result`; in mode "on" a picture of the page follows
+  // unless `picture` is false (an operation that touches no page).
+  void trace_operation_end(const Json& result, const std::string& error_type = {},
+                           const std::string& message = {}, bool picture = true);
+
   // Seams.
-  Logger& logger() const { return *logger_; }
-  void set_logger(std::shared_ptr<Logger> logger) { logger_ = std::move(logger); }
+  Logger& logger() const { return *tee_; }
+  void set_logger(std::shared_ptr<Logger> logger) { tee_->target = std::move(logger); }
   Clock& clock() const { return *clock_; }
   const BrowserConfig& config() const { return config_; }
   // The session, or a MarletException "browser is not open" when there is none.
@@ -142,6 +165,8 @@ class WebBase {
 
  protected:
   void sleep(double seconds) { clock_->sleep_seconds(seconds); }
+  // The settle policy a trace records beside each settle; the element layer has none.
+  virtual std::string trace_settle_policy() const { return {}; }
 
  private:
   Element find_once(const webdriver::By& by, const std::string& what);
@@ -150,10 +175,31 @@ class WebBase {
   void fill(Element element, const std::string& value, bool highlight);
   std::string text_with_retry(const webdriver::By& by, const std::string& what, const TextOptions& o);
 
+  void start_trace();
+  void end_trace();
+  std::shared_ptr<TraceRecorder> open_trace() const;
+  void finish_trace(const std::shared_ptr<TraceRecorder>& trace);
+
+  // Every log line goes to the logger and, while a trace is open, into it.
+  struct TeeLogger final : Logger {
+    explicit TeeLogger(WebBase& owner) : owner(owner) {}
+    void log(LogLevel level, const std::string& line) override;
+    WebBase& owner;
+    std::shared_ptr<Logger> target;
+  };
+
   BrowserConfig config_;
-  std::shared_ptr<Logger> logger_;
+  std::shared_ptr<TeeLogger> tee_;
   Clock* clock_;
   std::shared_ptr<BrowserFactory> factory_;
+
+  mutable std::mutex trace_mutex_;  // trace_ and trace_path_, read from other threads
+  std::shared_ptr<TraceRecorder> trace_;
+  std::string trace_path_;
+  std::vector<std::shared_ptr<TraceRecorder>> closing_;  // browser gone, operation under way
+  std::vector<std::string> trace_secrets_;
+  std::optional<std::pair<std::string, Json>> traced_operation_;  // name and args
+  std::uint64_t bidi_token_ = 0;
 };
 
 }  // namespace marlet

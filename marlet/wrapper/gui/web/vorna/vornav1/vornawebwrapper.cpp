@@ -22,6 +22,8 @@ std::string text_entry(const Json& map, const char* key) {
 marlet::BrowserConfig browser_config(const Json& params) {
   require_params_map(params, "VornaWebWrapper");
   marlet::BrowserConfig config;
+  if (params.contains("trace") && !params["trace"].is_null())
+    config.trace = marlet::parse_trace_settings(params["trace"], "params['trace']");
   if (!params.contains("browser") || params["browser"].is_null()) return config;
   const Json& b = params["browser"];
   if (!b.is_object()) throw TypeError(std::string("params['browser'] must be a map, not ") + py::type_name(b));
@@ -78,6 +80,10 @@ VornaWebWrapper::VornaWebWrapper(const Json& params, std::shared_ptr<marlet::Log
     : marlet::WebBase(browser_config(params), logger ? std::move(logger) : marlet::make_stderr_logger(kModuleName),
                       clock, std::move(factory)),
       settle_policy_(settle_key(params)) {}
+
+std::string VornaWebWrapper::trace_settle_policy() const {
+  return settle_policy_name(settle_policy_.value_or(process_settle_policy()));
+}
 
 void VornaWebWrapper::screenshot_after_failure(const std::string& operation) noexcept {
   try {

@@ -48,9 +48,11 @@ class VornaWebWrapper : public marlet::WebBase {
   // `params` is a map: "host" and "device" are the harness's objects and stay on the
   // Python side; what is read here is the optional "browser" map (name, driver,
   // remote_url, binary, driver_path, headless, screenshot_dir) and the optional "settle"
-  // policy ("fixed" or "adaptive"; absent or null: the process policy at each settle).
-  // TypeError for a non-map or a "settle" that is not text, ValueError for a bad
-  // "browser" entry or an unknown policy.
+  // policy ("fixed" or "adaptive"; absent or null: the process policy at each settle),
+  // and the optional "trace" (a folder, or {"dir", "mode": "on" | "retain-on-failure"};
+  // absent or null: the process setting when a browser opens; see trace.h).
+  // TypeError for a non-map or a "settle" that is not text, a "trace" of another shape;
+  // ValueError for a bad "browser" entry, an unknown policy or trace mode.
   explicit VornaWebWrapper(const Json& params = Json::object(), std::shared_ptr<marlet::Logger> logger = nullptr,
                            marlet::Clock* clock = nullptr, std::shared_ptr<marlet::BrowserFactory> factory = nullptr);
 
@@ -106,6 +108,7 @@ class VornaWebWrapper : public marlet::WebBase {
 
  protected:
   std::shared_ptr<SiblingFunctions> sibling_;
+  std::string trace_settle_policy() const override;
 
  private:
   std::optional<SettlePolicy> settle_policy_;
