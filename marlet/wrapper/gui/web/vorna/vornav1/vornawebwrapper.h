@@ -22,6 +22,7 @@
 #include "marlet/utils/gui/web/web_base.h"
 #include "marlet/utils/pytext.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/console_pages.h"
+#include "marlet/wrapper/gui/web/vorna/vornav1/controller_settle.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/settle_policy.h"
 
 namespace vorna {
@@ -100,6 +101,13 @@ class VornaWebWrapper : public marlet::WebBase {
     settle_for(*this, seconds, settle_policy_.value_or(process_settle_policy()), settle_stats_);
   }
   void page_settle() { settle(timeout); }
+  // A settle whose length is the controller's (an upgrade running, a collection starting):
+  // under "adaptive" it ends only when `sign`, what the operation reads next, holds
+  // (controller_settle.h); the page's quiet does not end it.
+  void settle_until(double seconds, const std::function<bool()>& sign) {
+    marlet::ActivityScope shown(activity, "settle", seconds, clock(), current_operation);
+    settle_until_sign(*this, seconds, settle_policy_.value_or(process_settle_policy()), sign, settle_stats_);
+  }
   std::optional<SettlePolicy> settle_policy() const { return settle_policy_; }
   const SettleStats& settle_stats() const { return settle_stats_; }
 

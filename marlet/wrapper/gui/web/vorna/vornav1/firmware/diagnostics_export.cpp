@@ -46,7 +46,8 @@ std::string set_info_collection(VornaWebWrapper& w, double timeout) {
   if (fs::is_regular_file(path)) fs::remove(path);
   open_page(w, pages::kOverview);
   w.locateElementById("lnkOneBtnCollect");
-  w.settle(10);
+  // The collection starting on the controller: its progress shown ends it early.
+  w.settle_until(10, [&w] { return top_element_shown(w, "diaginfoProgress"); });
   leave_content_frame(w);
   // The progress element lives in the top document; 30-second grain.
   w.waitElement("id", "diaginfoProgress", timeout, 30, /*visibility=*/false);

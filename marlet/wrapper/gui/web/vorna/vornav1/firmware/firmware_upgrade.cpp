@@ -26,7 +26,10 @@ bool set_firmware_upgrade(VornaWebWrapper& w, const std::string& filepath) {
   w.fillElementById("file_upload", firmware::upload_path(filepath), false);
   w.locateElementByXpath("//button[@type='button']");
   confirm_dialog(w);
-  w.settle(10);
+  // The upgrade starting: the ring shown (or the result already written) ends it early.
+  w.settle_until(10, [&w] {
+    return top_element_shown(w, kProgress) || ring_gone_and_result_written(w, kProgress, kUpgradeResult);
+  });
   // The progress element lives in the top document, where confirm_dialog left us.
   marlet::ActivityScope shown(w.activity, "wait", 1200, w.clock(), w.current_operation, "id=processcir to go");
   webdriver::WebDriverWait(w.browser, 1200, 60).until_not(ec::visibility_of_element_located(webdriver::By::id(kProgress)));
@@ -53,7 +56,8 @@ Json update_fw(VornaWebWrapper& w, const std::string& fw_path) {
   w.locateElementByXpath(R"(//*[@id="systemUpgradeBtn"]/span/button/div/span)");
   leave_content_frame(w);
   w.locateElementByXpath(R"(//*[@id="btnDialogOK"])");
-  w.settle(300);
+  // The controller's time: under "adaptive" only the ring gone and the result written end it.
+  w.settle_until(300, [&w] { return ring_gone_and_result_written(w, kProgress, kUpgradeResult); });
   enter_content_frame(w);
   std::string result = w.getTextById(kUpgradeResult);
   // No second look, and the content frame stays entered for the caller.
