@@ -5,6 +5,7 @@
 
 #include "marlet/exception/exceptions.h"
 #include "python/bindings.h"
+#include "python/console_failure.h"
 #include "python/interrupt.h"
 #include "webdriver/errors.h"
 
@@ -47,26 +48,45 @@ py::object marlet_class(const marlet::MarletException& e) {
   return py::module_::import(p.substr(0, colon).c_str()).attr(p.substr(colon + 1).c_str());
 }
 
-// The Python exception object that stands for a C++ failure, its cause chain included.
-py::object python_exception(const std::exception_ptr& p) {
+// The Python exception object that stands for a C++ failure, its cause chain included;
+// `more` follows the message.
+py::object python_exception(const std::exception_ptr& p, const std::string& more = "") {
   try {
     std::rethrow_exception(p);
   } catch (py::error_already_set& e) {
     return e.value();
   } catch (const marlet::MarletException& e) {
-    py::object exc = marlet_class(e)(py::str(e.what()));
+    py::object exc = marlet_class(e)(py::str(e.what() + more));
     if (e.cause()) {
       py::object cause = python_exception(e.cause());
       PyException_SetCause(exc.ptr(), cause.release().ptr());
     }
     return exc;
   } catch (const marlet::PythonError& e) {
-    return builtin_class(e.python_builtin())(py::str(e.what()));
+    const bool key = std::string(e.python_builtin()) == "KeyError";  // its text is the key alone
+    return builtin_class(e.python_builtin())(py::str(e.what() + (key ? std::string() : more)));
   } catch (const std::exception& e) {
-    return builtin_class("RuntimeError")(py::str(e.what()));
+    return builtin_class("RuntimeError")(py::str(e.what() + more));
   } catch (...) {
     return builtin_class("RuntimeError")(py::str("unknown C++ failure"));
   }
+}
+
+// An operation's failure with what the console said: the last text after the message,
+// all of them (up to 10) as `console_messages`.
+py::object console_failure(const ConsoleFailure& f) {
+  std::string more = " [console: " + f.console.back();
+  if (f.console.size() > 1) more += " (and " + std::to_string(f.console.size() - 1) + " before it)";
+  more += "]";
+  py::object exc = python_exception(f.failure, more);
+  py::list texts;
+  for (const auto& text : f.console) texts.append(py::str(text));
+  try {
+    exc.attr("console_messages") = texts;
+  } catch (py::error_already_set&) {
+    // an exception object of the harness's that takes no attributes
+  }
+  return exc;
 }
 
 }  // namespace
@@ -79,6 +99,10 @@ void init_errors(py::module_&) {
     if (restore_pending_interrupt()) return;
     try {
       std::rethrow_exception(p);
+    } catch (const ConsoleFailure& f) {
+      py::object exc = console_failure(f);
+      PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(exc.ptr())), exc.ptr());
+      return;
     } catch (const PythonInterrupt&) {
       // The kept KeyboardInterrupt (or whatever the signal handler raised) goes on.
       if (!restore_pending_interrupt()) PyErr_SetNone(PyExc_KeyboardInterrupt);

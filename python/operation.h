@@ -13,6 +13,7 @@
 
 #include "marlet/exception/exceptions.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
+#include "python/console_failure.h"
 #include "python/interrupt.h"
 #include "python/json_caster.h"
 
@@ -49,13 +50,27 @@ struct ConsoleMark {
   bool operator==(const ConsoleMark& o) const { return session == o.session && commands == o.commands; }
 };
 
+// Called while a failure is handled: the picture, and what the console said during the
+// operation beside it and with the failure (ConsoleFailure) when it said anything.
+[[noreturn]] inline void failed(vorna::VornaWebWrapper& w, const char* name,
+                                const vorna::VornaWebWrapper::SaidMark& said) {
+  std::vector<std::string> console;
+  try {
+    console = w.console_since(said);
+  } catch (...) {
+  }
+  w.screenshot_after_failure(name, console);
+  if (console.empty()) throw;
+  throw ConsoleFailure{std::current_exception(), std::move(console)};
+}
+
 // Runs an operation with the GIL released, naming it for pictures, and leaves a picture
-// when it fails (best effort, never hiding the failure). A refusal of the caller's input
-// (a Python kind raised before the operation sent the browser anything, or opened one)
-// takes no picture: nothing happened on the console to look at. A Ctrl-C ends it at the
-// next slice of a sleep with no picture (the user asked to stop now) and leaves the
-// browser as it is: the wrapper stays usable. A Ctrl-C the operation swallowed on the
-// way is raised when it returns.
+// when it fails (best effort, never hiding the failure), with what the console said
+// (failed()). A refusal of the caller's input (a Python kind raised before the operation
+// sent the browser anything, or opened one) takes no picture: nothing happened on the
+// console to look at. A Ctrl-C ends it at the next slice of a sleep with no picture (the
+// user asked to stop now) and leaves the browser as it is: the wrapper stays usable. A
+// Ctrl-C the operation swallowed on the way is raised when it returns.
 //
 // `fn` is a member of the wrapper or a free function of a subsystem's header taking the
 // wrapper first; both are called as std::invoke(fn, w, args...).
@@ -66,16 +81,20 @@ auto guarded_operation(F fn, const char* name) {
       py::gil_scoped_release unlocked;
       w.current_operation = name;
       const ConsoleMark before = ConsoleMark::of(w);
+      const auto said = w.console_mark();
+      struct HandOn {  // what the console said goes to its logger, however the operation ends
+        vorna::VornaWebWrapper& w;
+        ~HandOn() { w.log_console(); }
+      } hand_on{w};
       try {
         return std::invoke(fn, w, std::forward<A>(args)...);
       } catch (const PythonInterrupt&) {
         throw;
       } catch (const marlet::PythonError&) {
-        if (!(ConsoleMark::of(w) == before)) w.screenshot_after_failure(name);
+        if (!(ConsoleMark::of(w) == before)) failed(w, name, said);
         throw;
       } catch (...) {
-        w.screenshot_after_failure(name);
-        throw;
+        failed(w, name, said);
       }
     };
     if constexpr (std::is_void_v<R>) {

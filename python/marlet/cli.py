@@ -217,7 +217,8 @@ class MaskingFilter(logging.Filter):
 
 
 def error_record(exc, scrub, operation=None):
-    """{"error": type name, "message": text} (and "operation"), password masked."""
+    """{"error": type name, "message": text} (and "operation", and "console": what the
+    console said during the operation), password masked."""
     if isinstance(exc, KeyError) and len(exc.args) == 1:
         message = str(exc.args[0])  # str(KeyError) would quote the key
     else:
@@ -225,6 +226,9 @@ def error_record(exc, scrub, operation=None):
     record = {"error": type(exc).__name__, "message": scrub(message)}
     if operation:
         record["operation"] = operation
+    console = getattr(exc, "console_messages", None)
+    if console:
+        record["console"] = [scrub(text) for text in console]
     return record
 
 

@@ -1,5 +1,8 @@
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
+#include <filesystem>
+#include <fstream>
+
 #include "marlet/exception/exceptions.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/operation_params.h"
 
@@ -79,11 +82,86 @@ VornaWebWrapper::VornaWebWrapper(const Json& params, std::shared_ptr<marlet::Log
                       clock, std::move(factory)),
       settle_policy_(settle_key(params)) {}
 
-void VornaWebWrapper::screenshot_after_failure(const std::string& operation) noexcept {
+void VornaWebWrapper::screenshot_after_failure(const std::string& operation,
+                                               const std::vector<std::string>& console) noexcept {
   try {
-    if (!isClosed()) _screenshot(operation + "_failed");
+    if (isClosed()) return;
+    std::string picture = _screenshot(operation + "_failed");
+    if (picture.empty() || console.empty()) return;
+    std::filesystem::path text = std::filesystem::path(picture).replace_extension(".console.txt");
+    std::ofstream out(text, std::ios::binary);
+    for (const auto& line : console) out << line << "\n";
   } catch (...) {
   }
+}
+
+std::shared_ptr<webdriver::Session> VornaWebWrapper::openFirefox() {
+  auto session = marlet::WebBase::openFirefox();
+  if (PageEvents* events = page_events(); events && effective_settle_policy() == SettlePolicy::Adaptive)
+    events->ensure_preload(0);  // before the first page: every document is seen whole
+  return session;
+}
+
+PageEvents* VornaWebWrapper::page_events() {
+  std::shared_ptr<webdriver::Session> session = browser;
+  if (!session || session->is_quit()) return page_events_.get();  // what it said stays readable
+  if (page_events_session_.lock() == session) return page_events_.get();
+  page_events_session_ = session;
+  page_events_.reset();
+  settle_source_told_ = false;
+  if (auto channel = session->bidi()) {
+    try {
+      page_events_ = PageEvents::attach(channel, clock());
+    } catch (const std::exception&) {
+      // A channel that cannot subscribe: this session settles with the page watcher.
+    }
+  }
+  return page_events_.get();
+}
+
+void VornaWebWrapper::settle(double seconds) {
+  marlet::ActivityScope shown(activity, "settle", seconds, clock(), current_operation);
+  SettlePolicy policy = effective_settle_policy();
+  PageEvents* events = policy == SettlePolicy::Adaptive ? page_events() : page_events_.get();
+  long before = settle_stats_.settles;
+  settle_for(*this, seconds, policy, settle_stats_, events);
+  if (settle_stats_.settles != before && !settle_source_told_) {
+    settle_source_told_ = true;
+    if (auto settle_log = logger().child("settle")) {
+      if (std::string(settle_stats_.source) == "events")
+        settle_log->info("adaptive settles from the browser's events (WebDriver BiDi)");
+      else
+        settle_log->info("adaptive settles from the watcher injected into the page: " +
+                         (browser ? browser->bidi_status() : std::string("no browser")));
+    }
+  }
+  log_console();
+}
+
+void VornaWebWrapper::log_console() noexcept {
+  try {
+    if (!page_events_) return;
+    auto lines = page_events_->take_lines();
+    if (lines.empty()) return;
+    auto console_log = logger().child("console");
+    if (!console_log) return;
+    for (const auto& line : lines) console_log->log(line.level, line.text);
+  } catch (...) {
+  }
+}
+
+VornaWebWrapper::SaidMark VornaWebWrapper::console_mark() {
+  try {
+    if (PageEvents* events = page_events()) return {events, events->mark()};
+  } catch (...) {
+  }
+  return {};
+}
+
+std::vector<std::string> VornaWebWrapper::console_since(const SaidMark& mark) {
+  if (!page_events_) return {};
+  // A session opened during the operation: everything its console said is new.
+  return page_events_->texts_since(mark.events == page_events_.get() ? mark.count : 0);
 }
 
 }  // namespace vorna
