@@ -12,7 +12,7 @@ const std::vector<std::string> kEvents = {
     "network.beforeRequestSent",         "network.responseCompleted",         "network.fetchError",
     "browsingContext.contextCreated",    "browsingContext.contextDestroyed",  "browsingContext.navigationStarted",
     "browsingContext.domContentLoaded",  "browsingContext.load",              "browsingContext.fragmentNavigated",
-    "browsingContext.navigationFailed",  "browsingContext.navigationAborted", "log.entryAdded",
+    "browsingContext.navigationFailed",  "log.entryAdded",
     "script.message"};
 
 constexpr std::chrono::milliseconds kCommandBound{5000};
@@ -116,12 +116,18 @@ bool PageEvents::ensure_preload(double unseen) {
     channel_->command("script.addPreloadScript",
                       Json{{"functionDeclaration", kSettleEventsScript}, {"arguments", Json::array({channel_arg})}},
                       kCommandBound);
-  } catch (const std::exception&) {
+  } catch (const std::exception& e) {
+    preload_failed_ = std::string("the preload script was refused: ") + e.what();
     return false;
   }
   preloaded_ = true;
   state_->tracker.unseen_until(clock_->now() + marlet::Clock::Duration(unseen));
   return true;
+}
+
+std::string PageEvents::why() const {
+  if (!usable()) return "the WebDriver BiDi channel has ended (" + channel_->why() + ")";
+  return preload_failed_;
 }
 
 std::vector<ConsoleLine> PageEvents::take_lines() {

@@ -48,6 +48,8 @@ class PageEvents {
   // not seen whole: the tracker holds quiet off for `unseen` seconds of the clock.
   bool ensure_preload(double unseen);
   bool preloaded() const noexcept { return preloaded_; }
+  // Why the events cannot serve a settle (the channel lost, the preload script refused).
+  std::string why() const;
   const QuietTracker& tracker() const;
 
   // The console's lines not yet taken, oldest first.
@@ -69,6 +71,7 @@ class PageEvents {
   webdriver::BidiChannel::Token token_ = 0;
   marlet::Clock* clock_ = nullptr;
   bool preloaded_ = false;
+  std::string preload_failed_;
 };
 
 struct PageEvents::State {

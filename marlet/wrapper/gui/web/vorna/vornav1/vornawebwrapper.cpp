@@ -40,6 +40,11 @@ marlet::BrowserConfig browser_config(const Json& params) {
     if (!b["headless"].is_boolean()) throw ValueError("browser['headless'] must be True or False");
     launch.headless = b["headless"].get<bool>();
   }
+  // False: no WebDriver BiDi channel is asked for (adaptive settles use the page watcher).
+  if (b.contains("bidi") && !b["bidi"].is_null()) {
+    if (!b["bidi"].is_boolean()) throw ValueError("browser['bidi'] must be True or False");
+    launch.bidi = b["bidi"].get<bool>();
+  }
   // How long a navigation may wait for its page (the browser's own default, 300 s, when
   // absent): a console that holds the request open fails the login after this long.
   if (b.contains("page_load_timeout") && !b["page_load_timeout"].is_null()) {
@@ -108,12 +113,14 @@ PageEvents* VornaWebWrapper::page_events() {
   if (page_events_session_.lock() == session) return page_events_.get();
   page_events_session_ = session;
   page_events_.reset();
+  page_events_why_.clear();
   settle_source_told_ = false;
   if (auto channel = session->bidi()) {
     try {
       page_events_ = PageEvents::attach(channel, clock());
-    } catch (const std::exception&) {
+    } catch (const std::exception& e) {
       // A channel that cannot subscribe: this session settles with the page watcher.
+      page_events_why_ = std::string("the browser's events could not be had: ") + e.what();
     }
   }
   return page_events_.get();
@@ -132,7 +139,9 @@ void VornaWebWrapper::settle(double seconds) {
         settle_log->info("adaptive settles from the browser's events (WebDriver BiDi)");
       else
         settle_log->info("adaptive settles from the watcher injected into the page: " +
-                         (browser ? browser->bidi_status() : std::string("no browser")));
+                         (page_events_ ? page_events_->why()
+                          : !page_events_why_.empty() ? page_events_why_
+                          : browser ? browser->bidi_status() : std::string("no browser")));
     }
   }
   log_console();

@@ -375,6 +375,7 @@ class VornaWebWrapper : public marlet::WebBase {
   SettleStats settle_stats_;
   std::shared_ptr<PageEvents> page_events_;
   std::weak_ptr<webdriver::Session> page_events_session_;  // the session page_events_ is of
+  std::string page_events_why_;                            // why there are none for it
   bool settle_source_told_ = false;
 };
 
