@@ -10,7 +10,8 @@ positional arguments, an object is the operation's one params map; an operation 
 takes no arguments takes no PARAMS.
 
 Failures are one JSON object on standard error, {"error": <type>, "message": <text>}
-(with "operation" when an operation raised it). Exit codes: 0 done; 1 the operation or
+(with "operation" when an operation raised it, and "console" when the console said
+something during it). Exit codes: 0 done; 1 the operation or
 the login failed (or a reader of the inventory did); 2 bad input, found before the
 console is touched where possible (bad JSON, an unknown operation, wrong arguments, and
 the KeyError, TypeError and ValueError an operation raises for its params); 130
