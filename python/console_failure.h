@@ -1,6 +1,6 @@
 // An operation's failure with what the console said during it: the binding raises the
 // failure as always, with the texts as its `console_messages` attribute and the last of
-// them after its message (python/errors.cpp).
+// them as a note after its message (python/errors.cpp).
 #pragma once
 
 #include <exception>

@@ -48,41 +48,46 @@ py::object marlet_class(const marlet::MarletException& e) {
   return py::module_::import(p.substr(0, colon).c_str()).attr(p.substr(colon + 1).c_str());
 }
 
-// The Python exception object that stands for a C++ failure, its cause chain included;
-// `more` follows the message.
-py::object python_exception(const std::exception_ptr& p, const std::string& more = "") {
+// The Python exception object that stands for a C++ failure, its cause chain included.
+py::object python_exception(const std::exception_ptr& p) {
   try {
     std::rethrow_exception(p);
   } catch (py::error_already_set& e) {
     return e.value();
   } catch (const marlet::MarletException& e) {
-    py::object exc = marlet_class(e)(py::str(e.what() + more));
+    py::object exc = marlet_class(e)(py::str(e.what()));
     if (e.cause()) {
       py::object cause = python_exception(e.cause());
       PyException_SetCause(exc.ptr(), cause.release().ptr());
     }
     return exc;
   } catch (const marlet::PythonError& e) {
-    const bool key = std::string(e.python_builtin()) == "KeyError";  // its text is the key alone
-    return builtin_class(e.python_builtin())(py::str(e.what() + (key ? std::string() : more)));
+    return builtin_class(e.python_builtin())(py::str(e.what()));
   } catch (const std::exception& e) {
-    return builtin_class("RuntimeError")(py::str(e.what() + more));
+    return builtin_class("RuntimeError")(py::str(e.what()));
   } catch (...) {
     return builtin_class("RuntimeError")(py::str("unknown C++ failure"));
   }
 }
 
-// An operation's failure with what the console said: the last text after the message,
-// all of them (up to 10) as `console_messages`.
+// An operation's failure with what the console said: all of it (up to 10 texts) as
+// `console_messages`, and the last as a note after the message (PEP 678: a traceback
+// shows it below the message; str() stays the message the operation gives).
 py::object console_failure(const ConsoleFailure& f) {
-  std::string more = " [console: " + f.console.back();
-  if (f.console.size() > 1) more += " (and " + std::to_string(f.console.size() - 1) + " before it)";
-  more += "]";
-  py::object exc = python_exception(f.failure, more);
+  py::object exc = python_exception(f.failure);
   py::list texts;
   for (const auto& text : f.console) texts.append(py::str(text));
+  std::string note = "console: " + f.console.back();
+  if (f.console.size() > 1) note += " (and " + std::to_string(f.console.size() - 1) + " before it)";
   try {
     exc.attr("console_messages") = texts;
+    if (py::hasattr(exc, "add_note")) {
+      exc.attr("add_note")(py::str(note));
+    } else {  // before Python 3.11: the same attribute, for whoever reads it
+      py::list notes;
+      notes.append(py::str(note));
+      exc.attr("__notes__") = notes;
+    }
   } catch (py::error_already_set&) {
     // an exception object of the harness's that takes no attributes
   }

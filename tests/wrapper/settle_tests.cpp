@@ -408,6 +408,9 @@ TEST(QuietTrackerTests, TheConsoleLinesOfTheEvents) {
   failed["request"]["method"] = "GET";
   failed["errorText"] = "NS_ERROR_CONNECTION_REFUSED";
   state.on_event("network.fetchError", failed);
+  Json dropped = failed;  // by the browser, for a navigation
+  dropped["errorText"] = "NS_BINDING_ABORTED";
+  state.on_event("network.fetchError", dropped);
   Json answered = failed;
   answered["response"] = {{"status", 404}, {"statusText", "Not Found"}};
   state.on_event("network.responseCompleted", answered);

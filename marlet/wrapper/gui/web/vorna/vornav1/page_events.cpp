@@ -66,7 +66,9 @@ void PageEvents::State::on_event(const std::string& method, const Json& params) 
     said(error ? marlet::LogLevel::Error : marlet::LogLevel::Warn,
          kind + (error ? "error: " : "warning: ") + text_at(params, "text"));
   } else if (method == "network.fetchError") {
-    if (browsers_own(params)) return;
+    // A request the browser dropped because its document went away (a navigation) is no
+    // failure of the console.
+    if (browsers_own(params) || text_at(params, "errorText") == "NS_BINDING_ABORTED") return;
     said(marlet::LogLevel::Error, "request failed: " + request_of(params) + " (" + text_at(params, "errorText") + ")");
   } else if (method == "network.responseCompleted") {
     const Json& response = params.contains("response") ? params["response"] : Json();
