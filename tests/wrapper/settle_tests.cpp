@@ -1,6 +1,8 @@
 #include <functional>
 
+#include "tests/webdriver/ws_fixture_server.h"
 #include "tests/wrapper/wrapper_fixture.h"
+#include "webdriver/bidi.h"
 #include "webdriver/errors.h"
 
 using marlet::Json;
@@ -291,6 +293,41 @@ TEST(SettlePolicyTests, TheKeyAndTheProcessPolicyTakeTwoNamesOnly) {
     EXPECT_STREQ(e.what(), "the settle policy must be a text, not 2");
   }
   EXPECT_EQ(vorna::process_settle_policy(), SettlePolicy::Fixed);
+}
+
+TEST_F(SettleTests, SettlesReadTheEventsWhileTheChannelLastsAndTheWatcherAfter) {
+  webdriver::testing::WsFixtureServer server;
+  auto channel = webdriver::BidiChannel::open(server.url());
+  auto events = vorna::PageEvents::attach(channel, clock);
+  open(adaptive);
+  page = [](int, double) { return reading(1); };
+  vorna::SettleStats stats;
+  // Nothing in flight: the settle ends after the quiet window, with no command sent; the
+  // preload script came with it, so the documents already there are held for the young
+  // window first (their timers were not seen).
+  const auto timing = vorna::adaptive_timing();
+  vorna::settle_for(adaptive, 30, SettlePolicy::Adaptive, stats, events.get());
+  EXPECT_TRUE(events->preloaded());
+  EXPECT_EQ(fb->commands, 0);
+  EXPECT_EQ(stats.by_events, 1);
+  EXPECT_EQ(stats.early, 1);
+  EXPECT_NEAR(slept(), timing.young_window + timing.quiet_window, timing.poll + 1e-6);
+  clock.clear();
+  vorna::settle_for(adaptive, 30, SettlePolicy::Adaptive, stats, events.get());
+  EXPECT_NEAR(slept(), timing.quiet_window, timing.poll + 1e-6);  // quiet from the settle's start
+  EXPECT_EQ(fb->commands, 0);
+  // The channel is lost: the next settle polls the watcher, ends early all the same, and
+  // says so.
+  EXPECT_THROW(channel->command("cut", Json::object(), std::chrono::milliseconds(5000)),
+               webdriver::ConnectionException);
+  EXPECT_FALSE(events->usable());
+  clock.clear();
+  vorna::settle_for(adaptive, 30, SettlePolicy::Adaptive, stats, events.get());
+  EXPECT_GT(fb->commands, 0);
+  EXPECT_EQ(stats.by_watcher, 1);
+  EXPECT_EQ(std::string(stats.source), "watcher");
+  EXPECT_EQ(stats.early, 3);
+  EXPECT_LT(slept(), 5);
 }
 
 // ---- settles from the browser's events: the tracker against a scripted stream ----
