@@ -1,11 +1,13 @@
 """Fixed against adaptive settles: the demo's tour of a console, at the console's real
 pace, against the simulator's realistic console (pages that fill their data by requests
 answering after 0.3-3 s, saves after 1 s, a tab that asks from a timer, a page that polls
-for ever), once with each policy, side by side in one run.
+for ever), side by side in one run: fixed; adaptive from the browser's events (the
+session's WebDriver BiDi channel); adaptive from the watcher injected into the page (a
+session asked to have no channel, `{"browser": {"bidi": False}}`).
 
     PYTHONPATH=build/python:. /usr/bin/python3 bench/settle_bench.py [--time-scale 1.0]
 
-Prints the wall time of each tour and their ratio, and whether both tours read the same
+Prints the wall time of each tour and their ratios, and whether the tours read the same
 (every reader's output, compared as text). The tour: log in, identity, power figures,
 every inventory reader, storage, the comparisons against the bench records, log out.
 
@@ -93,13 +95,23 @@ class TimedCommands(object):
         return timed
 
 
+# The tours: name -> the wrapper's params.
+TOURS = collections.OrderedDict([
+    ("fixed", {"settle": "fixed"}),
+    ("adaptive", {"settle": "adaptive"}),                                # from the browser's events
+    ("watcher", {"settle": "adaptive", "browser": {"bidi": False}}),     # from the injected watcher
+])
+
+
 def timed_tour(policy, url, load_default):
     from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
     load_default()
     scheme, rest = url.split("://")
     address, port = rest.rsplit(":", 1)
     bmc = demo.Controller(address, "admin", "Admin@9000", int(port))
-    wrapper = VornaWebWrapper({"host": None, "device": None, "settle": policy})
+    params = {"host": None, "device": None}
+    params.update(TOURS[policy])
+    wrapper = VornaWebWrapper(params)
     wrapper._keep_activity_journal(True)
     commands = TimedCommands(wrapper)
     out = io.StringIO()
@@ -183,7 +195,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--time-scale", type=float, default=1.0,
                         help="factor on every settle and wait and on the console's delays (1.0 = real pace)")
-    parser.add_argument("--only", choices=("fixed", "adaptive"),
+    parser.add_argument("--only", choices=tuple(TOURS),
                         help="one tour only, with its breakdown (to look into one policy; no ratio)")
     args = parser.parse_args()
 
@@ -211,31 +223,38 @@ def main():
                   % (args.only, one.elapsed, " ".join("%.2f" % x for x in os.getloadavg())))
             print_breakdown(one, args.time_scale)
             return 0
-        fixed_tour = timed_tour("fixed", url, load_default)
-        fixed, fixed_out = fixed_tour.elapsed, fixed_tour.output
-        print("fixed tour:    %7.1f s" % fixed)
-        sys.stdout.flush()
-        adaptive_tour = timed_tour("adaptive", url, load_default)
-        adaptive, adaptive_out, stats = adaptive_tour.elapsed, adaptive_tour.output, adaptive_tour.stats
-        print("adaptive tour: %7.1f s  (%d of %d adaptive settles ended early, %d polls, %d failed; "
-              "%.1f s of settles not slept)"
-              % (adaptive, stats["early"], stats["settles"], stats["polls"], stats["failed_polls"], stats["saved"]))
-        print("adaptive / fixed = %.3f (fixed takes %.1f times as long)" % (adaptive / fixed, fixed / adaptive))
-        waits = adaptive_tour.waited * args.time_scale
-        print("adaptive minus its explicit waits (%.1f s): %.1f s; / fixed = %.3f"
-              % (waits, adaptive - waits, (adaptive - waits) / fixed))
+        tours = []
+        for name in TOURS:
+            t = timed_tour(name, url, load_default)
+            tours.append(t)
+            stats = t.stats
+            line = "%-9s tour: %7.1f s" % (name, t.elapsed)
+            if name != "fixed":
+                line += ("  (%d of %d adaptive settles ended early; from events %d, from the watcher %d; "
+                         "%d polls, %d failed; %.1f s of settles not slept)"
+                         % (stats["early"], stats["settles"], stats["by_events"], stats["by_watcher"],
+                            stats["polls"], stats["failed_polls"], stats["saved"]))
+            print(line)
+            sys.stdout.flush()
+        fixed_tour = tours[0]
+        fixed = fixed_tour.elapsed
+        for t in tours[1:]:
+            waits = t.waited * args.time_scale
+            print("%s / fixed = %.3f (fixed takes %.1f times as long); minus its explicit waits (%.1f s): %.3f"
+                  % (t.policy, t.elapsed / fixed, fixed / t.elapsed, waits, (t.elapsed - waits) / fixed))
         print("load average at the end: %s" % " ".join("%.2f" % x for x in os.getloadavg()))
         sys.stdout.flush()
-        for t in (adaptive_tour, fixed_tour):
+        for t in tours:
             print_breakdown(t, args.time_scale)
         print()
-        same = fixed_out == adaptive_out
-        print("both tours read the same: %s" % ("yes" if same else "NO"))
-        if not same:
+        differ = [t for t in tours[1:] if t.output != fixed_tour.output]
+        print("every tour read the same as the fixed one: %s" % ("yes" if not differ else "NO"))
+        if differ:
             import difflib
-            for line in difflib.unified_diff(fixed_out.splitlines(), adaptive_out.splitlines(), "fixed", "adaptive",
-                                             lineterm=""):
-                print(line)
+            for t in differ:
+                for line in difflib.unified_diff(fixed_tour.output.splitlines(), t.output.splitlines(), "fixed",
+                                                 t.policy, lineterm=""):
+                    print(line)
             return 1
         return 0
     finally:

@@ -5,6 +5,7 @@
 
 #include "marlet/exception/exceptions.h"
 #include "python/bindings.h"
+#include "python/console_failure.h"
 #include "python/interrupt.h"
 #include "webdriver/errors.h"
 
@@ -69,6 +70,30 @@ py::object python_exception(const std::exception_ptr& p) {
   }
 }
 
+// An operation's failure with what the console said: all of it (up to 10 texts) as
+// `console_messages`, and the last as a note after the message (PEP 678: a traceback
+// shows it below the message; str() stays the message the operation gives).
+py::object console_failure(const ConsoleFailure& f) {
+  py::object exc = python_exception(f.failure);
+  py::list texts;
+  for (const auto& text : f.console) texts.append(py::str(text));
+  std::string note = "console: " + f.console.back();
+  if (f.console.size() > 1) note += " (and " + std::to_string(f.console.size() - 1) + " before it)";
+  try {
+    exc.attr("console_messages") = texts;
+    if (py::hasattr(exc, "add_note")) {
+      exc.attr("add_note")(py::str(note));
+    } else {  // before Python 3.11: the same attribute, for whoever reads it
+      py::list notes;
+      notes.append(py::str(note));
+      exc.attr("__notes__") = notes;
+    }
+  } catch (py::error_already_set&) {
+    // an exception object of the harness's that takes no attributes
+  }
+  return exc;
+}
+
 }  // namespace
 
 void init_errors(py::module_&) {
@@ -79,6 +104,10 @@ void init_errors(py::module_&) {
     if (restore_pending_interrupt()) return;
     try {
       std::rethrow_exception(p);
+    } catch (const ConsoleFailure& f) {
+      py::object exc = console_failure(f);
+      PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(exc.ptr())), exc.ptr());
+      return;
     } catch (const PythonInterrupt&) {
       // The kept KeyboardInterrupt (or whatever the signal handler raised) goes on.
       if (!restore_pending_interrupt()) PyErr_SetNone(PyExc_KeyboardInterrupt);

@@ -19,19 +19,29 @@ using release = py::call_guard<py::gil_scoped_release>;
 namespace {
 
 // Every line goes to `self.logger`, looked up at each call, so a harness that swaps the
-// class attribute (or sets one on the object) gets the lines.
+// class attribute (or sets one on the object) gets the lines; a child's lines go to the
+// logger named "<its name>.<suffix>".
 class PythonLogger final : public marlet::Logger {
  public:
-  explicit PythonLogger(VornaWebWrapper* owner) : owner_(owner) {}
+  explicit PythonLogger(VornaWebWrapper* owner, std::string suffix = "") : owner_(owner), suffix_(std::move(suffix)) {}
   void log(marlet::LogLevel level, const std::string& line) override {
     py::gil_scoped_acquire gil;
     py::object self = py::cast(owner_, py::return_value_policy::reference);
     const char* method = level == marlet::LogLevel::Info ? "info" : level == marlet::LogLevel::Warn ? "warn" : "error";
-    self.attr("logger").attr(method)(line);
+    py::object target = self.attr("logger");
+    if (!suffix_.empty()) {
+      std::string name = py::str(target.attr("name")).cast<std::string>() + "." + suffix_;
+      target = py::module_::import("marlet.log").attr("get_logger")(name);
+    }
+    target.attr(method)(line);
+  }
+  std::shared_ptr<marlet::Logger> child(const std::string& suffix) override {
+    return std::make_shared<PythonLogger>(owner_, suffix_.empty() ? suffix : suffix_ + "." + suffix);
   }
 
  private:
   VornaWebWrapper* owner_;
+  std::string suffix_;
 };
 
 // Opens browsers as usual and remembers them, so that an interpreter that exits with a
@@ -285,6 +295,9 @@ void init_wrapper(py::module_& m) {
     d["polls"] = s.polls;
     d["failed_polls"] = s.failed_polls;
     d["saved"] = s.saved;
+    d["by_events"] = s.by_events;
+    d["by_watcher"] = s.by_watcher;
+    d["source"] = s.source;
     return d;
   });
 

@@ -13,6 +13,7 @@
 
 #include "marlet/exception/exceptions.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
+#include "python/console_failure.h"
 #include "python/interrupt.h"
 #include "python/json_caster.h"
 
@@ -81,14 +82,30 @@ void trace_begin(vorna::VornaWebWrapper& w, const char* name, const std::vector<
 
 }  // namespace trace_detail
 
+// Called while a failure is handled: the picture, and what the console said during the
+// operation beside it and with the failure (ConsoleFailure) when it said anything.
+[[noreturn]] inline void failed(vorna::VornaWebWrapper& w, const char* name,
+                                const vorna::VornaWebWrapper::SaidMark& said, bool traced) {
+  std::vector<std::string> console;
+  try {
+    console = w.console_since(said);
+  } catch (...) {
+  }
+  w.screenshot_after_failure(name, console);
+  if (traced) trace_detail::trace_failure(w);
+  if (console.empty()) throw;
+  throw ConsoleFailure{std::current_exception(), std::move(console)};
+}
+
 // Runs an operation with the GIL released, naming it for pictures, and leaves a picture
-// when it fails (best effort, never hiding the failure). A refusal of the caller's input
-// (a Python kind raised before the operation sent the browser anything, or opened one)
-// takes no picture: nothing happened on the console to look at. A Ctrl-C ends it at the
-// next slice of a sleep with no picture (the user asked to stop now) and leaves the
-// browser as it is: the wrapper stays usable. A Ctrl-C the operation swallowed on the
-// way is raised when it returns. When a trace is wanted, the operation, its arguments
-// (by `names`, for the passwords among them) and its outcome go into it.
+// when it fails (best effort, never hiding the failure), with what the console said
+// (failed()). A refusal of the caller's input (a Python kind raised before the operation
+// sent the browser anything, or opened one) takes no picture: nothing happened on the
+// console to look at. A Ctrl-C ends it at the next slice of a sleep with no picture (the
+// user asked to stop now) and leaves the browser as it is: the wrapper stays usable. A
+// Ctrl-C the operation swallowed on the way is raised when it returns. When a trace is
+// wanted, the operation, its arguments (by `names`, for the passwords among them) and its
+// outcome go into it.
 //
 // `fn` is a member of the wrapper or a free function of a subsystem's header taking the
 // wrapper first; both are called as std::invoke(fn, w, args...).
@@ -101,6 +118,11 @@ auto guarded_operation(F fn, const char* name, std::vector<std::string> names) {
       const bool traced = w.trace_wanted();
       if (traced) trace_detail::trace_begin(w, name, names, args...);
       const ConsoleMark before = ConsoleMark::of(w);
+      const auto said = w.console_mark();
+      struct HandOn {  // what the console said goes to its logger, however the operation ends
+        vorna::VornaWebWrapper& w;
+        ~HandOn() { w.log_console(); }
+      } hand_on{w};
       try {
         if constexpr (std::is_void_v<R>) {
           std::invoke(fn, w, std::forward<A>(args)...);
@@ -114,13 +136,11 @@ auto guarded_operation(F fn, const char* name, std::vector<std::string> names) {
         if (traced) trace_detail::trace_failure(w);
         throw;
       } catch (const marlet::PythonError&) {
-        if (!(ConsoleMark::of(w) == before)) w.screenshot_after_failure(name);
+        if (!(ConsoleMark::of(w) == before)) failed(w, name, said, traced);
         if (traced) trace_detail::trace_failure(w);
         throw;
       } catch (...) {
-        w.screenshot_after_failure(name);
-        if (traced) trace_detail::trace_failure(w);
-        throw;
+        failed(w, name, said, traced);
       }
     };
     if constexpr (std::is_void_v<R>) {

@@ -52,6 +52,11 @@ def injected_script(state, name):
         faults = json.dumps(state.faults, ensure_ascii=False).replace("</", "<\\/")
         machine = json.dumps(state.machine, ensure_ascii=False).replace("</", "<\\/")
         latency = json.dumps(latency_profile.page_settings(state.latency))
+        said = state.faults.get("console_errors", {})
+        said = said.get(name, []) if isinstance(said, dict) else []
+    # The console_errors fault: the page writes those texts to the browser's console as
+    # errors when it loads, as a broken script of the console would.
+    errors = "".join("console.error(%s); " % json.dumps(str(text)).replace("</", "<\\/") for text in said)
     # The refused actions too: a page that shows a change at once (as the console
     # does) must know before it asks that the save will be turned down.
     # Clicks that land before a page's own scripts have run (a driver is quicker than
@@ -60,4 +65,4 @@ def injected_script(state, name):
     return ("<script>window.SIM_MISSING = %s; window.SIM_REFUSE = %s; window.SIM_FAULTS = %s; "
             "window.MACHINE = %s; window.SIM_LATENCY = %s; window.SIM_EARLY_CLICKS = []; "
             "document.addEventListener('click', function (e) { window.SIM_EARLY_CLICKS.push(e.target); "
-            "}, true);</script>") % (json.dumps(missing), json.dumps(refused), faults, machine, latency)
+            "}, true); %s</script>") % (json.dumps(missing), json.dumps(refused), faults, machine, latency, errors)

@@ -8,7 +8,7 @@ namespace {
 
 class SpdLogger final : public Logger {
  public:
-  explicit SpdLogger(const std::string& name) {
+  explicit SpdLogger(const std::string& name) : name_(name) {
     logger_ = spdlog::get(name);
     if (!logger_) logger_ = spdlog::stderr_logger_mt(name);
   }
@@ -19,8 +19,12 @@ class SpdLogger final : public Logger {
       case LogLevel::Error: logger_->error(line); break;
     }
   }
+  std::shared_ptr<Logger> child(const std::string& suffix) override {
+    return std::make_shared<SpdLogger>(name_ + "." + suffix);
+  }
 
  private:
+  std::string name_;
   std::shared_ptr<spdlog::logger> logger_;
 };
 

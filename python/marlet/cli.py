@@ -11,7 +11,8 @@ positional arguments, an object is the operation's one params map; an operation 
 takes no arguments takes no PARAMS.
 
 Failures are one JSON object on standard error, {"error": <type>, "message": <text>}
-(with "operation" when an operation raised it). Exit codes: 0 done; 1 the operation or
+(with "operation" when an operation raised it, and "console" when the console said
+something during it). Exit codes: 0 done; 1 the operation or
 the login failed (or a reader of the inventory did); 2 bad input, found before the
 console is touched where possible (bad JSON, an unknown operation, wrong arguments, and
 the KeyError, TypeError and ValueError an operation raises for its params); 130
@@ -219,7 +220,8 @@ class MaskingFilter(logging.Filter):
 
 
 def error_record(exc, scrub, operation=None):
-    """{"error": type name, "message": text} (and "operation"), password masked."""
+    """{"error": type name, "message": text} (and "operation", and "console": what the
+    console said during the operation), password masked."""
     if isinstance(exc, KeyError) and len(exc.args) == 1:
         message = str(exc.args[0])  # str(KeyError) would quote the key
     else:
@@ -227,6 +229,9 @@ def error_record(exc, scrub, operation=None):
     record = {"error": type(exc).__name__, "message": scrub(message)}
     if operation:
         record["operation"] = operation
+    console = getattr(exc, "console_messages", None)
+    if console:
+        record["console"] = [scrub(text) for text in console]
     return record
 
 

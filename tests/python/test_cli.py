@@ -152,6 +152,9 @@ def test_errors_are_typed_json_with_the_password_masked():
     assert record == {"error": "ValueError", "message": "bad password ******** for admin", "operation": "web_login"}
     assert cli.error_record(KeyError("username"), cli.Scrubber()) == {"error": "KeyError", "message": "username"}
     from marlet.exception.webloginexception import WebLoginException
+    failed = WebLoginException("Login Bmc Web Fail!")
+    failed.console_messages = ["HTTP 500: POST /api/login", "console error: Admin@9000 refused"]
+    assert cli.error_record(failed, scrub)["console"] == ["HTTP 500: POST /api/login", "console error: ******** refused"]
     assert cli.exit_code_of(WebLoginException("Login Bmc Web Fail!")) == 1
     assert cli.exit_code_of(RuntimeError("session gone")) == 1
     for bad in (KeyError("x"), TypeError("x"), ValueError("x"), cli.UsageError("x")):

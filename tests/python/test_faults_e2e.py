@@ -130,11 +130,19 @@ def test_an_element_that_never_comes_fails_within_the_operations_waits(faulty, t
     w = fresh(tmp_path)
     try:
         login_works(w, faulty)
-        faulty.fault({"missing": {page: [element]}})
+        # The page's console says something too: it comes with the failure, and beside its picture.
+        faulty.fault({"missing": {page: [element]}, "console_errors": {page: ["%s is broken" % page]}})
         error, took = timed(getattr(w, operation))
         assert isinstance(error, WebDriverException), repr(error)
         assert element in str(error)
         assert took < bound(waits)
+        said = "console error: %s is broken" % page
+        assert said in error.console_messages and len(error.console_messages) <= 10
+        # A note after the message, which stays the operation's own.
+        assert len(error.__notes__) == 1 and error.__notes__[0].startswith("console: ") and "console" not in str(error)
+        texts = [p for p in os.listdir(str(tmp_path / "pictures")) if p.endswith(".console.txt")]
+        assert len(texts) == 1 and operation in texts[0]
+        assert said in (tmp_path / "pictures" / texts[0]).read_text()
         assert not w.isClosed()
         faulty.fault({"clear": True})
         w.web_switch_page_logout()

@@ -44,6 +44,8 @@ struct WsFixtureServer::Impl {
       whole({{"type", "success"}, {"id", id}, {"result", params}});
     } else if (method == "session.subscribe") {
       whole({{"type", "success"}, {"id", id}, {"result", Json::object()}});
+    } else if (method == "script.addPreloadScript") {
+      whole({{"type", "success"}, {"id", id}, {"result", {{"script", "preload-1"}}}});
     } else if (method == "fail") {
       whole({{"type", "error"}, {"id", id}, {"error", params.value("error", "unknown error")}, {"message", "refused"}});
     } else if (method == "fragments") {

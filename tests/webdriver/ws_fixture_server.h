@@ -2,6 +2,7 @@
 // same library as the client. Each command it receives ({"id", "method", "params"}) is
 // answered by its method:
 //   echo        success with the params as the result
+//   session.subscribe, script.addPreloadScript   success
 //   fail        an error answer with params.error as its code
 //   fragments   success {"text": params.bytes x's}, sent in frames of params.piece bytes
 //   storm       params.count events "log.entryAdded" {"n": i}, then success

@@ -1,6 +1,8 @@
 #include <functional>
 
+#include "tests/webdriver/ws_fixture_server.h"
 #include "tests/wrapper/wrapper_fixture.h"
+#include "webdriver/bidi.h"
 #include "webdriver/errors.h"
 
 using marlet::Json;
@@ -291,4 +293,179 @@ TEST(SettlePolicyTests, TheKeyAndTheProcessPolicyTakeTwoNamesOnly) {
     EXPECT_STREQ(e.what(), "the settle policy must be a text, not 2");
   }
   EXPECT_EQ(vorna::process_settle_policy(), SettlePolicy::Fixed);
+}
+
+TEST_F(SettleTests, SettlesReadTheEventsWhileTheChannelLastsAndTheWatcherAfter) {
+  webdriver::testing::WsFixtureServer server;
+  auto channel = webdriver::BidiChannel::open(server.url());
+  auto events = vorna::PageEvents::attach(channel, clock);
+  open(adaptive);
+  page = [](int, double) { return reading(1); };
+  vorna::SettleStats stats;
+  // Nothing in flight: the settle ends after the quiet window, with no command sent; the
+  // preload script came with it, so the documents already there are held for the young
+  // window first (their timers were not seen).
+  const auto timing = vorna::adaptive_timing();
+  vorna::settle_for(adaptive, 30, SettlePolicy::Adaptive, stats, events.get());
+  EXPECT_TRUE(events->preloaded());
+  EXPECT_EQ(fb->commands, 0);
+  EXPECT_EQ(stats.by_events, 1);
+  EXPECT_EQ(stats.early, 1);
+  EXPECT_NEAR(slept(), timing.young_window + timing.quiet_window, timing.poll + 1e-6);
+  clock.clear();
+  vorna::settle_for(adaptive, 30, SettlePolicy::Adaptive, stats, events.get());
+  EXPECT_NEAR(slept(), timing.quiet_window, timing.poll + 1e-6);  // quiet from the settle's start
+  EXPECT_EQ(fb->commands, 0);
+  // The channel is lost: the next settle polls the watcher, ends early all the same, and
+  // says so.
+  EXPECT_THROW(channel->command("cut", Json::object(), std::chrono::milliseconds(5000)),
+               webdriver::ConnectionException);
+  EXPECT_FALSE(events->usable());
+  clock.clear();
+  vorna::settle_for(adaptive, 30, SettlePolicy::Adaptive, stats, events.get());
+  EXPECT_GT(fb->commands, 0);
+  EXPECT_EQ(stats.by_watcher, 1);
+  EXPECT_EQ(std::string(stats.source), "watcher");
+  EXPECT_EQ(stats.early, 3);
+  EXPECT_LT(slept(), 5);
+}
+
+// ---- settles from the browser's events: the tracker against a scripted stream ----
+
+namespace {
+
+struct EventStream {
+  vorna::QuietTracker tracker;
+  webdriver::FakeClock clock;
+  EventStream() { tracker.set_channel("vorna.settle"); }
+  void at(double t, const std::string& method, Json params) {
+    while ((clock.now() - marlet::Clock::TimePoint{}).count() < t - 1e-12)
+      clock.sleep_seconds(t - (clock.now() - marlet::Clock::TimePoint{}).count());
+    tracker.on_event(method, params, clock.now());
+  }
+  static Json request(const std::string& id, const std::string& context = "top", int hop = 0) {
+    return {{"context", context}, {"redirectCount", hop}, {"request", {{"request", id}, {"url", "/x"}}}};
+  }
+  static Json said(const std::string& text, const std::string& context = "frame") {
+    return {{"channel", "vorna.settle"}, {"data", {{"type", "string"}, {"value", text}}}, {"source", {{"context", context}}}};
+  }
+  // Quiet since (seconds from 0) at time t for a settle of `settle` seconds; -1 when busy.
+  double since(double t, double settle = 10, double timer_limit_ms = 1000) {
+    auto q = tracker.quiet_since(marlet::Clock::TimePoint{} + marlet::Clock::Duration(t), settle, timer_limit_ms);
+    return q ? (*q - marlet::Clock::TimePoint{}).count() : -1;
+  }
+};
+
+}  // namespace
+
+TEST(QuietTrackerTests, RequestsNavigationsAndTheirEndsMoveTheQuietStart) {
+  EventStream s;
+  s.at(1, "network.beforeRequestSent", EventStream::request("a"));
+  s.at(1.5, "network.beforeRequestSent", EventStream::request("b", "frame"));
+  EXPECT_EQ(s.since(2), -1);
+  s.at(2, "network.responseCompleted", EventStream::request("a"));
+  EXPECT_EQ(s.since(2.5), -1);  // the frame's request is still out
+  s.at(3, "network.fetchError", EventStream::request("b", "frame"));
+  EXPECT_DOUBLE_EQ(s.since(3.5), 3);
+  // A redirect: the same request id, hop by hop.
+  s.at(4, "network.beforeRequestSent", EventStream::request("c"));
+  s.at(4.1, "network.beforeRequestSent", EventStream::request("c", "top", 1));
+  s.at(4.2, "network.responseCompleted", EventStream::request("c"));
+  EXPECT_EQ(s.since(4.3), -1);
+  s.at(4.4, "network.responseCompleted", EventStream::request("c", "top", 1));
+  EXPECT_DOUBLE_EQ(s.since(5), 4.4);
+  // The browser's own requests (no page) hold nothing and change nothing.
+  s.at(5, "network.beforeRequestSent", Json{{"context", nullptr}, {"request", {{"request", "icon"}}}});
+  EXPECT_DOUBLE_EQ(s.since(5.5), 4.4);
+  // A frame on its way to a new document holds until its load; a destroyed frame's
+  // requests and navigation go with it.
+  s.at(6, "browsingContext.navigationStarted", Json{{"context", "frame"}});
+  EXPECT_EQ(s.since(7), -1);
+  s.at(7, "browsingContext.load", Json{{"context", "frame"}});
+  EXPECT_DOUBLE_EQ(s.since(7.2), 7);
+  s.at(8, "browsingContext.navigationStarted", Json{{"context", "frame2"}});
+  s.at(8, "network.beforeRequestSent", EventStream::request("d", "frame2"));
+  s.at(8.5, "browsingContext.contextDestroyed", Json{{"context", "frame2"}});
+  EXPECT_DOUBLE_EQ(s.since(9), 8.5);
+  EXPECT_EQ(s.tracker.requests_open(), 0u);
+}
+
+TEST(QuietTrackerTests, WhatIsOpenLongerThanTheSettleHoldsNothing) {
+  EventStream s;
+  // A long poll and a navigation that never ends: they hold a settle of 5 s until they
+  // are 5 s old, and nothing after; a shorter settle lets go of them sooner.
+  s.at(1, "network.beforeRequestSent", EventStream::request("poll"));
+  s.at(2, "browsingContext.navigationStarted", Json{{"context", "frame"}});
+  EXPECT_EQ(s.since(6.9, 5), -1);
+  EXPECT_DOUBLE_EQ(s.since(7.1, 5), 2);
+  EXPECT_DOUBLE_EQ(s.since(4, 1.5), 2);
+  EXPECT_EQ(s.since(4, 30), -1);
+}
+
+TEST(QuietTrackerTests, ThePreloadScriptsTimersAndChangesCountOnItsChannelOnly) {
+  EventStream s;
+  s.at(1, "script.message", EventStream::said("r"));
+  s.at(1, "script.message", EventStream::said("t+7 500"));   // short: holds
+  s.at(1, "script.message", EventStream::said("t+8 2000"));  // the page's background
+  EXPECT_EQ(s.since(1.2), -1);
+  EXPECT_EQ(s.tracker.timers_pending(), 2u);
+  s.at(1.5, "script.message", EventStream::said("t-7"));
+  EXPECT_DOUBLE_EQ(s.since(1.6), 1.5);
+  // A longer limit (a slower pace) holds the 2 s timer too.
+  EXPECT_EQ(s.since(1.6, 10, 3000), -1);
+  // DOM changes move the start; a message on another channel or of another type is not ours.
+  s.at(2, "script.message", EventStream::said("d"));
+  EXPECT_DOUBLE_EQ(s.since(2.1), 2);
+  Json other = EventStream::said("t+9 10");
+  other["channel"] = "someone.else";
+  s.at(3, "script.message", other);
+  Json number = EventStream::said("d");
+  number["data"] = {{"type", "number"}, {"value", 1}};
+  s.at(3, "script.message", number);
+  EXPECT_DOUBLE_EQ(s.since(3.1), 2);
+  // A new document (its ready message, or the frame's navigation) drops the old one's timers.
+  s.at(4, "script.message", EventStream::said("t+10 100"));
+  s.at(4.1, "browsingContext.navigationStarted", Json{{"context", "frame"}});
+  s.at(4.2, "browsingContext.load", Json{{"context", "frame"}});
+  EXPECT_DOUBLE_EQ(s.since(4.3), 4.2);
+  // Documents there before the preload script: nothing is quiet before the time given.
+  s.tracker.unseen_until(marlet::Clock::TimePoint{} + marlet::Clock::Duration(6));
+  EXPECT_DOUBLE_EQ(s.since(5), 6);  // in the future: the settle's window cannot have passed
+}
+
+TEST(QuietTrackerTests, TheConsoleLinesOfTheEvents) {
+  webdriver::FakeClock clock;
+  vorna::PageEvents::State state;
+  state.clock = &clock;
+  state.on_event("log.entryAdded", Json{{"level", "error"}, {"type", "console"}, {"text", "boom"}});
+  state.on_event("log.entryAdded", Json{{"level", "warn"}, {"type", "console"}, {"text", "careful"}});
+  state.on_event("log.entryAdded", Json{{"level", "error"}, {"type", "javascript"}, {"text", "TypeError: x"}});
+  state.on_event("log.entryAdded", Json{{"level", "info"}, {"type", "console"}, {"text", "chatter"}});
+  Json failed = EventStream::request("r");
+  failed["request"]["method"] = "GET";
+  failed["errorText"] = "NS_ERROR_CONNECTION_REFUSED";
+  state.on_event("network.fetchError", failed);
+  Json dropped = failed;  // by the browser, for a navigation
+  dropped["errorText"] = "NS_BINDING_ABORTED";
+  state.on_event("network.fetchError", dropped);
+  Json answered = failed;
+  answered["response"] = {{"status", 404}, {"statusText", "Not Found"}};
+  state.on_event("network.responseCompleted", answered);
+  answered["response"]["status"] = 200;
+  state.on_event("network.responseCompleted", answered);
+  answered["response"]["status"] = 404;
+  answered["request"]["url"] = "https://bmc/favicon.ico";
+  state.on_event("network.responseCompleted", answered);
+  std::vector<std::string> texts;
+  for (const auto& line : state.untaken) texts.push_back(line.text);
+  EXPECT_EQ(texts, (std::vector<std::string>{"console error: boom", "console warning: careful",
+                                             "javascript error: TypeError: x",
+                                             "request failed: GET /x (NS_ERROR_CONNECTION_REFUSED)",
+                                             "HTTP 404 Not Found: GET /x"}));
+  EXPECT_EQ(state.untaken[1].level, marlet::LogLevel::Warn);
+  // Only the last ten are kept for a failure.
+  for (int i = 0; i < 12; ++i) state.said(marlet::LogLevel::Error, "line " + std::to_string(i));
+  EXPECT_EQ(state.count, 17u);
+  EXPECT_EQ(state.recent.size(), vorna::PageEvents::kKeptLines);
+  EXPECT_EQ(state.recent.back(), "line 11");
 }

@@ -88,7 +88,8 @@ class WebBase {
   // The id of our browser's process (of the driver, for a browser behind a driver), or
   // -1 when none is open or the browser is remote.
   int browserPid() const;
-  std::shared_ptr<webdriver::Session> openFirefox();
+  // A subclass may add to a new session (the console driver listens to its events).
+  virtual std::shared_ptr<webdriver::Session> openFirefox();
   void close();        // ends the session gracefully (bounded), removes what it made
   void killFirefox();  // ends our browser process at once, by pid
 

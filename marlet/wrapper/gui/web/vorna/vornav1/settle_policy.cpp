@@ -121,7 +121,37 @@ SettleTiming adaptive_timing() {
           std::max(kYoungWindow, kYoungWindowFloorReal / scale)};
 }
 
-void settle_for(marlet::WebBase& web, double seconds, SettlePolicy policy, SettleStats& stats) {
+namespace {
+
+// The settle from the browser's events: nothing is sent to the browser while it waits,
+// it only looks at what the tracker has seen. False when the channel was lost before
+// the settle could end: the caller goes on with the watcher until `deadline`.
+bool settle_by_events(marlet::Clock& clock, const PageEvents& events, double seconds, const SettleTiming& timing,
+                      marlet::Clock::TimePoint deadline, SettleStats& stats) {
+  const auto start = clock.now();
+  const double timer_limit_ms = timing.timer_limit * marlet::time_scale() * 1000;
+  for (;;) {
+    auto now = clock.now();
+    // Quiet from the start of this settle at the earliest: what the click before it
+    // started may still be on its way to the channel.
+    if (auto since = events.tracker().quiet_since(now, seconds, timer_limit_ms)) {
+      auto from = std::max(*since, start);
+      if (now - from >= marlet::Clock::Duration(timing.quiet_window)) {
+        ++stats.early;
+        stats.saved += std::max(0.0, (deadline - now).count());
+        return true;
+      }
+    }
+    if (now >= deadline) return true;
+    clock.sleep_seconds(std::min(timing.poll, (deadline - now).count()));
+    if (clock.now() >= deadline) return true;
+    if (!events.usable()) return false;
+  }
+}
+
+}  // namespace
+
+void settle_for(marlet::WebBase& web, double seconds, SettlePolicy policy, SettleStats& stats, PageEvents* events) {
   marlet::Clock& clock = web.clock();
   SettleTiming timing = adaptive_timing();
   // A settle no longer than the window can never end early: it is the fixed sleep.
@@ -130,9 +160,19 @@ void settle_for(marlet::WebBase& web, double seconds, SettlePolicy policy, Settl
     return;
   }
   ++stats.settles;
-  std::shared_ptr<webdriver::Session> session = web.browser;
   const auto start = clock.now();
   const auto deadline = start + marlet::Clock::Duration(seconds);
+  if (events && events->usable() && events->ensure_preload(timing.young_window)) {
+    ++stats.by_events;
+    stats.source = "events";
+    if (settle_by_events(clock, *events, seconds, timing, deadline, stats)) return;
+    ++stats.by_watcher;  // the channel was lost: the watcher has the rest
+    stats.source = "watcher";
+  } else {
+    ++stats.by_watcher;
+    stats.source = "watcher";
+  }
+  std::shared_ptr<webdriver::Session> session = web.browser;
   bool quiet = false;  // since quiet_since, with quiet_seq unchanged
   marlet::Clock::TimePoint quiet_since{};
   long long quiet_seq = 0;

@@ -1,5 +1,8 @@
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 
+#include <filesystem>
+#include <fstream>
+
 #include "marlet/exception/exceptions.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/operation_params.h"
 
@@ -38,6 +41,11 @@ marlet::BrowserConfig browser_config(const Json& params) {
   if (b.contains("headless") && !b["headless"].is_null()) {
     if (!b["headless"].is_boolean()) throw ValueError("browser['headless'] must be True or False");
     launch.headless = b["headless"].get<bool>();
+  }
+  // False: no WebDriver BiDi channel is asked for (adaptive settles use the page watcher).
+  if (b.contains("bidi") && !b["bidi"].is_null()) {
+    if (!b["bidi"].is_boolean()) throw ValueError("browser['bidi'] must be True or False");
+    launch.bidi = b["bidi"].get<bool>();
   }
   // How long a navigation may wait for its page (the browser's own default, 300 s, when
   // absent): a console that holds the request open fails the login after this long.
@@ -82,14 +90,99 @@ VornaWebWrapper::VornaWebWrapper(const Json& params, std::shared_ptr<marlet::Log
       settle_policy_(settle_key(params)) {}
 
 std::string VornaWebWrapper::trace_settle_policy() const {
-  return settle_policy_name(settle_policy_.value_or(process_settle_policy()));
+  return settle_policy_name(effective_settle_policy());
 }
 
-void VornaWebWrapper::screenshot_after_failure(const std::string& operation) noexcept {
+void VornaWebWrapper::screenshot_after_failure(const std::string& operation,
+                                               const std::vector<std::string>& console) noexcept {
   try {
-    if (!isClosed()) _screenshot(operation + "_failed");
+    if (isClosed()) return;
+    std::string picture = _screenshot(operation + "_failed");
+    if (picture.empty() || console.empty()) return;
+    std::filesystem::path text = std::filesystem::path(picture).replace_extension(".console.txt");
+    std::ofstream out(text, std::ios::binary);
+    for (const auto& line : console) out << line << "\n";
   } catch (...) {
   }
+}
+
+std::shared_ptr<webdriver::Session> VornaWebWrapper::openFirefox() {
+  auto session = marlet::WebBase::openFirefox();
+  if (PageEvents* events = page_events(); events && effective_settle_policy() == SettlePolicy::Adaptive)
+    events->ensure_preload(0);  // before the first page: every document is seen whole
+  return session;
+}
+
+PageEvents* VornaWebWrapper::page_events() {
+  std::shared_ptr<webdriver::Session> session = browser;
+  if (!session || session->is_quit()) return page_events_.get();  // what it said stays readable
+  if (page_events_session_.lock() == session) return page_events_.get();
+  page_events_session_ = session;
+  page_events_.reset();
+  page_events_why_.clear();
+  settle_source_told_ = false;
+  if (auto channel = session->bidi()) {
+    try {
+      page_events_ = PageEvents::attach(channel, clock());
+    } catch (const std::exception& e) {
+      // A channel that cannot subscribe: this session settles with the page watcher.
+      page_events_why_ = std::string("the browser's events could not be had: ") + e.what();
+    }
+  }
+  return page_events_.get();
+}
+
+void VornaWebWrapper::settle(double seconds) {
+  marlet::ActivityScope shown(activity, "settle", seconds, clock(), current_operation);
+  SettlePolicy policy = effective_settle_policy();
+  PageEvents* events = policy == SettlePolicy::Adaptive ? page_events() : page_events_.get();
+  long before = settle_stats_.settles;
+  settle_for(*this, seconds, policy, settle_stats_, events);
+  if (settle_stats_.settles != before && !settle_source_told_) {
+    settle_source_told_ = true;
+    if (auto settle_log = logger().child("settle")) {
+      if (std::string(settle_stats_.source) == "events")
+        settle_log->info("adaptive settles from the browser's events (WebDriver BiDi)");
+      else
+        settle_log->info("adaptive settles from the watcher injected into the page: " +
+                         (page_events_ ? page_events_->why()
+                          : !page_events_why_.empty() ? page_events_why_
+                          : browser ? browser->bidi_status() : std::string("no browser")));
+    }
+  }
+  log_console();
+}
+
+void VornaWebWrapper::settle_until(double seconds, const std::function<bool()>& sign) {
+  marlet::ActivityScope shown(activity, "settle", seconds, clock(), current_operation);
+  settle_until_sign(*this, seconds, effective_settle_policy(), sign, settle_stats_);
+  log_console();
+}
+
+void VornaWebWrapper::log_console() noexcept {
+  try {
+    if (!page_events_) return;
+    auto lines = page_events_->take_lines();
+    if (lines.empty()) return;
+    auto console_log = logger().child("console");
+    if (!console_log) return;
+    for (const auto& line : lines) console_log->log(line.level, line.text);
+  } catch (...) {
+  }
+}
+
+VornaWebWrapper::SaidMark VornaWebWrapper::console_mark() {
+  try {
+    if (PageEvents* events = page_events()) return {events, events->mark()};
+  } catch (...) {
+  }
+  return {};
+}
+
+std::vector<std::string> VornaWebWrapper::console_since(const SaidMark& mark) {
+  if (!page_events_) return {};
+  // A session opened during the operation: everything its console said is new.
+  return page_events_->texts_since(mark.events == page_events_.get() ? mark.count : 0);
 }
 
 }  // namespace vorna

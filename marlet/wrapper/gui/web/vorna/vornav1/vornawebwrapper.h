@@ -96,23 +96,37 @@ class VornaWebWrapper : public marlet::WebBase {
   // ---- the settle (settle_policy.h) ----
   // Every settle of every operation: the object's policy, else the process's. The
   // activity record shows the settle to a watcher (the command line's progress line).
-  void settle(double seconds) {
-    marlet::ActivityScope shown(activity, "settle", seconds, clock(), current_operation);
-    settle_for(*this, seconds, settle_policy_.value_or(process_settle_policy()), settle_stats_);
-  }
+  // Adaptive settles read the browser's events where the session has a channel, else
+  // the injected watcher; the first of each session says which on the "<logger>.settle"
+  // child logger.
+  void settle(double seconds);
+  SettlePolicy effective_settle_policy() const { return settle_policy_.value_or(process_settle_policy()); }
+  // Opens the browser and listens to its events (PageEvents) when it has a channel; the
+  // settle's preload script comes at once when the settles are adaptive by then.
+  std::shared_ptr<webdriver::Session> openFirefox() override;
+  // The events of the current session: null without a channel (or before any browser).
+  PageEvents* page_events();
+  // What the console said (errors, warnings, failed requests) goes to the
+  // "<logger>.console" child logger: each settle and each operation's end hand it on.
+  void log_console() noexcept;
+  // A point in what the console said, and the last (up to 10) texts said after it.
+  struct SaidMark {
+    const void* events = nullptr;
+    std::uint64_t count = 0;
+  };
+  SaidMark console_mark();
+  std::vector<std::string> console_since(const SaidMark& mark);
   void page_settle() { settle(timeout); }
   // A settle whose length is the controller's (an upgrade running, a collection starting):
   // under "adaptive" it ends only when `sign`, what the operation reads next, holds
   // (controller_settle.h); the page's quiet does not end it.
-  void settle_until(double seconds, const std::function<bool()>& sign) {
-    marlet::ActivityScope shown(activity, "settle", seconds, clock(), current_operation);
-    settle_until_sign(*this, seconds, settle_policy_.value_or(process_settle_policy()), sign, settle_stats_);
-  }
+  void settle_until(double seconds, const std::function<bool()>& sign);
   std::optional<SettlePolicy> settle_policy() const { return settle_policy_; }
   const SettleStats& settle_stats() const { return settle_stats_; }
 
-  // A picture after a failed operation, best effort: never throws.
-  void screenshot_after_failure(const std::string& operation) noexcept;
+  // A picture after a failed operation, best effort: never throws. With what the
+  // console said during it, a text file beside the picture (same stem, ".console.txt").
+  void screenshot_after_failure(const std::string& operation, const std::vector<std::string>& console = {}) noexcept;
 
  protected:
   std::shared_ptr<SiblingFunctions> sibling_;
@@ -121,6 +135,10 @@ class VornaWebWrapper : public marlet::WebBase {
  private:
   std::optional<SettlePolicy> settle_policy_;
   SettleStats settle_stats_;
+  std::shared_ptr<PageEvents> page_events_;
+  std::weak_ptr<webdriver::Session> page_events_session_;  // the session page_events_ is of
+  std::string page_events_why_;                            // why there are none for it
+  bool settle_source_told_ = false;
 };
 
 }  // namespace vorna

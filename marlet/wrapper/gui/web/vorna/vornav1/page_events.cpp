@@ -1,0 +1,155 @@
+#include "marlet/wrapper/gui/web/vorna/vornav1/page_events.h"
+
+#include "marlet/wrapper/gui/web/vorna/vornav1/settle_events_js.h"
+
+namespace vorna {
+using webdriver::Json;
+
+namespace {
+
+// The events the tracker and the console lines are made of.
+const std::vector<std::string> kEvents = {
+    "network.beforeRequestSent",         "network.responseCompleted",         "network.fetchError",
+    "browsingContext.contextCreated",    "browsingContext.contextDestroyed",  "browsingContext.navigationStarted",
+    "browsingContext.domContentLoaded",  "browsingContext.load",              "browsingContext.fragmentNavigated",
+    "browsingContext.navigationFailed",  "log.entryAdded",
+    "script.message"};
+
+constexpr std::chrono::milliseconds kCommandBound{5000};
+constexpr size_t kLongestText = 500;
+
+std::string text_at(const Json& object, const char* key) {
+  if (!object.is_object() || !object.contains(key) || !object[key].is_string()) return "";
+  return object[key].get<std::string>();
+}
+
+std::string shortened(std::string text) {
+  if (text.size() > kLongestText) {
+    size_t cut = kLongestText;
+    while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) --cut;  // whole characters
+    text = text.substr(0, cut) + "...";
+  }
+  return text;
+}
+
+// "GET http://..." of a network event.
+std::string request_of(const Json& params) {
+  const Json& r = params.contains("request") ? params["request"] : Json();
+  return text_at(r, "method") + " " + text_at(r, "url");
+}
+
+// The browser asks for the page's icon on its own; a console without one is no news.
+bool browsers_own(const Json& params) {
+  const std::string url = params.contains("request") ? text_at(params["request"], "url") : "";
+  return url.size() >= 12 && url.compare(url.size() - 12, 12, "/favicon.ico") == 0;
+}
+
+}  // namespace
+
+void PageEvents::State::said(marlet::LogLevel level, std::string text) {
+  text = shortened(std::move(text));
+  std::lock_guard<std::mutex> lock(mutex);
+  ++count;
+  recent.push_back(text);
+  if (recent.size() > kKeptLines) recent.pop_front();
+  untaken.push_back({level, std::move(text)});
+  if (untaken.size() > kMaxUntaken) untaken.pop_front();
+}
+
+void PageEvents::State::on_event(const std::string& method, const Json& params) {
+  tracker.on_event(method, params, clock->now());
+  if (method == "log.entryAdded") {
+    const std::string level = text_at(params, "level");
+    if (level != "error" && level != "warn") return;
+    const bool error = level == "error";
+    const std::string kind = text_at(params, "type") == "javascript" ? "javascript " : "console ";
+    said(error ? marlet::LogLevel::Error : marlet::LogLevel::Warn,
+         kind + (error ? "error: " : "warning: ") + text_at(params, "text"));
+  } else if (method == "network.fetchError") {
+    // A request the browser dropped because its document went away (a navigation) is no
+    // failure of the console.
+    if (browsers_own(params) || text_at(params, "errorText") == "NS_BINDING_ABORTED") return;
+    said(marlet::LogLevel::Error, "request failed: " + request_of(params) + " (" + text_at(params, "errorText") + ")");
+  } else if (method == "network.responseCompleted") {
+    const Json& response = params.contains("response") ? params["response"] : Json();
+    if (!response.is_object() || !response.contains("status") || !response["status"].is_number()) return;
+    long long status = response["status"].get<long long>();
+    if (status < 400 || browsers_own(params)) return;
+    std::string reason = text_at(response, "statusText");
+    said(marlet::LogLevel::Error,
+         "HTTP " + std::to_string(status) + (reason.empty() ? "" : " " + reason) + ": " + request_of(params));
+  }
+}
+
+std::shared_ptr<PageEvents> PageEvents::attach(std::shared_ptr<webdriver::BidiChannel> channel,
+                                               marlet::Clock& clock) {
+  std::shared_ptr<PageEvents> events(new PageEvents());
+  events->channel_ = channel;
+  events->clock_ = &clock;
+  events->state_ = std::make_shared<State>();
+  events->state_->clock = &clock;
+  events->state_->tracker.set_channel(kChannel);
+  std::weak_ptr<State> state = events->state_;
+  events->token_ = channel->add_subscriber(
+      [state](const std::string& method, const Json& params) {
+        if (auto s = state.lock()) s->on_event(method, params);
+      },
+      {"network", "browsingContext", "log", "script.message"});
+  channel->command("session.subscribe", Json{{"events", kEvents}}, kCommandBound);
+  return events;
+}
+
+PageEvents::~PageEvents() {
+  try {
+    if (channel_ && token_) channel_->remove_subscriber(token_);
+  } catch (...) {
+  }
+}
+
+const QuietTracker& PageEvents::tracker() const { return state_->tracker; }
+
+bool PageEvents::usable() const noexcept { return channel_ && channel_->connected(); }
+
+bool PageEvents::ensure_preload(double unseen) {
+  if (preloaded_) return true;
+  if (!usable()) return false;
+  try {
+    Json channel_arg = {{"type", "channel"}, {"value", {{"channel", kChannel}}}};
+    channel_->command("script.addPreloadScript",
+                      Json{{"functionDeclaration", kSettleEventsScript}, {"arguments", Json::array({channel_arg})}},
+                      kCommandBound);
+  } catch (const std::exception& e) {
+    preload_failed_ = std::string("the preload script was refused: ") + e.what();
+    return false;
+  }
+  preloaded_ = true;
+  state_->tracker.unseen_until(clock_->now() + marlet::Clock::Duration(unseen));
+  return true;
+}
+
+std::string PageEvents::why() const {
+  if (!usable()) return "the WebDriver BiDi channel has ended (" + channel_->why() + ")";
+  return preload_failed_;
+}
+
+std::vector<ConsoleLine> PageEvents::take_lines() {
+  std::lock_guard<std::mutex> lock(state_->mutex);
+  std::vector<ConsoleLine> lines(std::make_move_iterator(state_->untaken.begin()),
+                                 std::make_move_iterator(state_->untaken.end()));
+  state_->untaken.clear();
+  return lines;
+}
+
+std::uint64_t PageEvents::mark() const {
+  std::lock_guard<std::mutex> lock(state_->mutex);
+  return state_->count;
+}
+
+std::vector<std::string> PageEvents::texts_since(std::uint64_t mark) const {
+  std::lock_guard<std::mutex> lock(state_->mutex);
+  std::uint64_t fresh = state_->count > mark ? state_->count - mark : 0;
+  size_t n = std::min<std::uint64_t>(fresh, state_->recent.size());
+  return {state_->recent.end() - static_cast<std::ptrdiff_t>(n), state_->recent.end()};
+}
+
+}  // namespace vorna
