@@ -185,6 +185,10 @@ class WebBase {
   struct TeeLogger final : Logger {
     explicit TeeLogger(WebBase& owner) : owner(owner) {}
     void log(LogLevel level, const std::string& line) override;
+    // The owner's child loggers ("<name>.console", "<name>.settle") are the target's.
+    std::shared_ptr<Logger> child(const std::string& suffix) override {
+      return target ? target->child(suffix) : nullptr;
+    }
     WebBase& owner;
     std::shared_ptr<Logger> target;
   };
