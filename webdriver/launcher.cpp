@@ -235,10 +235,12 @@ std::shared_ptr<Session> start_firefox(const LaunchOptions& o, const std::string
 }
 
 // What a first run leaves in a profile that a copy must not carry: the running
-// browser's lock and port, its log, and the preferences each launch writes anew.
+// browser's lock and port, its log, the preferences each launch writes anew, and the
+// saved session (a browser restoring it starts one more content process).
 bool left_out_of_copies(const std::string& name) {
   return name == "lock" || name == ".parentlock" || name == "parent.lock" || name == "MarionetteActivePort" ||
-         name == "browser.log" || name == "user.js";
+         name == "browser.log" || name == "user.js" || name == "sessionstore.jsonlz4" ||
+         name == "sessionstore-backups" || name == "sessionCheckpoints.json";
 }
 
 // A profile Firefox has run on once: its databases made, its add-ons registered, its

@@ -353,7 +353,7 @@ TEST_F(RemoteDownloadTests, TheNewFinishedFileIsFetchedIntoTheDownloadFolder) {
   } catch (const webdriver::RemoteFileException& e) {
     EXPECT_EQ(std::string(e.what()),
               "web_export_bmc_log: no new download appeared on the Selenium Grid node (http://127.0.0.1:4444) within "
-              "300 seconds");
+              "300.0 seconds");
   }
   EXPECT_EQ(clock.sleeps().size(), 2 + 300u) << "two page settles, then a poll each second";
 }
