@@ -13,7 +13,9 @@ the tree (sum over its processes, sampled) and how many processes it had.
 
 The settings: "earlier" (an empty profile that Firefox fills in on its first run, and the
 preferences the launcher gave before this benchmark's changes) and "now" (the launcher's
-defaults); each --variant adds one, as browser-map entries over the defaults.
+defaults); --breakdown adds "profile" (the prepared profile with the earlier
+preferences) and "prefs" (the present preferences on an empty profile); each --variant
+adds one, as browser-map entries over the defaults.
 """
 import argparse
 import json
@@ -121,8 +123,12 @@ def main():
     parser.add_argument("--idle", type=float, default=3.0, help="seconds the browser stays on the page")
     parser.add_argument("--variant", action="append", default=[], metavar="NAME=JSON",
                         help="another setting: browser-map entries over the defaults")
+    parser.add_argument("--breakdown", action="store_true",
+                        help="also the prepared profile alone and the preferences alone")
     args = parser.parse_args()
     settings = [("earlier", {"prepared_profile": False, "prefs": EARLIER_PREFS}), ("now", {})]
+    if args.breakdown:
+        settings += [("profile", {"prefs": EARLIER_PREFS}), ("prefs", {"prepared_profile": False})]
     for v in args.variant:
         name, _, text = v.partition("=")
         settings.append((name, json.loads(text)))

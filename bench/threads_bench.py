@@ -41,11 +41,15 @@ class Quiet(object):
     warn = error = info
 
 
+BROWSER = {}  # browser-map entries of every wrapper (--earlier-launch)
+
+
 def one_controller(sim, pictures, settle, logged_in, out, wrappers):
     """Logs in, waits at `logged_in` for the others, runs every reader, closes; records
     the phases' wall times in `out`."""
     from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
-    w = VornaWebWrapper({"host": None, "device": None, "settle": settle, "browser": {"screenshot_dir": pictures}})
+    w = VornaWebWrapper({"host": None, "device": None, "settle": settle,
+                         "browser": dict(BROWSER, screenshot_dir=pictures)})
     w.logger = Quiet()
     wrappers.append(w)
     try:
@@ -189,7 +193,12 @@ def main():
     parser.add_argument("--split", action="store_true",
                         help="also run with the readers not waiting, to tell the settles from the commands")
     parser.add_argument("--no-split", action="store_true", help=argparse.SUPPRESS)  # the earlier default
+    parser.add_argument("--earlier-launch", action="store_true",
+                        help="start Firefox as before the prepared profile and the lighter preferences")
     args = parser.parse_args()
+    if args.earlier_launch:
+        from launch_bench import EARLIER_PREFS
+        BROWSER.update(prepared_profile=False, prefs=EARLIER_PREFS)
     counts = [int(c) for c in args.controllers.split(",")]
     scale = args.scale if args.scale is not None else (0.05 if args.fast else 1.0)
     login_scale = args.login_scale if args.login_scale is not None else (0.15 if args.fast else 1.0)
@@ -197,8 +206,9 @@ def main():
 
     pictures = tempfile.mkdtemp(prefix="vorna-threads-bench-")
     sims = []
-    print("%s controllers, each: login (time scale %g), %d readers (time scale %g), close; %s settles; %d cores" %
-          (args.controllers, login_scale, len(READERS), scale, args.settle, cores))
+    print("%s controllers, each: login (time scale %g), %d readers (time scale %g), close; %s settles; %s launch; "
+          "%d cores, load %s" % (args.controllers, login_scale, len(READERS), scale, args.settle,
+                                 "earlier" if args.earlier_launch else "present", cores, os.getloadavg()))
     print("phase columns: the slowest thread's seconds in that phase; the readers start once every login is in;")
     print("CPU s: this process and its browsers together; browser MB: resident memory of each Firefox process tree,")
     print("summed over the controllers at the sample where the sum peaked (each: that sum / the controllers)")
@@ -211,6 +221,11 @@ def main():
     try:
         for i in range(max(counts)):
             sims.append(SimulatorProcess(address="127.0.0.%d" % (10 + i)))
+        # Unmeasured: the process's first browser prepares the profile the others copy.
+        from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
+        first = VornaWebWrapper({"host": None, "device": None, "browser": dict(BROWSER, screenshot_dir=pictures)})
+        first.openFirefox()
+        first.web_close()
         alone_wall, alone_cpu, alone_memory, alone = run_at_once(sims[:1], pictures, args.settle, login_scale, scale)
         report(phase_row("1 alone", alone_wall, alone_wall, alone_cpu, alone_memory, alone))
         for n in counts:
@@ -249,6 +264,7 @@ def main():
         table(HEADER, rows)
         for line in summary:
             print(line)
+        print("load average after: %s" % (os.getloadavg(),))
 
 
 if __name__ == "__main__":
