@@ -7,7 +7,7 @@ source "$(dirname "$0")/quietly.sh"
 
 PACKAGES=(
   build-essential cmake ccache pkg-config
-  nlohmann-json3-dev libcurl4-openssl-dev libspdlog-dev libwebsockets-dev
+  nlohmann-json3-dev libcurl4-openssl-dev zlib1g-dev libspdlog-dev libwebsockets-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   pybind11-dev python3-dev python3-pytest python3-importlib-metadata python3-typing-extensions
   python3-exceptiongroup python3-tomli

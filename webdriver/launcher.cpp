@@ -9,6 +9,8 @@
 
 #include <filesystem>
 #include <fstream>
+#include <map>
+#include <mutex>
 #include <thread>
 
 #include "webdriver/detail/http_transport.h"
@@ -59,10 +61,14 @@ class OwnedProcess final : public OwnedResource {
 };
 
 // Preferences of a profile that never phones home on a closed network, opens no
-// first-run pages, and saves downloads silently into the given folder. The last lines
-// keep each browser to one content process, no prelaunched spares, no network or media
-// helper processes and no disk cache or history: one console tab needs none of them, and
-// many browsers on a small machine then cost about half the processes and memory.
+// first-run pages, and saves downloads silently into the given folder. The lines after
+// the downloads' keep each browser to one content process, no prelaunched spares, no
+// network or media helper processes and no disk cache or history: one console tab needs
+// none of them, and many browsers on a small machine then cost about half the processes
+// and memory. The last ones run the built-in add-ons in the browser's own process (no
+// extension process), and turn off the work a page load starts beside the page itself
+// (language detection for translation, the password manager's and form autofill's look
+// at each form) and the periodic session and thumbnail saves.
 }  // namespace
 
 std::string firefox_prefs(const LaunchOptions& o) {
@@ -155,51 +161,62 @@ user_pref("network.process.enabled", false);
 user_pref("media.rdd-process.enabled", false);
 user_pref("browser.cache.disk.enable", false);
 user_pref("places.history.enabled", false);
+user_pref("extensions.webextensions.remote", false);
+user_pref("browser.translations.enable", false);
+user_pref("signon.rememberSignons", false);
+user_pref("extensions.formautofill.addresses.enabled", false);
+user_pref("extensions.formautofill.creditCards.enabled", false);
+user_pref("browser.sessionstore.interval", 3600000);
+user_pref("browser.pagethumbnails.capturing_disabled", true);
+user_pref("security.remote_settings.crlite_filters.enabled", false);
+user_pref("security.remote_settings.intermediates.enabled", false);
 )";
   if (!o.download_dir.empty()) {
     Json dir = o.download_dir;
     p += "user_pref(\"browser.download.dir\", " + dir.dump() + ");\n";
   }
+  if (o.prefs.is_object())
+    for (const auto& [name, value] : o.prefs.items()) p += "user_pref(" + Json(name).dump() + ", " + value.dump() + ");\n";
   return p;
 }
 
 namespace {
 
-std::shared_ptr<Session> launch_firefox_marionette(const LaunchOptions& o, Clock* clock) {
-  auto profile = std::make_unique<TempDir>("vorna-firefox-");
-  {
-    std::ofstream prefs(profile->path() + "/user.js");
-    prefs << firefox_prefs(o);
-  }
+std::string firefox_binary(const LaunchOptions& o) {
   std::string binary = find_executable({o.binary.empty() ? "firefox-esr" : o.binary, o.binary.empty() ? "firefox" : ""});
   if (binary.empty()) throw SessionNotCreatedException("Firefox was not found (install firefox-esr)");
-  std::vector<std::string> argv = {binary, "-marionette", "-no-remote", "-profile", profile->path()};
+  return binary;
+}
+
+// Starts Firefox on `profile` (its user.js written) with its remote protocol on a port
+// of its choosing, and returns a session on it owning `resources` and the process.
+std::shared_ptr<Session> start_firefox(const LaunchOptions& o, const std::string& profile, bool bidi,
+                                       std::vector<std::unique_ptr<OwnedResource>> resources, Clock* clock) {
+  std::vector<std::string> argv = {firefox_binary(o), "-marionette", "-no-remote", "-profile", profile};
   if (o.headless) argv.insert(argv.begin() + 2, "-headless");
   // The BiDi server binds loopback only, on a port the system picks; the session's
   // webSocketUrl names it.
-  if (o.bidi) argv.insert(argv.begin() + 2, "--remote-debugging-port=0");
+  if (bidi) argv.insert(argv.begin() + 2, "--remote-debugging-port=0");
   std::map<std::string, std::string> env = {{"MOZ_CRASHREPORTER_DISABLE", "1"}, {"MOZ_NO_REMOTE", "1"}};
   if (o.headless) env["MOZ_HEADLESS"] = "1";
-  auto process = std::make_unique<OwnedProcess>(ChildProcess(argv, env, profile->path() + "/browser.log"),
+  auto process = std::make_unique<OwnedProcess>(ChildProcess(argv, env, profile + "/browser.log"),
                                                 milliseconds(10000));
 
   // The browser writes the port it chose into the profile once it listens.
-  std::string port_file = profile->path() + "/MarionetteActivePort";
+  std::string port_file = profile + "/MarionetteActivePort";
   auto deadline = std::chrono::steady_clock::now() + o.startup_timeout;
   int port = 0;
   while (true) {
     std::ifstream in(port_file);
     if (in >> port && port > 0) break;
     if (!process->process().running())
-      throw SessionNotCreatedException("Firefox exited before it listened (see " + profile->path() + "/browser.log)");
+      throw SessionNotCreatedException("Firefox exited before it listened (see " + profile + "/browser.log)");
     if (std::chrono::steady_clock::now() >= deadline)
       throw SessionNotCreatedException("Firefox did not open its remote port within " +
                                        std::to_string(o.startup_timeout.count()) + " seconds");
     std::this_thread::sleep_for(milliseconds(50));
   }
-  std::vector<std::unique_ptr<OwnedResource>> resources;
-  resources.push_back(std::move(profile));   // shut down last: after the browser is gone
-  resources.push_back(std::move(process));
+  resources.push_back(std::move(process));  // the profile, if owned, shuts down after the browser
   std::unique_ptr<Transport> transport;
   try {
     transport = std::make_unique<MarionetteTransport>(
@@ -212,9 +229,102 @@ std::shared_ptr<Session> launch_firefox_marionette(const LaunchOptions& o, Clock
   }
   // Firefox's own protocol takes the capabilities flat, not wrapped in alwaysMatch.
   Json caps = {{"acceptInsecureCerts", true}};
-  if (o.bidi) caps["webSocketUrl"] = true;
+  if (bidi) caps["webSocketUrl"] = true;
   caps.update(o.extra_capabilities);
   return Session::create(std::move(transport), caps, std::move(resources), clock);
+}
+
+// What a first run leaves in a profile that a copy must not carry: the running
+// browser's lock and port, its log, the preferences each launch writes anew, and the
+// saved session (a browser restoring it starts one more content process).
+bool left_out_of_copies(const std::string& name) {
+  return name == "lock" || name == ".parentlock" || name == "parent.lock" || name == "MarionetteActivePort" ||
+         name == "browser.log" || name == "user.js" || name == "sessionstore.jsonlz4" ||
+         name == "sessionstore-backups" || name == "sessionCheckpoints.json";
+}
+
+// A profile Firefox has run on once: its databases made, its add-ons registered, its
+// start-up cache written. Each browser then copies it instead of doing that work on its
+// own first run. Made once per process and binary on first use (later launches wait for
+// it), removed when the process exits. Empty when it cannot be made.
+class ProfileTemplates {
+ public:
+  ~ProfileTemplates() {
+    for (auto& [binary, t] : templates_)
+      if (t) t->shutdown();
+  }
+  std::string path_for(const LaunchOptions& o) {
+    std::string binary = firefox_binary(o);
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto it = templates_.find(binary);
+    if (it != templates_.end()) return it->second ? it->second->path() : "";
+    std::unique_ptr<TempDir> made;
+    try {
+      made = prepare(o);
+    } catch (const std::exception&) {
+      made.reset();  // the launch goes on with an empty profile
+    }
+    std::string path = made ? made->path() : "";
+    templates_[binary] = std::move(made);
+    return path;
+  }
+
+ private:
+  static std::unique_ptr<TempDir> prepare(const LaunchOptions& o) {
+    auto dir = std::make_unique<TempDir>("vorna-profile-template-");
+    LaunchOptions plain;
+    plain.binary = o.binary;
+    plain.headless = true;
+    plain.startup_timeout = o.startup_timeout;
+    plain.command_timeout = std::chrono::seconds(60);
+    {
+      std::ofstream prefs(dir->path() + "/user.js");
+      prefs << firefox_prefs(plain);
+    }
+    auto session = start_firefox(plain, dir->path(), /*bidi=*/false, {}, nullptr);
+    session->quit();  // asks the browser to quit, then waits for its process
+    std::error_code ec;
+    for (const auto& name : {"lock", ".parentlock", "MarionetteActivePort", "browser.log", "user.js"})
+      fs::remove(fs::path(dir->path()) / name, ec);
+    return dir;
+  }
+  std::mutex mutex_;
+  std::map<std::string, std::unique_ptr<TempDir>> templates_;
+};
+
+ProfileTemplates& profile_templates() {
+  static ProfileTemplates templates;
+  return templates;
+}
+
+// Copies the prepared profile into `to` (an empty folder); false, leaving `to` as it
+// was found empty, when there is none or the copy fails.
+bool copy_prepared_profile(const LaunchOptions& o, const std::string& to) {
+  std::string from = profile_templates().path_for(o);
+  if (from.empty()) return false;
+  std::error_code ec;
+  for (const auto& entry : fs::directory_iterator(from, ec)) {
+    if (left_out_of_copies(entry.path().filename().string())) continue;
+    fs::copy(entry.path(), fs::path(to) / entry.path().filename(),
+             fs::copy_options::recursive | fs::copy_options::copy_symlinks, ec);
+    if (ec) break;
+  }
+  if (!ec) return true;
+  for (const auto& entry : fs::directory_iterator(to, ec)) fs::remove_all(entry.path(), ec);
+  return false;
+}
+
+std::shared_ptr<Session> launch_firefox_marionette(const LaunchOptions& o, Clock* clock) {
+  auto profile = std::make_unique<TempDir>("vorna-firefox-");
+  if (o.prepared_profile) copy_prepared_profile(o, profile->path());
+  {
+    std::ofstream prefs(profile->path() + "/user.js");
+    prefs << firefox_prefs(o);
+  }
+  std::string path = profile->path();
+  std::vector<std::unique_ptr<OwnedResource>> resources;
+  resources.push_back(std::move(profile));  // shut down last: after the browser is gone
+  return start_firefox(o, path, o.bidi, std::move(resources), clock);
 }
 
 int free_loopback_port() {
@@ -248,26 +358,55 @@ Json http_capabilities(const LaunchOptions& o, const std::string& user_data_dir)
     // nothing there, so a remote session names a binary only when told one.
     std::string binary = o.driver == "remote" ? o.binary : find_executable({o.binary.empty() ? "chromium" : o.binary});
     if (!binary.empty()) chrome["binary"] = binary;
-    if (!o.download_dir.empty())
-      chrome["prefs"] = {{"download.default_directory", o.download_dir},
-                         {"download.prompt_for_download", false},
+    if (!o.download_dir.empty()) {
+      chrome["prefs"] = {{"download.prompt_for_download", false},
                          {"download.directory_upgrade", true},
                          // A second download from a page is otherwise held for a prompt.
                          {"profile.default_content_setting_values.automatic_downloads", 1},
                          {"safebrowsing.enabled", false}};
+      // A node with managed downloads names its own folder; a folder of ours means
+      // nothing on another machine.
+      if (o.driver != "remote") chrome["prefs"]["download.default_directory"] = o.download_dir;
+    }
     caps["browserName"] = "chrome";
     caps["goog:chromeOptions"] = chrome;
   } else {
     Json args = Json::array();
     if (o.headless) args.push_back("-headless");
     Json moz = {{"args", args}, {"prefs", {{"browser.download.folderList", 2}}}};
-    if (!o.download_dir.empty()) moz["prefs"]["browser.download.dir"] = o.download_dir;
+    if (!o.download_dir.empty() && o.driver != "remote") moz["prefs"]["browser.download.dir"] = o.download_dir;
+    if (o.prefs.is_object())
+      for (const auto& [name, value] : o.prefs.items()) moz["prefs"][name] = value;
     if (!o.binary.empty()) moz["binary"] = o.binary;
     caps["browserName"] = "firefox";
     caps["moz:firefoxOptions"] = moz;
   }
   caps.update(o.extra_capabilities);
   return caps;
+}
+
+// True when the Grid's status shows a node whose slots for this browser keep downloads
+// for fetching (managed downloads). Asking for them where no node offers them would
+// hold the session in the Grid's queue until it gives up, so they are asked for only
+// when offered; a remote end with no such status (a plain driver) offers none.
+bool grid_offers_downloads(Transport& transport, const Json& browser_name) {
+  Json status;
+  try {
+    status = transport.execute("Grid:Status", Json::object());
+  } catch (const WebDriverException&) {
+    return false;
+  }
+  if (!status.is_object() || !status.contains("nodes") || !status["nodes"].is_array()) return false;
+  for (const auto& node : status["nodes"]) {
+    if (!node.is_object() || !node.contains("slots") || !node["slots"].is_array()) continue;
+    for (const auto& slot : node["slots"]) {
+      if (!slot.is_object() || !slot.contains("stereotype")) continue;
+      const Json& s = slot["stereotype"];
+      if (s.is_object() && s.value("browserName", Json()) == browser_name && s.value("se:downloadsEnabled", Json()) == true)
+        return true;
+    }
+  }
+  return false;
 }
 
 std::shared_ptr<Session> launch_driver(const LaunchOptions& o, Clock* clock) {
@@ -307,6 +446,9 @@ std::shared_ptr<Session> launch_driver(const LaunchOptions& o, Clock* clock) {
   auto* dir = static_cast<TempDir*>(resources.front().get());
   Json caps = http_capabilities(o, o.driver == "remote" ? "" : dir->path() + "/profile");
   auto transport = std::make_unique<HttpTransport>(url, std::chrono::duration_cast<milliseconds>(o.command_timeout));
+  if (o.driver == "remote" && !o.extra_capabilities.contains("se:downloadsEnabled") &&
+      grid_offers_downloads(*transport, caps["browserName"]))
+    caps["se:downloadsEnabled"] = true;
   auto session = Session::create(std::move(transport), caps, std::move(resources), clock);
   // Files typed into file inputs live here, the browser does not.
   if (o.driver == "remote") session->set_upload_files(true);

@@ -28,6 +28,13 @@ struct LaunchOptions {
   // started with its BiDi server on a loopback port the system picks, and every session
   // asks for webSocketUrl. Where none can be had the session goes on without it.
   bool bidi = true;
+  // Firefox: start from a copy of a profile this process prepared once (Firefox started
+  // on it and quit), rather than from an empty one that each browser fills in on its
+  // first run. Falls back to an empty profile when none can be prepared.
+  bool prepared_profile = true;
+  // Firefox preferences added to (or overriding) the launcher's own: name to value (a
+  // boolean, a number or a text).
+  Json prefs = Json::object();
 };
 
 // InvalidArgumentException for an unknown browser/driver pairing;

@@ -1,43 +1,85 @@
-"""The module on a Selenium Grid: a standalone server started here (tests/python/grid.py)
-runs headless Chromium for the wrapper's session; a login, readers, a firmware upload
-through the Grid's upload endpoint, and downloads refused with the reason."""
+"""The module on a Selenium Grid: a hub with two nodes started here (tests/python/grid.py),
+each with four headless Chromium slots and managed downloads. Eight wrappers from this one
+process log in at once and spread over both nodes; each node takes a firmware upload
+through the Grid's upload endpoint and hands back the diagnostics downloads into the
+wrapper's download_dir here."""
 import hashlib
 import os
+import tarfile
+import threading
 
 import pytest
 
-from marlet.exception.webdriverexception import RemoteFileException
 from marlet.utils.time import set_time_scale
 from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
 from tests.python.console import eventually, patch
 from tests.python.grid import GridError, start_grid
-from tests.python.pace import TIME_SCALE
+from tests.python.pace import TIME_SCALE, roomy_scale
+
+WRAPPERS = 8
 
 
 @pytest.fixture(scope="module")
 def grid():
     try:
-        g = start_grid()
+        g = start_grid(nodes=2, max_sessions=WRAPPERS // 2)
     except GridError as e:
         pytest.fail("no Selenium Grid for the Grid tests: %s" % e)
     yield g
     g.stop()
 
 
+def at_once(work, items):
+    """Runs work(item) for every item, each in a thread of its own; raises the first failure."""
+    errors = []
+
+    def body(item):
+        try:
+            work(item)
+        except BaseException as e:  # re-raised below, in the test's thread
+            errors.append(e)
+
+    threads = [threading.Thread(target=body, args=(item,)) for item in items]
+    for t in threads:
+        t.start()
+    for t in threads:
+        t.join()
+    if errors:
+        raise errors[0]
+
+
 @pytest.fixture(scope="module")
-def console(grid, simulator, tmp_path_factory):
-    set_time_scale(TIME_SCALE)
+def fleet(grid, simulator, tmp_path_factory):
+    """Eight wrappers logged in through the Grid, each with a download folder of its own."""
     simulator.load({"name": "default"})
-    w = VornaWebWrapper({"browser": {"name": "chromium", "driver": "remote", "remote_url": grid.url,
-                                     "screenshot_dir": str(tmp_path_factory.mktemp("pictures"))}})
+    wrappers = [VornaWebWrapper({"browser": {
+        "name": "chromium", "driver": "remote", "remote_url": grid.url,
+        "download_dir": str(tmp_path_factory.mktemp("downloads-%d" % i)),
+        "screenshot_dir": str(tmp_path_factory.mktemp("pictures-%d" % i))}}) for i in range(WRAPPERS)]
+    # Eight browsers starting at once on a small machine: the login's page may come late.
+    set_time_scale(roomy_scale(30))
     try:
-        assert w.web_login({"bmc": simulator.controller()}) is True
+        at_once(lambda w: w.web_login({"bmc": simulator.controller()}), wrappers)
     except BaseException:
-        w.web_close()
+        at_once(lambda w: w.web_close(), wrappers)
         raise
-    yield w, simulator
+    set_time_scale(TIME_SCALE)
+    yield wrappers, simulator
     simulator.fault({"clear": True})
-    w.web_close()
+    at_once(lambda w: w.web_close(), wrappers)
+
+
+def node_of(grid):
+    """wrapper -> the URI of the node its session runs on."""
+    by_address = {s["capabilities"]["goog:chromeOptions"]["debuggerAddress"]: s["uri"] for s in grid.sessions()}
+    return lambda w: by_address[w.browser.capabilities["goog:chromeOptions"]["debuggerAddress"]]
+
+
+def one_per_node(wrappers, grid):
+    where, chosen = node_of(grid), {}
+    for w in wrappers:
+        chosen.setdefault(where(w), w)
+    return chosen
 
 
 def uploads(sim):
@@ -53,44 +95,59 @@ def sha256_of(path):
         return hashlib.sha256(f.read()).hexdigest()
 
 
-def test_the_session_runs_on_the_node_and_reads_the_console(console, grid):
-    w, sim = console
+def test_eight_wrappers_spread_over_both_nodes_and_read_the_console(fleet, grid):
+    wrappers, sim = fleet
     sessions = grid.sessions()
-    assert len(sessions) == 1
-    assert sessions[0]["capabilities"]["browserName"] == "chrome"
-    assert sessions[0]["capabilities"]["acceptInsecureCerts"] is True
+    assert len(sessions) == WRAPPERS
+    per_node = {}
+    for s in sessions:
+        per_node[s["uri"]] = per_node.get(s["uri"], 0) + 1
+        assert s["capabilities"]["browserName"] == "chrome"
+        assert s["capabilities"]["se:downloadsEnabled"] is True
+    assert sorted(per_node.values()) == [WRAPPERS // 2, WRAPPERS // 2]
     patch(sim, {"identity": {"serial": "VRN-GRID-0007"}})
-    assert w.get_product_sn() == "VRN-GRID-0007"
-    assert w.web_get_power_status() == "PowerOn"
+    serials = {}
+    at_once(lambda w: serials.__setitem__(id(w), w.get_product_sn()), wrappers)
+    assert sorted(serials.values()) == ["VRN-GRID-0007"] * WRAPPERS
+    assert wrappers[-1].web_get_power_status() == "PowerOn"
 
 
-def test_a_firmware_file_reaches_the_console_through_the_upload_endpoint(console, grid, tmp_path):
-    w, sim = console
-    data = os.urandom(200 * 1024) + b"VORNA-FW-GRID"
-    path = tmp_path / "vorna_bmc_grid.bin"
-    path.write_bytes(data)
-    digest = hashlib.sha256(data).hexdigest()
+def test_a_firmware_file_reaches_the_console_through_each_node(fleet, grid, tmp_path):
+    wrappers, sim = fleet
+    chosen = one_per_node(wrappers, grid)
+    assert len(chosen) == 2
     patch(sim, {"firmware": {"upgrade_seconds": 1, "result": "The upgrade is complete."}})
-    before = len(uploads(sim))
-    assert files_named(grid.tmp, path.name) == []
-    assert w.update_fw(str(path)) is True
-    received = uploads(sim)
-    assert len(received) == before + 1
-    assert (received[-1]["name"], received[-1]["size"], received[-1]["sha256"]) == (path.name, len(data), digest)
-    # The browser read the node's copy, which the Grid unpacked from our upload.
-    copies = files_named(grid.tmp, path.name)
-    assert len(copies) == 1 and sha256_of(copies[0]) == digest
-    assert eventually(lambda: uploads(sim)[-1]["finished"], bool) is True
-    w.browser.switch_to_default_content()
+    for n, (node, w) in enumerate(sorted(chosen.items())):
+        data = os.urandom(200 * 1024) + b"VORNA-FW-GRID-%d" % n
+        path = tmp_path / ("vorna_bmc_grid_%d.bin" % n)
+        path.write_bytes(data)
+        digest = hashlib.sha256(data).hexdigest()
+        before = len(uploads(sim))
+        assert w.update_fw(str(path)) is True, node
+        received = uploads(sim)
+        assert len(received) == before + 1
+        assert (received[-1]["name"], received[-1]["size"], received[-1]["sha256"]) == (path.name, len(data), digest)
+        # The browser read the node's copy, which that node unpacked from our upload.
+        copies = files_named(grid.tmp, path.name)
+        assert len(copies) == 1 and sha256_of(copies[0]) == digest
+        assert eventually(lambda: uploads(sim)[-1]["finished"], bool) is True
+        w.browser.switch_to_default_content()
 
 
-def test_downloads_are_refused_naming_the_node(console, grid):
-    w, sim = console
-    collections = sim.state()["machine"]["diagnostics"].get("collections", 0)
-    with pytest.raises(RemoteFileException, match="Selenium Grid node \\(%s\\)" % grid.url.replace(".", "\\.")):
-        w.set_info_collection()
-    with pytest.raises(RemoteFileException, match="operate_log.csv"):
-        w.web_export_bmc_log()
-    assert sim.state()["machine"]["diagnostics"].get("collections", 0) == collections
-    # The session is still good after the refusals.
-    assert w.web_get_power_status() == "PowerOn"
+def test_downloads_come_back_from_each_node_into_the_wrappers_download_dir(fleet, grid):
+    wrappers, sim = fleet
+    for node, w in sorted(one_per_node(wrappers, grid).items()):
+        collections = sim.state()["machine"]["diagnostics"].get("collections", 0)
+        path = w.set_info_collection()
+        assert path == os.path.join(w.download_dir, "dump_info.tar.gz")
+        assert sim.state()["machine"]["diagnostics"].get("collections", 0) == collections + 1
+        with tarfile.open(path, "r:gz") as tar:
+            assert "dump_info/machine.json" in tar.getnames(), node
+        assert w.web_export_bmc_log() == "operate_log"
+        with open(os.path.join(w.download_dir, "operate_log.csv"), encoding="utf-8") as f:
+            assert "Log in successfully" in f.read()
+    # A second collection on the same browser (the node names its file "dump_info (1)...")
+    # replaces the file here.
+    os.remove(path)
+    assert w.set_info_collection() == path
+    assert sorted(n for n in os.listdir(w.download_dir) if n.startswith("dump_info")) == ["dump_info.tar.gz"]

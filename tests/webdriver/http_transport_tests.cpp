@@ -253,7 +253,10 @@ TEST(GridSessionTests, ARemoteSessionAsksForChromeAndUploadsFileInputs) {
   namespace fs = std::filesystem;
   fs::path file = fs::temp_directory_path() / ("vorna-grid-upload-" + std::to_string(::getpid()) + ".bin");
   std::ofstream(file, std::ios::binary) << std::string("\x00\x01firmware", 10);
-  ScriptedHttpServer server({{200, R"({"value":{"sessionId":"g1","capabilities":{"browserName":"chrome"}}})"},
+  // The Grid's status first: a node keeps Chrome's downloads for fetching.
+  ScriptedHttpServer server({{200, R"({"value":{"ready":true,"nodes":[{"slots":[{"stereotype":
+                                 {"browserName":"chrome","se:downloadsEnabled":true}}]}]}})"},
+                             {200, R"({"value":{"sessionId":"g1","capabilities":{"browserName":"chrome"}}})"},
                              {200, R"({"value":{"element-6066-11e4-a52e-4f735466cecf":"e1"}})"},
                              {200, R"({"value":"input"})"},
                              {200, R"({"value":"file"})"},
@@ -269,8 +272,11 @@ TEST(GridSessionTests, ARemoteSessionAsksForChromeAndUploadsFileInputs) {
   session->find_element_by_id("file_upload").send_keys(file.string());
   session->quit();
   auto seen = server.seen();
-  ASSERT_EQ(seen.size(), 7u);
+  ASSERT_EQ(seen.size(), 8u);
+  EXPECT_EQ(seen[0].method + " " + seen[0].path, "GET /wd/hub/status");
+  seen.erase(seen.begin());
   Json caps = Json::parse(seen[0].body)["capabilities"]["alwaysMatch"];
+  EXPECT_EQ(caps["se:downloadsEnabled"], true) << "offered by a node, so asked for";
   EXPECT_EQ(caps["browserName"], "chrome") << "what a Grid matches on the node's stereotype";
   EXPECT_EQ(caps["acceptInsecureCerts"], true) << "the console's certificate is self-signed";
   EXPECT_FALSE(caps["goog:chromeOptions"].contains("binary")) << "a path of this machine means nothing on a node";
@@ -285,11 +291,15 @@ TEST(GridSessionTests, ARemoteSessionAsksForChromeAndUploadsFileInputs) {
   EXPECT_EQ(seen[6].method, "DELETE");
   fs::remove(file);
 
-  // A binary named in the browser map is the user's word for the node: it is sent.
-  ScriptedHttpServer again({{200, R"({"value":{"sessionId":"g2","capabilities":{}}})"}, {200, R"({"value":null})"}});
+  // A binary named in the browser map is the user's word for the node: it is sent. A
+  // Grid whose nodes keep only Firefox's downloads is not asked for Chrome's.
+  ScriptedHttpServer again({{200, R"({"value":{"ready":true,"nodes":[{"slots":[{"stereotype":
+                                {"browserName":"firefox","se:downloadsEnabled":true}}]}]}})"},
+                            {200, R"({"value":{"sessionId":"g2","capabilities":{}}})"}, {200, R"({"value":null})"}});
   o.remote_url = again.url();
   o.binary = "/opt/chromium/chrome";
   launch(o)->quit();
-  EXPECT_EQ(Json::parse(again.seen()[0].body)["capabilities"]["alwaysMatch"]["goog:chromeOptions"]["binary"],
-            "/opt/chromium/chrome");
+  Json asked = Json::parse(again.seen()[1].body)["capabilities"]["alwaysMatch"];
+  EXPECT_EQ(asked["goog:chromeOptions"]["binary"], "/opt/chromium/chrome");
+  EXPECT_FALSE(asked.contains("se:downloadsEnabled"));
 }

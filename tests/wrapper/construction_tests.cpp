@@ -19,9 +19,20 @@ TEST(ConstructionTests, RefusesParamsThatAreNoMapAndBrowserChoicesThatCannotWork
   for (const char* bad : {R"({"name": "opera"})", R"({"driver": "selenium"})",
                           R"({"name": "chromium"})",  // chromium is not driven through marionette
                           R"({"name": "firefox", "driver": "chromedriver"})", R"({"driver": "remote"})",
-                          R"({"headless": "yes"})"})
+                          R"({"headless": "yes"})", R"({"prepared_profile": 1})", R"({"prefs": {"a.b": 1.5}})",
+                          R"({"prefs": {"a.b": null}})"})
     EXPECT_THROW(vorna::VornaWebWrapper(Json{{"browser", Json::parse(bad)}}), marlet::ValueError) << bad;
   vorna::VornaWebWrapper ok(Json{{"browser", {{"name", "chromium"}, {"driver", "chromedriver"}, {"headless", false}}}});
   EXPECT_EQ(ok.config().launch.driver, "chromedriver");
   EXPECT_FALSE(ok.config().launch.headless);
+  EXPECT_THROW(vorna::VornaWebWrapper(Json{{"browser", {{"prefs", "a.b"}}}}), marlet::TypeError);
+  vorna::VornaWebWrapper tuned(Json{{"browser", {{"prepared_profile", false}, {"prefs", {{"dom.ipc.processCount", 2}}}}}});
+  EXPECT_FALSE(tuned.config().launch.prepared_profile);
+  EXPECT_EQ(tuned.config().launch.prefs, (Json{{"dom.ipc.processCount", 2}}));
+  webdriver::LaunchOptions with_prefs = tuned.config().launch;
+  with_prefs.download_dir = "/tmp/d";
+  std::string user_js = webdriver::firefox_prefs(with_prefs);
+  EXPECT_EQ(user_js.substr(user_js.rfind("user_pref(\"browser.download.dir\"")),
+            "user_pref(\"browser.download.dir\", \"/tmp/d\");\nuser_pref(\"dom.ipc.processCount\", 2);\n")
+      << "the harness's own come last, so they win";
 }

@@ -70,7 +70,7 @@ Json FakeBrowser::execute(std::string_view command, const Json& params) {
   std::string cmd(command);
   if (cmd == "WebDriver:NewSession") {
     ++sessions_started;
-    return Json{{"sessionId", "fake-session"}, {"capabilities", {{"browserName", "fake"}}}};
+    return Json{{"sessionId", "fake-session"}, {"capabilities", capabilities}};
   }
   if (cmd == "WebDriver:DeleteSession" || cmd == "Marionette:Quit") {
     if (cmd == "WebDriver:DeleteSession") ++sessions_ended;
@@ -192,6 +192,10 @@ Json FakeBrowser::execute(std::string_view command, const Json& params) {
     if (on_script) on_script(script);
     if (answer_script) return answer_script(script, args);
     return nullptr;
+  }
+  if (grid && cmd.rfind("Grid:", 0) == 0) {
+    events.push_back(cmd + (params.contains("name") ? " " + params["name"].get<std::string>() : ""));
+    return grid(cmd, params);
   }
   throw webdriver::WebDriverException("the fake browser does not know " + cmd);
 }

@@ -61,6 +61,10 @@ class FakeBrowser {
   std::function<std::string()> document_state;
   // Every command received after the session started, in order.
   int commands = 0;
+  // What the new session's reply grants (a Grid node's se:downloadsEnabled, say).
+  Json capabilities = {{"browserName", "fake"}};
+  // Answers the Grid's own commands ("Grid:ListDownloads", ...), recorded in `events`.
+  std::function<Json(const std::string&, const Json&)> grid;
 
  private:
   std::vector<FakeElement*> lookup(const std::string& key);

@@ -7,6 +7,8 @@
 #include "marlet/wrapper/gui/web/vorna/vornav1/console_idioms.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/firmware/firmware.h"
 #include "tests/wrapper/wrapper_fixture.h"
+#include "webdriver/detail/file_upload.h"
+#include "webdriver/detail/zip.h"
 #include "webdriver/errors.h"
 
 using marlet::Json;
@@ -272,24 +274,39 @@ TEST_F(DiagnosticsTests, ExportClicksTheDownloadBetweenTwoPageSettles) {
   EXPECT_EQ(fb->events.back(), "frame id:rightMid") << "the failure leaves the frame entered";
 }
 
-// A browser on a Grid node downloads onto that node: both operations refuse, naming the
-// node, before a click, and an older file here is left alone.
-TEST(RemoteDownloadTests, DownloadsRefuseBeforeTouchingTheConsole) {
-  auto fb = std::make_shared<fake::FakeBrowser>();
+// A browser on a Grid node saves onto that node. A node without managed downloads: both
+// operations refuse, naming the node and the option, before a click, and an older file
+// here is left alone. A node with them: the new finished file is fetched into
+// download_dir once the operation's clicks are done.
+class RemoteDownloadTests : public ::testing::Test {
+ protected:
+  std::shared_ptr<fake::FakeBrowser> fb = std::make_shared<fake::FakeBrowser>();
   marlet::FakeClock clock;
-  auto log = std::make_shared<marlet::RecordingLogger>();
-  Json params = {{"browser", {{"name", "chromium"}, {"driver", "remote"}, {"remote_url", "http://127.0.0.1:4444"}}}};
-  vorna::VornaWebWrapper w{params, log, &clock, std::make_shared<fake::FakeFactory>(fb)};
+  std::shared_ptr<marlet::RecordingLogger> log = std::make_shared<marlet::RecordingLogger>();
+  vorna::VornaWebWrapper w{
+      Json{{"browser", {{"name", "chromium"}, {"driver", "remote"}, {"remote_url", "http://127.0.0.1:4444"}}}}, log,
+      &clock, std::make_shared<fake::FakeFactory>(fb)};
   Scratch s;
-  w.download_dir = s.dir.string();
+  void open(bool managed) {
+    if (managed) fb->capabilities["se:downloadsEnabled"] = true;
+    w.download_dir = s.dir.string();
+    w.openFirefox();
+    for (auto id : {"id:menu_INFO", "id:lnkOneBtnCollect", "id:menu_SYSTEM_MANAGE", "id:download_ope"}) fb->add(id);
+    fb->events.clear();
+  }
+};
+
+TEST_F(RemoteDownloadTests, ANodeWithoutManagedDownloadsIsRefusedBeforeTouchingTheConsole) {
+  open(false);
   std::string old = s.file("dump_info.tar.gz", "old");
   try {
     set_info_collection(w, 600);
     ADD_FAILURE() << "a collection on a remote browser must fail";
   } catch (const webdriver::RemoteFileException& e) {
     EXPECT_EQ(std::string(e.what()),
-              "set_info_collection: the browser runs on a Selenium Grid node (http://127.0.0.1:4444) and would save "
-              "dump_info.tar.gz there, not on this machine; run downloads with a local browser");
+              "set_info_collection: the browser runs on a Selenium Grid node (http://127.0.0.1:4444) that does not "
+              "offer managed downloads, so dump_info.tar.gz would stay there; start the node with "
+              "--enable-managed-downloads true, or run downloads with a local browser");
   }
   EXPECT_TRUE(fs::exists(old)) << "nothing is removed for a download that cannot happen";
   try {
@@ -303,6 +320,44 @@ TEST(RemoteDownloadTests, DownloadsRefuseBeforeTouchingTheConsole) {
   EXPECT_TRUE(log->texts().empty());
   // The failure is a MarletException like every browser-level one.
   EXPECT_THROW(web_export_bmc_log(w), marlet::MarletException);
+}
+
+TEST_F(RemoteDownloadTests, TheNewFinishedFileIsFetchedIntoTheDownloadFolder) {
+  open(true);
+  // The node's folder: an earlier export, then the collection under way, then finished.
+  std::vector<std::vector<std::string>> listings = {
+      {"operate_log.csv"}, {"operate_log.csv", "dump_info.tar.gz.crdownload"}, {"operate_log.csv", "dump_info.tar.gz"}};
+  size_t listed = 0;
+  fb->grid = [&](const std::string& cmd, const Json& params) -> Json {
+    if (cmd == "Grid:ListDownloads") {
+      auto names = listings[std::min(listed++, listings.size() - 1)];
+      return Json{{"names", names}};
+    }
+    std::string name = params["name"];
+    return Json{{"filename", name}, {"contents", webdriver::base64_encode(webdriver::stored_zip(name, "tar of " + name))}};
+  };
+  std::string path = w.set_info_collection(600);
+  EXPECT_EQ(path, (s.dir / "dump_info.tar.gz").string());
+  std::ifstream in(path, std::ios::binary);
+  EXPECT_EQ(std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>()),
+            "tar of dump_info.tar.gz");
+  EXPECT_EQ(fb->events, (std::vector<std::string>{"Grid:ListDownloads", "click id:menu_INFO", "frame id:rightMid",
+                                                  "click id:lnkOneBtnCollect", "default content", "Grid:ListDownloads",
+                                                  "Grid:ListDownloads", "Grid:FetchDownload dump_info.tar.gz"}));
+  EXPECT_EQ(clock.sleeps(), (std::vector<double>{10, 1})) << "one poll while the file was still partial";
+
+  // An export whose file never appears fails once the wait is over, naming the node.
+  listings = {{"operate_log.csv", "dump_info.tar.gz"}};
+  clock.clear();
+  try {
+    w.web_export_bmc_log();
+    ADD_FAILURE() << "an export whose file never arrives must fail";
+  } catch (const webdriver::RemoteFileException& e) {
+    EXPECT_EQ(std::string(e.what()),
+              "web_export_bmc_log: no new download appeared on the Selenium Grid node (http://127.0.0.1:4444) within "
+              "300.0 seconds");
+  }
+  EXPECT_EQ(clock.sleeps().size(), 2 + 300u) << "two page settles, then a poll each second";
 }
 
 }  // namespace

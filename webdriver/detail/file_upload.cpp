@@ -36,6 +36,37 @@ std::string base64_encode(std::string_view bytes) {
   return out;
 }
 
+std::string base64_decode(std::string_view text) {
+  std::string out;
+  out.reserve(text.size() / 4 * 3);
+  std::uint32_t bits = 0;
+  int count = 0;
+  for (char c : text) {
+    int v;
+    if (c >= 'A' && c <= 'Z') v = c - 'A';
+    else if (c >= 'a' && c <= 'z') v = c - 'a' + 26;
+    else if (c >= '0' && c <= '9') v = c - '0' + 52;
+    else if (c == '+') v = 62;
+    else if (c == '/') v = 63;
+    else if (c == '=' || c == '\n' || c == '\r' || c == ' ' || c == '\t') continue;
+    else throw ProtocolException("the remote end sent a file that is not base64", "protocol error");
+    bits = (bits << 6) | static_cast<std::uint32_t>(v);
+    if (++count == 4) {
+      out += static_cast<char>((bits >> 16) & 0xFF);
+      out += static_cast<char>((bits >> 8) & 0xFF);
+      out += static_cast<char>(bits & 0xFF);
+      bits = 0;
+      count = 0;
+    }
+  }
+  if (count == 2) out += static_cast<char>((bits >> 4) & 0xFF);
+  if (count == 3) {
+    out += static_cast<char>((bits >> 10) & 0xFF);
+    out += static_cast<char>((bits >> 2) & 0xFF);
+  }
+  return out;
+}
+
 std::vector<std::string> local_files(const std::string& text) {
   std::vector<std::string> paths;
   size_t start = 0;
@@ -91,6 +122,28 @@ std::optional<std::string> upload_for_file_input(Element& element, const std::st
     remote += saved.get<std::string>();
   }
   return remote;
+}
+
+bool managed_downloads(const Session& session) {
+  const Json& caps = session.capabilities();
+  return caps.is_object() && caps.contains("se:downloadsEnabled") && caps["se:downloadsEnabled"] == true;
+}
+
+std::vector<std::string> remote_download_names(Session& session) {
+  Json listed = session.execute("Grid:ListDownloads");
+  std::vector<std::string> names;
+  if (!listed.is_object() || !listed.contains("names") || !listed["names"].is_array())
+    throw ProtocolException("the remote end listed its downloads as " + listed.dump().substr(0, 200), "protocol error");
+  for (const auto& name : listed["names"])
+    if (name.is_string()) names.push_back(name.get<std::string>());
+  return names;
+}
+
+std::string fetch_remote_download(Session& session, const std::string& name) {
+  Json got = session.execute("Grid:FetchDownload", Json{{"name", name}});
+  if (!got.is_object() || !got.contains("contents") || !got["contents"].is_string())
+    throw ProtocolException("the remote end sent no contents for " + name, "protocol error");
+  return first_zip_member(base64_decode(got["contents"].get<std::string>()));
 }
 
 }  // namespace webdriver

@@ -69,6 +69,11 @@ constexpr Command kCommands[] = {
     {"WebDriver:TakeScreenshot", "GET", "/session/$sessionId/screenshot"},
     // Selenium Grid's own: a base64 ZIP of one file in, the node's path of it out.
     {"Grid:UploadFile", "POST", "/session/$sessionId/se/file"},
+    // Managed downloads: the files the browser saved on the node, listed, and one fetched
+    // by name as a base64 ZIP. And the Grid's status, which shows what its nodes offer.
+    {"Grid:ListDownloads", "GET", "/session/$sessionId/se/files"},
+    {"Grid:FetchDownload", "POST", "/session/$sessionId/se/files"},
+    {"Grid:Status", "GET", "/status"},
 };
 
 // Percent-encodes a path segment (element ids are safe; attribute names need not be).

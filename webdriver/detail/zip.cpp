@@ -3,6 +3,8 @@
 #include <array>
 #include <limits>
 
+#include <zlib.h>
+
 #include "webdriver/errors.h"
 
 namespace webdriver {
@@ -107,6 +109,68 @@ std::string stored_zip(const std::string& name, std::string_view content) {
   put32(out, directory_at);
   put16(out, 0);  // no comment
   return out;
+}
+
+namespace {
+
+std::uint32_t get16(std::string_view s, size_t at) {
+  return static_cast<unsigned char>(s[at]) | (static_cast<unsigned char>(s[at + 1]) << 8);
+}
+
+std::uint32_t get32(std::string_view s, size_t at) { return get16(s, at) | (get16(s, at + 2) << 16); }
+
+[[noreturn]] void damaged(const std::string& why) {
+  throw ProtocolException("the remote end sent a damaged ZIP archive: " + why, "protocol error");
+}
+
+std::string inflate_raw(std::string_view data, std::uint32_t size) {
+  std::string out(size, '\0');
+  z_stream z{};
+  if (inflateInit2(&z, -MAX_WBITS) != Z_OK) damaged("cannot start inflating");
+  z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data.data()));
+  z.avail_in = static_cast<uInt>(data.size());
+  z.next_out = reinterpret_cast<Bytef*>(out.data());
+  z.avail_out = static_cast<uInt>(out.size());
+  int rc = inflate(&z, Z_FINISH);
+  size_t produced = z.total_out;
+  inflateEnd(&z);
+  if (rc != Z_STREAM_END || produced != size) damaged("the deflated data does not match its size");
+  return out;
+}
+
+}  // namespace
+
+std::string first_zip_member(std::string_view zip) {
+  // The end-of-directory record sits within the last 64 KiB + 22 bytes (its comment).
+  if (zip.size() < 22) damaged("too short");
+  size_t end = std::string::npos;
+  for (size_t at = zip.size() - 22 + 1; at-- > 0 && zip.size() - at <= 22 + 0xFFFF;)
+    if (get32(zip, at) == 0x06054b50) {
+      end = at;
+      break;
+    }
+  if (end == std::string::npos) damaged("no end of central directory");
+  if (get16(zip, end + 10) == 0) damaged("no member");
+  size_t entry = get32(zip, end + 16);
+  if (entry + 46 > zip.size() || get32(zip, entry) != 0x02014b50) damaged("no central directory entry");
+  std::uint32_t method = get16(zip, entry + 10), crc = get32(zip, entry + 16);
+  std::uint32_t packed = get32(zip, entry + 20), size = get32(zip, entry + 24);
+  size_t local = get32(zip, entry + 42);
+  if (local + 30 > zip.size() || get32(zip, local) != 0x04034b50) damaged("no local header");
+  size_t data = local + 30 + get16(zip, local + 26) + get16(zip, local + 28);
+  if (data > zip.size() || packed > zip.size() - data) damaged("the member runs past the end");
+  std::string_view raw = zip.substr(data, packed);
+  std::string content;
+  if (method == 0) {
+    if (packed != size) damaged("a stored member whose sizes differ");
+    content.assign(raw);
+  } else if (method == 8) {
+    content = inflate_raw(raw, size);
+  } else {
+    damaged("compression method " + std::to_string(method));
+  }
+  if (crc32(content) != crc) damaged("the checksum differs");
+  return content;
 }
 
 }  // namespace webdriver

@@ -16,6 +16,7 @@
 #include "marlet/exception/exceptions.h"
 #include "marlet/utils/pytext.h"
 #include "webdriver/bidi.h"
+#include "webdriver/detail/file_upload.h"
 #include "webdriver/errors.h"
 #include "webdriver/keys.h"
 #include "webdriver/support/expected_conditions.h"
@@ -294,6 +295,66 @@ void WebBase::trace_operation_end(const Json& result, const std::string& error_t
     finish_trace(t);
   }
   traced_operation_.reset();
+}
+
+WebBase::PendingDownload WebBase::expect_download(const std::string& operation, const std::string& file) {
+  PendingDownload pending;
+  pending.operation = operation;
+  pending.file = file;
+  if (config_.launch.driver != "remote") return pending;
+  pending.remote = true;
+  auto& s = session();
+  if (!webdriver::managed_downloads(s))
+    throw webdriver::RemoteFileException(
+        operation + ": the browser runs on a Selenium Grid node (" + config_.launch.remote_url +
+            ") that does not offer managed downloads, so " + file +
+            " would stay there; start the node with --enable-managed-downloads true, or run downloads with a "
+            "local browser",
+        "remote file");
+  pending.before = webdriver::remote_download_names(s);
+  return pending;
+}
+
+namespace {
+// What browsers name a download still under way.
+bool partial_download(const std::string& name) {
+  for (const char* suffix : {".crdownload", ".part", ".tmp"}) {
+    std::string_view end(suffix);
+    if (name.size() >= end.size() && name.compare(name.size() - end.size(), end.size(), end) == 0) return true;
+  }
+  return false;
+}
+}  // namespace
+
+std::string WebBase::fetch_download(const PendingDownload& pending, double wait) {
+  if (!pending.remote) return "";
+  auto& s = session();
+  auto deadline = clock_->now() + webdriver::Clock::Duration(wait);
+  while (true) {
+    std::vector<std::string> names = webdriver::remote_download_names(s);
+    std::string found;
+    for (const auto& name : names) {
+      if (partial_download(name) || std::find(pending.before.begin(), pending.before.end(), name) != pending.before.end())
+        continue;
+      if (found.empty() || name == pending.file) found = name;
+    }
+    if (!found.empty()) {
+      std::string content = webdriver::fetch_remote_download(s, found);
+      fs::path path = download_dir.empty() ? fs::path(pending.file) : fs::path(download_dir) / pending.file;
+      if (!download_dir.empty()) fs::create_directories(download_dir);
+      std::ofstream out(path, std::ios::binary | std::ios::trunc);
+      out.write(content.data(), static_cast<std::streamsize>(content.size()));
+      out.close();
+      if (!out) throw std::runtime_error("cannot write the downloaded file " + path.string());
+      return path.string();
+    }
+    if (clock_->now() >= deadline)
+      throw webdriver::RemoteFileException(
+          pending.operation + ": no new download appeared on the Selenium Grid node (" + config_.launch.remote_url +
+              ") within " + py::format("%s", wait) + " seconds",
+          "remote file");
+    clock_->sleep_seconds(1);
+  }
 }
 
 webdriver::Session& WebBase::session() const {

@@ -122,6 +122,25 @@ class WebBase {
   // waits so; an operation that clicks a browser element of its own calls it first.
   void await_loaded_document(const Element& element);
 
+  // Downloads. A local browser saves into download_dir by itself. A browser on a Grid
+  // node saves on the node: the file is fetched from there (the node's managed
+  // downloads) into download_dir, under the name `file`. expect_download() comes before
+  // the click that starts the download, fetch_download() after it; for a local browser
+  // neither does anything. expect_download raises RemoteFileException naming the node,
+  // before anything is touched, when the browser is remote and its node does not keep
+  // downloads for fetching.
+  struct PendingDownload {
+    std::string operation;
+    std::string file;
+    bool remote = false;
+    std::vector<std::string> before;  // the node's files before the download
+  };
+  PendingDownload expect_download(const std::string& operation, const std::string& file);
+  // Waits, at most `wait` seconds and polling every second, for a new finished file on
+  // the node, and writes it into download_dir; returns the path written ("" for a local
+  // browser). RemoteFileException when none appears in time.
+  std::string fetch_download(const PendingDownload& pending, double wait = 300);
+
   // Brings the element into view, scrolling `times` page steps after it.
   void scrollScreen(const std::string& kind, const std::string& locator, int times = 2);
 

@@ -47,6 +47,21 @@ marlet::BrowserConfig browser_config(const Json& params) {
     if (!b["bidi"].is_boolean()) throw ValueError("browser['bidi'] must be True or False");
     launch.bidi = b["bidi"].get<bool>();
   }
+  if (b.contains("prepared_profile") && !b["prepared_profile"].is_null()) {
+    if (!b["prepared_profile"].is_boolean()) throw ValueError("browser['prepared_profile'] must be True or False");
+    launch.prepared_profile = b["prepared_profile"].get<bool>();
+  }
+  // Firefox preferences of the harness's own, over the launcher's: each a bool, an
+  // integer or a text, as Firefox keeps them.
+  if (b.contains("prefs") && !b["prefs"].is_null()) {
+    const Json& prefs = b["prefs"];
+    if (!prefs.is_object()) throw TypeError(std::string("browser['prefs'] must be a map, not ") + py::type_name(prefs));
+    for (const auto& [name, value] : prefs.items())
+      if (!value.is_boolean() && !value.is_number_integer() && !value.is_string())
+        throw ValueError("browser['prefs'][" + py::repr_text(name) + "] must be a bool, an integer or a text, not " +
+                         py::repr(value));
+    launch.prefs = prefs;
+  }
   // How long a navigation may wait for its page (the browser's own default, 300 s, when
   // absent): a console that holds the request open fails the login after this long.
   if (b.contains("page_load_timeout") && !b["page_load_timeout"].is_null()) {

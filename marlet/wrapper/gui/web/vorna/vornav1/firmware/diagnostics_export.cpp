@@ -1,7 +1,8 @@
 // Data the console hands out through the browser's download: the one-button collection
 // of diagnostic information and the operation log. The browser saves into download_dir;
-// neither operation opens the file. A browser on a Selenium Grid node saves on that node,
-// so there both refuse before touching the console.
+// neither operation opens the file. A browser on a Selenium Grid node saves on that node;
+// the element layer fetches the file from there into download_dir (or refuses, before
+// anything is touched, when the node does not keep downloads for fetching).
 #include <cmath>
 #include <filesystem>
 
@@ -17,17 +18,7 @@ namespace fs = std::filesystem;
 
 namespace {
 constexpr const char* kCollectionFile = "dump_info.tar.gz";
-
-// The file would land on the Grid node and never appear here; the path an operation
-// returns would name nothing.
-void refuse_remote_download(const marlet::BrowserConfig& config, const std::string& operation,
-                            const std::string& file) {
-  if (config.launch.driver != "remote") return;
-  throw webdriver::RemoteFileException(
-      operation + ": the browser runs on a Selenium Grid node (" + config.launch.remote_url +
-          ") and would save " + file + " there, not on this machine; run downloads with a local browser",
-      "remote file");
-}
+constexpr const char* kOperationLogFile = "operate_log.csv";
 }  // namespace
 
 std::string set_info_collection(VornaWebWrapper& w, double timeout) {
@@ -37,7 +28,7 @@ std::string set_info_collection(VornaWebWrapper& w, double timeout) {
   if (!std::isfinite(timeout) || std::fabs(timeout) > webdriver::kLongestWaitSeconds)
     throw marlet::ValueError(py::format("timeout must be a finite number of seconds up to %s, not %s",
                                         webdriver::kLongestWaitSeconds, timeout));
-  refuse_remote_download(w.config(), "set_info_collection", kCollectionFile);
+  auto download = w.expect_download("set_info_collection", kCollectionFile);
   w.logger().info("[setInfoCollection]");
   // os.path.join: an empty folder leaves the bare name.
   std::string path = w.download_dir.empty() ? kCollectionFile : (fs::path(w.download_dir) / kCollectionFile).string();
@@ -51,11 +42,12 @@ std::string set_info_collection(VornaWebWrapper& w, double timeout) {
   leave_content_frame(w);
   // The progress element lives in the top document; 30-second grain.
   w.waitElement("id", "diaginfoProgress", timeout, 30, /*visibility=*/false);
+  w.fetch_download(download);
   return path;
 }
 
 std::string web_export_bmc_log(VornaWebWrapper& w) {
-  refuse_remote_download(w.config(), "web_export_bmc_log", "the operation log (operate_log.csv)");
+  auto download = w.expect_download("web_export_bmc_log", kOperationLogFile);
   w.logger().info("[exportBmcLog] export bmc log.");
   follow_menu(w, pages::kSystemManage);
   w.page_settle();
@@ -63,6 +55,7 @@ std::string web_export_bmc_log(VornaWebWrapper& w) {
   w.locateElementById("download_ope");
   w.page_settle();
   leave_content_frame(w);
+  w.fetch_download(download);
   return "operate_log";
 }
 
