@@ -76,3 +76,57 @@ def table(header, rows):
     widths = [max(len(r[i]) for r in cells) for i in range(len(header))]
     for r in cells:
         print("  ".join(c.ljust(w) for c, w in zip(r, widths)).rstrip())
+
+
+PAGE_KIB = os.sysconf("SC_PAGE_SIZE") // 1024
+
+# The preferences the launcher has set since this benchmark's first figures, at the
+# values Firefox takes without them: the "earlier" setting puts them back.
+EARLIER_PREFS = {
+    "extensions.webextensions.remote": True,
+    "browser.translations.enable": True,
+    "signon.rememberSignons": True,
+    "extensions.formautofill.addresses.enabled": True,
+    "extensions.formautofill.creditCards.enabled": True,
+    "browser.sessionstore.interval": 15000,
+    "browser.pagethumbnails.capturing_disabled": False,
+    "security.remote_settings.crlite_filters.enabled": True,
+    "security.remote_settings.intermediates.enabled": True,
+}
+
+
+class Quiet(object):
+    def info(self, line):
+        pass
+    warn = error = info
+
+
+def process_tree_rss_kib(roots):
+    """Resident memory in KiB of each root's process tree (the process and all its
+    descendants), from one pass over /proc."""
+    parent, rss = {}, {}
+    for entry in os.listdir("/proc"):
+        if not entry.isdigit():
+            continue
+        try:
+            with open("/proc/%s/stat" % entry) as f:
+                stat = f.read()
+            with open("/proc/%s/statm" % entry) as f:
+                pages = int(f.read().split()[1])
+        except (OSError, ValueError, IndexError):
+            continue  # gone meanwhile
+        pid = int(entry)
+        parent[pid] = int(stat[stat.rindex(")") + 2:].split()[1])
+        rss[pid] = pages * PAGE_KIB
+    children = {}
+    for pid, ppid in parent.items():
+        children.setdefault(ppid, []).append(pid)
+    totals = []
+    for root in roots:
+        total, todo = 0, [root]
+        while todo:
+            pid = todo.pop()
+            total += rss.get(pid, 0)
+            todo.extend(children.get(pid, ()))
+        totals.append(total)
+    return totals

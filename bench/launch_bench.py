@@ -28,24 +28,10 @@ import threading
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from bench_support import SimulatorProcess, table  # noqa: E402
-from threads_bench import Quiet, process_tree_rss_kib  # noqa: E402
+from bench_support import EARLIER_PREFS, Quiet, SimulatorProcess, process_tree_rss_kib, table  # noqa: E402
 
 CLOCK_TICKS = os.sysconf("SC_CLK_TCK")
 
-# The preferences the launcher has set since this benchmark's first figures, at the
-# values Firefox takes without them: the "earlier" setting puts them back.
-EARLIER_PREFS = {
-    "extensions.webextensions.remote": True,
-    "browser.translations.enable": True,
-    "signon.rememberSignons": True,
-    "extensions.formautofill.addresses.enabled": True,
-    "extensions.formautofill.creditCards.enabled": True,
-    "browser.sessionstore.interval": 15000,
-    "browser.pagethumbnails.capturing_disabled": False,
-    "security.remote_settings.crlite_filters.enabled": True,
-    "security.remote_settings.intermediates.enabled": True,
-}
 
 
 def tree(root):

@@ -21,10 +21,9 @@ import tempfile
 import threading
 import time
 
-PAGE_KIB = os.sysconf("SC_PAGE_SIZE") // 1024
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from bench_support import SimulatorProcess, table  # noqa: E402
+from bench_support import EARLIER_PREFS, Quiet, SimulatorProcess, process_tree_rss_kib, table  # noqa: E402
 
 READERS = [
     ("get_product_sn", ()), ("get_guid", ()), ("get_bios_name", ()), ("web_get_firmware_version", ()),
@@ -35,10 +34,6 @@ READERS = [
 ]
 
 
-class Quiet(object):
-    def info(self, line):
-        pass
-    warn = error = info
 
 
 BROWSER = {}  # browser-map entries of every wrapper (--earlier-launch)
@@ -66,37 +61,6 @@ def one_controller(sim, pictures, settle, logged_in, out, wrappers):
         w.web_close()
     t3 = time.perf_counter()
     out.update(login=login, readers=t2 - t1, close=t3 - t2, total=t3 - t0)
-
-
-def process_tree_rss_kib(roots):
-    """Resident memory in KiB of each root's process tree (the process and all its
-    descendants), from one pass over /proc."""
-    parent, rss = {}, {}
-    for entry in os.listdir("/proc"):
-        if not entry.isdigit():
-            continue
-        try:
-            with open("/proc/%s/stat" % entry) as f:
-                stat = f.read()
-            with open("/proc/%s/statm" % entry) as f:
-                pages = int(f.read().split()[1])
-        except (OSError, ValueError, IndexError):
-            continue  # gone meanwhile
-        pid = int(entry)
-        parent[pid] = int(stat[stat.rindex(")") + 2:].split()[1])
-        rss[pid] = pages * PAGE_KIB
-    children = {}
-    for pid, ppid in parent.items():
-        children.setdefault(ppid, []).append(pid)
-    totals = []
-    for root in roots:
-        total, todo = 0, [root]
-        while todo:
-            pid = todo.pop()
-            total += rss.get(pid, 0)
-            todo.extend(children.get(pid, ()))
-        totals.append(total)
-    return totals
 
 
 class MemorySampler(object):
@@ -197,7 +161,6 @@ def main():
                         help="start Firefox as before the prepared profile and the lighter preferences")
     args = parser.parse_args()
     if args.earlier_launch:
-        from launch_bench import EARLIER_PREFS
         BROWSER.update(prepared_profile=False, prefs=EARLIER_PREFS)
     counts = [int(c) for c in args.controllers.split(",")]
     scale = args.scale if args.scale is not None else (0.05 if args.fast else 1.0)
