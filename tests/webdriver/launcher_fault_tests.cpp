@@ -47,28 +47,32 @@ int our_children() {
   return n;
 }
 
-int profiles() {
-  int n = 0;
-  for (const auto& e : fs::directory_iterator(fs::temp_directory_path()))
-    if (e.path().filename().string().rfind("vorna-firefox-", 0) == 0 ||
-        e.path().filename().string().rfind("vorna-browser-", 0) == 0)
-      ++n;
-  return n;
+// The folder given after "-profile" on the command line a browser script wrote to `args`
+// ("" when none): the one this launch made, whoever else launches browsers meanwhile.
+std::string profile_of(const std::string& args) {
+  std::ifstream in(args);
+  std::string word;
+  while (in >> word)
+    if (word == "-profile" && in >> word) return word;
+  return "";
 }
 
 }  // namespace
 
 TEST(LauncherFaultTests, ABrowserThatNeverOpensItsPortFailsWithinTheBound) {
-  int before = profiles();
   LaunchOptions o;
-  o.binary = script("silent-browser", "sleep 30");
+  std::string args = script("silent-browser-args", "");
+  o.binary = script("silent-browser", "echo \"$@\" > " + args + "\nsleep 30");
   o.startup_timeout = std::chrono::seconds(2);
   auto started = std::chrono::steady_clock::now();
   EXPECT_THROW(launch(o), SessionNotCreatedException);
   EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(10));
   EXPECT_EQ(our_children(), 0);
-  EXPECT_EQ(profiles(), before);
+  std::string profile = profile_of(args);
+  EXPECT_FALSE(profile.empty());
+  EXPECT_FALSE(fs::exists(profile)) << profile;
   fs::remove(o.binary);
+  fs::remove(args);
 }
 
 TEST(LauncherFaultTests, ABrowserThatExitsAtOnceOrADriverThatDiesIsReportedQuickly) {
