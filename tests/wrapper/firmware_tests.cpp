@@ -336,7 +336,7 @@ TEST_F(RemoteDownloadTests, TheNewFinishedFileIsFetchedIntoTheDownloadFolder) {
     std::string name = params["name"];
     return Json{{"filename", name}, {"contents", webdriver::base64_encode(webdriver::stored_zip(name, "tar of " + name))}};
   };
-  std::string path = w.set_info_collection(600);
+  std::string path = set_info_collection(w, 600);
   EXPECT_EQ(path, (s.dir / "dump_info.tar.gz").string());
   std::ifstream in(path, std::ios::binary);
   EXPECT_EQ(std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>()),
@@ -350,7 +350,7 @@ TEST_F(RemoteDownloadTests, TheNewFinishedFileIsFetchedIntoTheDownloadFolder) {
   listings = {{"operate_log.csv", "dump_info.tar.gz"}};
   clock.clear();
   try {
-    w.web_export_bmc_log();
+    web_export_bmc_log(w);
     ADD_FAILURE() << "an export whose file never arrives must fail";
   } catch (const webdriver::RemoteFileException& e) {
     EXPECT_EQ(std::string(e.what()),
