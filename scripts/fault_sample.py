@@ -254,20 +254,48 @@ class Scratch:
         return code == 0, out
 
 
+def ctest_failures(out):
+    """The failed entries of a ctest run, in order, with the cause when it is not a plain
+    failure (a timeout)."""
+    listed = out.split("The following tests FAILED:", 1)
+    if len(listed) < 2:
+        return []
+    return [(name, cause) for name, cause in
+            re.findall(r"^\s*\d+\s*-\s*(\S+)\s*\(([^)]*)\)", listed[1], re.M)]
+
+
 def first_ctest_failure(out):
-    m = re.search(r"The following tests FAILED:\s*\n\s*\d+\s*-\s*(\S+)\s*\(([^)]*)\)", out)
-    if m:
-        return m.group(1) + ("" if m.group(2) == "Failed" else " (%s)" % m.group(2))
-    m = re.search(r"Test\s+#\d+:\s*(\S+)\s*\.*\**\s*(Failed|Timeout|Exception|Not Run)", out)
-    return m.group(1) if m else None
+    failures = ctest_failures(out)
+    if not failures:
+        return None
+    name, cause = failures[0]
+    return name if cause == "Failed" else "%s (%s)" % (name, cause)
 
 
 def run_units(scratch, test_timeout, total_timeout):
-    code, out = run(["ctest", "-j1", "-E", "e2e", "--stop-on-failure", "--timeout",
-                     str(test_timeout)], scratch.build, total_timeout)
+    """The name of the ctest entry that fails, or None. A failure must repeat when the entry
+    runs alone: one that passes then was the load of the machine, not the fault, and the
+    whole suite runs to look for one that repeats."""
+    base = ["ctest", "-j1", "-E", "e2e", "--timeout", str(test_timeout)]
+
+    def repeats(name):
+        code, _ = run(["ctest", "-R", "^%s$" % re.escape(name), "--timeout", str(test_timeout)],
+                      scratch.build, total_timeout)
+        return code != 0
+
+    code, out = run(base + ["--stop-on-failure"], scratch.build, total_timeout)
     if code == 0:
         return None
-    return first_ctest_failure(out) or ("ctest timeout" if code is None else "ctest")
+    if code is None:
+        return "ctest timeout"
+    failures = ctest_failures(out)
+    if failures and repeats(failures[0][0]):
+        return first_ctest_failure(out)
+    code, out = run(base, scratch.build, total_timeout)
+    for name, cause in ctest_failures(out):
+        if repeats(name):
+            return name if cause == "Failed" else "%s (%s)" % (name, cause)
+    return None if failures or code == 0 else "ctest exit %s" % code
 
 
 def run_pytest(scratch, files, timeout):
