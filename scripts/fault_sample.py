@@ -84,10 +84,6 @@ INDEX_NAME = re.compile(r"^(?!key$)(?:[a-z]{1,3}|\w*(?:index|idx|pos|at|count|cu
 PY_CALL = re.compile(r"^(\s*)(?:[A-Za-z_][\w]*\.)*[A-Za-z_]\w*\(.*\)\s*$")
 
 
-def in_code(mask, start, end):
-    return all(m == "c" for m in mask[start:end])
-
-
 def balanced(text):
     depth = 0
     for ch in text:
@@ -321,6 +317,11 @@ def try_fault(scratch, fault, args):
     try:
         with open(target, "w", encoding="utf-8") as f:
             f.write("".join(lines))
+        if target.endswith(PY_EXTS):  # the build copies Python without compiling it
+            code, _ = run(["/usr/bin/python3", "-c", "import ast, sys; ast.parse(open(sys.argv[1]).read())",
+                           target], scratch.path, 60)
+            if code != 0:
+                return {"status": "not built", "killed_by": None}
         built, log = scratch.build_tree(args.build_timeout)
         if not built:
             return {"status": "not built", "killed_by": None}
