@@ -318,8 +318,8 @@ def try_fault(scratch, fault, args):
         with open(target, "w", encoding="utf-8") as f:
             f.write("".join(lines))
         if target.endswith(PY_EXTS):  # the build copies Python without compiling it
-            code, _ = run(["/usr/bin/python3", "-c", "import ast, sys; ast.parse(open(sys.argv[1]).read())",
-                           target], scratch.path, 60)
+            parse = "import ast, sys; ast.parse(open(sys.argv[1]).read())"
+            code, _ = run(["/usr/bin/python3", "-c", parse, target], scratch.path, 60)
             if code != 0:
                 return {"status": "not built", "killed_by": None}
         built, log = scratch.build_tree(args.build_timeout)

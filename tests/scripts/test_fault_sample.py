@@ -34,12 +34,14 @@ def f(x):  # x == 1
 
 
 def faults(path, text):
-    return [(f["line"], f["kind"], f["after"].strip()) for f in fault_sample.file_faults(path, text)]
+    return [(f["line"], f["kind"], f["after"].strip())
+            for f in fault_sample.file_faults(path, text)]
 
 
 def test_faults_of_each_kind_in_code_only():
     cpp = faults("webdriver/a.cpp", CPP)
-    assert {line for line, _, _ in cpp} == {6, 7, 8, 9}  # not the include, comments, pure virtual
+    # Not the include, the comments, the pure virtual.
+    assert {line for line, _, _ in cpp} == {6, 7, 8, 9}
     assert (6, "comparison", 'if (v.size() != 3) w.locateElementById("ok");') in cpp
     assert (6, "constant", 'if (v.size() == 4) w.locateElementById("ok");') in cpp
     assert (6, "text", 'if (v.size() == 3) w.locateElementById("~ok");') in cpp
@@ -47,8 +49,8 @@ def test_faults_of_each_kind_in_code_only():
     assert (8, "boolean", 'log("a == b", false);') in cpp
     assert (8, "comparison", 'log("a != b", true);') not in cpp  # inside a text
     assert (9, "index", "v[i + 1] = 0;") in cpp
-    clicks = [f for f in fault_sample.file_faults("webdriver/b.cpp", '  w.locateElementById("ok");\n')
-              if f["kind"] == "click"]
+    click = '  w.locateElementById("ok");\n'
+    clicks = [f for f in fault_sample.file_faults("webdriver/b.cpp", click) if f["kind"] == "click"]
     assert [c["after"] for c in clicks] == ["  ;"]
 
     py = faults("python/marlet/a.py", PY)
@@ -83,5 +85,5 @@ def test_the_first_failing_ctest_entry_is_the_killer():
     out = ("The following tests FAILED:\n\t 12 - PowerTest.Cycle (Failed)\n"
            "\t 40 - LoginTest.Fresh (Timeout)\n")
     assert fault_sample.first_ctest_failure(out) == "PowerTest.Cycle"
-    assert fault_sample.first_ctest_failure(
-        "The following tests FAILED:\n\t 40 - LoginTest.Fresh (Timeout)\n") == "LoginTest.Fresh (Timeout)"
+    timeout = "The following tests FAILED:\n\t 40 - LoginTest.Fresh (Timeout)\n"
+    assert fault_sample.first_ctest_failure(timeout) == "LoginTest.Fresh (Timeout)"
