@@ -388,8 +388,7 @@ def main(argv=None):
     p.add_argument("--build-timeout", type=int, default=1800)
     p.add_argument("--e2e-timeout", type=int, default=1800)
     p.add_argument("--exclude", default="", metavar="REGEX",
-                   help="ctest entries left out (beside e2e): ones that fail on this machine "
-                        "whatever the fault")
+                   help="ctest entries left out (beside e2e): ones that fail whatever the fault")
     p.add_argument("--list", action="store_true", help="print the sample and stop")
     args = p.parse_args(argv)
 
