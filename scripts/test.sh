@@ -29,6 +29,7 @@ for suite in "${OPERATION_SUITES[@]}"; do operation_files+=("tests/python/test_$
 echo "== Python tests (Debian python3)"
 suites=(tests/python)
 [ -d tests/simulator ] && suites+=(tests/simulator)
+[ -d tests/scripts ] && suites+=(tests/scripts)
 /usr/bin/python3 -m pytest -q -p no:cacheprovider "${suites[@]}"
 
 # Opt-in (VORNA_ADAPTIVE_RUN=1): it passes whole runs but not yet every run (a storage
