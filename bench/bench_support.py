@@ -90,8 +90,6 @@ EARLIER_PREFS = {
     "extensions.formautofill.creditCards.enabled": True,
     "browser.sessionstore.interval": 15000,
     "browser.pagethumbnails.capturing_disabled": False,
-    "security.remote_settings.crlite_filters.enabled": True,
-    "security.remote_settings.intermediates.enabled": True,
 }
 
 

@@ -168,8 +168,6 @@ user_pref("extensions.formautofill.addresses.enabled", false);
 user_pref("extensions.formautofill.creditCards.enabled", false);
 user_pref("browser.sessionstore.interval", 3600000);
 user_pref("browser.pagethumbnails.capturing_disabled", true);
-user_pref("security.remote_settings.crlite_filters.enabled", false);
-user_pref("security.remote_settings.intermediates.enabled", false);
 )";
   if (!o.download_dir.empty()) {
     Json dir = o.download_dir;
