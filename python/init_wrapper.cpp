@@ -20,7 +20,7 @@ namespace {
 
 // Every line goes to `self.logger`, looked up at each call, so a harness that swaps the
 // class attribute (or sets one on the object) gets the lines; a child's lines go to the
-// logger named "<its name>.<suffix>".
+// logger named "<its name>.<suffix>" (the class's name when it has none).
 class PythonLogger final : public marlet::Logger {
  public:
   explicit PythonLogger(VornaWebWrapper* owner, std::string suffix = "") : owner_(owner), suffix_(std::move(suffix)) {}
@@ -30,7 +30,10 @@ class PythonLogger final : public marlet::Logger {
     const char* method = level == marlet::LogLevel::Info ? "info" : level == marlet::LogLevel::Warn ? "warn" : "error";
     py::object target = self.attr("logger");
     if (!suffix_.empty()) {
-      std::string name = py::str(target.attr("name")).cast<std::string>() + "." + suffix_;
+      // A harness's own logger may have no name: its children are then the class's.
+      std::string base = py::hasattr(target, "name") ? py::str(target.attr("name")).cast<std::string>()
+                                                     : std::string(VornaWebWrapper::kModuleName);
+      std::string name = base + "." + suffix_;
       target = py::module_::import("marlet.log").attr("get_logger")(name);
     }
     target.attr(method)(line);

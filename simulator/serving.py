@@ -3,6 +3,8 @@ another address when the console's management address is saved (api_network.py),
 shut down.
 """
 import shutil
+import ssl
+import sys
 import threading
 
 try:
@@ -26,6 +28,13 @@ class ConsoleServer(ThreadingHTTPServer):
     daemon_threads = True
     retired = False
     retire_pending = False
+
+    def handle_error(self, request, client_address):
+        """A browser that leaves a page drops the requests still being answered: that is
+        no fault of the console, so no traceback for it."""
+        if isinstance(sys.exc_info()[1], (ConnectionError, ssl.SSLError)):
+            return
+        ThreadingHTTPServer.handle_error(self, request, client_address)
 
     def retire(self):
         """Stops answering from now on, and closes in a thread of its own (the caller

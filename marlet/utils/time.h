@@ -7,6 +7,8 @@
 // every sleep.
 #pragma once
 
+#include <string>
+
 #include "webdriver/clock.h"
 
 namespace marlet {
@@ -24,5 +26,9 @@ using webdriver::time_scale;
 
 // Sets the pace of the process clock: factor > 0 and finite; ValueError otherwise.
 void set_time_scale(double factor);
+
+// The wall clock's local time now, to the millisecond, as "20261124-201530-123": the
+// stamp of pictures' and traces' file names and of a trace's header.
+std::string local_timestamp();
 
 }  // namespace marlet

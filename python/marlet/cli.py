@@ -366,6 +366,9 @@ def build_parser(cls):
     b.add_argument("--screenshots", metavar="DIR", help="folder for the pictures taken (one on each failure)")
     b.add_argument("--time-scale", type=float, default=1.0, metavar="F",
                    help="factor on every settle and wait (default 1.0, the console's pace)")
+    b.add_argument("--settle", choices=["adaptive", "fixed"], default="adaptive",
+                   help="adaptive: each settle ends once the page is quiet (default); "
+                        "fixed: each settle waits its whole length")
     b.add_argument("--trace", metavar="DIR", help="trace the browser session into a file in DIR")
     b.add_argument("--trace-mode", choices=["on", "retain-on-failure"], default="on",
                    help="on: keep the trace, a picture after each operation (default); "
@@ -434,7 +437,7 @@ def browser_map(args):
 
 def wrapper_params(args, browser):
     """The constructor's params from the options."""
-    params = {"host": args.host, "device": args.device}
+    params = {"host": args.host, "device": args.device, "settle": args.settle}
     if browser:
         params["browser"] = browser
     if args.trace:

@@ -208,13 +208,16 @@ def test_comparisons_run_offline_with_exit_codes_by_failure_kind():
     assert code == 2 and last_error(err)["error"] == "KeyError"
 
 
-def test_trace_options_reach_the_constructor_and_show_trace_writes_one_self_contained_page(tmp_path):
+def test_settle_and_trace_options_reach_the_constructor_and_show_trace_writes_one_self_contained_page(tmp_path):
     parser = cli.build_parser(VornaWebWrapper)
     args = parser.parse_args(["--trace", "traces", "inventory"])
     assert cli.wrapper_params(args, {})["trace"] == {"dir": os.path.abspath("traces"), "mode": "on"}
     args = parser.parse_args(["--trace", str(tmp_path), "--trace-mode", "retain-on-failure", "inventory"])
     assert cli.wrapper_params(args, {})["trace"] == {"dir": str(tmp_path), "mode": "retain-on-failure"}
     assert "trace" not in cli.wrapper_params(parser.parse_args(["inventory"]), {})
+    # The command line settles adaptively unless told otherwise.
+    assert cli.wrapper_params(parser.parse_args(["inventory"]), {})["settle"] == "adaptive"
+    assert cli.wrapper_params(parser.parse_args(["--settle", "fixed", "inventory"]), {})["settle"] == "fixed"
 
     # A trace cut short by a crash: its last line half written, its operation never ended.
     records = [{"type": "trace", "t": 0, "version": 1, "started": "20261124-201530-123", "mode": "on",

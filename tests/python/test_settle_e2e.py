@@ -219,21 +219,34 @@ def test_a_page_that_never_goes_quiet_holds_the_settle_to_its_bound(console, pag
     assert elapsed < 8 * SCALE + 0.5  # the fixed settle: no command is sent while it waits
 
 
-def test_a_session_without_a_channel_settles_with_the_watcher_and_says_so(pages, tmp_path, caplog):
+class NamelessLogger(object):
+    def info(self, line):
+        pass
+    warn = error = info
+
+
+@pytest.mark.parametrize("browser, source, told", [
+    # Chromium's driver hands out the channel over HTTP (webSocketUrl): the same events.
+    ({"name": "chromium", "driver": "chromedriver"}, "events",
+     "adaptive settles from the browser's events (WebDriver BiDi)"),
+    ({"bidi": False}, "watcher",
+     "adaptive settles from the watcher injected into the page: no WebDriver BiDi channel"),
+], ids=["chromium-channel", "no-channel"])
+def test_each_session_settles_from_what_it_has_and_says_which(pages, tmp_path, caplog, browser, source, told):
     from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
     set_time_scale(SCALE)
-    w = VornaWebWrapper({"settle": "adaptive", "browser": {"bidi": False, "screenshot_dir": str(tmp_path)}})
+    w = VornaWebWrapper({"settle": "adaptive", "browser": dict(browser, screenshot_dir=str(tmp_path))})
+    w.logger = NamelessLogger()  # a harness's own: the child lines go where the class's would
     try:
         w.openFirefox()
-        assert w.browser.bidi_url is None and "no WebDriver BiDi channel" in w.browser.bidi_status
+        assert (w.browser.bidi_url is None) == (source == "watcher"), w.browser.bidi_status
         open_frame(w, pages, "delay=500&timer=100")
         with caplog.at_level("INFO", logger=VornaWebWrapper.logger.name + ".settle"):
-            elapsed, early = timed_settle(w, 60, source="watcher")
-            timed_settle(w, 60, source="watcher")
+            elapsed, early = timed_settle(w, 60, source=source)
+            timed_settle(w, 60, source=source)
         assert frame_value(w) == "data 500 by fetch" and early == 1
-        told = [r.getMessage() for r in caplog.records if r.name == VornaWebWrapper.logger.name + ".settle"]
-        assert len(told) == 1 and told[0].startswith("adaptive settles from the watcher injected into the page: "
-                                                     "no WebDriver BiDi channel"), told
+        said = [r.getMessage() for r in caplog.records if r.name == VornaWebWrapper.logger.name + ".settle"]
+        assert len(said) == 1 and said[0].startswith(told), said
     finally:
         w.web_close()
 
@@ -294,14 +307,14 @@ def test_the_policy_is_chosen_per_object_and_per_process():
         set_settle_policy(run_policy)
 
 
-def test_the_fan_reader_gets_the_late_data_of_a_realistic_console_and_settles_early(sim, wrapper):
+def test_the_fan_reader_gets_the_late_data_of_a_realistic_console(sim, wrapper):
     """The fan tab asks for its data from a timer half a second after its click and gets
-    it a second later: under "adaptive" the reader still waits for it (a settle that ended
-    when the page first looked quiet would read an empty table), and ends its settles
-    well before their fixed length."""
+    it a second later: under "adaptive", at the pace of the adaptive run (a tenth), the
+    reader still waits for it: a settle that ended when the page first looked quiet would
+    read an empty table."""
     import os
     from tests.python.pace import TIME_SCALE
-    scale = 0.5  # quiet window 1 s of the pace (0.5 s real); the fan data comes after 1.5
+    scale = max(TIME_SCALE, 0.1)  # below a tenth the quiet window outlasts the 5 s settles
     run_latency = {"profile": os.environ.get("VORNA_E2E_LATENCY") or "instant", "scale": TIME_SCALE}
     run_policy = get_settle_policy()
     try:
@@ -316,11 +329,9 @@ def test_the_fan_reader_gets_the_late_data_of_a_realistic_console_and_settles_ea
         before = wrapper._settle_stats()
         assert wrapper.web_get_fan_web_info() == expected
         after = wrapper._settle_stats()
-        # Two settles of 5 s (after the menu, after the tab click): quiet ends them well
-        # before their bound (both, unless a loaded machine holds the page load back).
+        # Two settles of 5 s (after the menu, after the tab click), from the browser's events.
         assert after["settles"] - before["settles"] == 2
-        assert after["early"] - before["early"] >= 1
-        assert after["saved"] - before["saved"] > 1.5
+        assert after["by_events"] - before["by_events"] == 2
     finally:
         set_settle_policy(run_policy)
         sim.fault({"latency": run_latency})

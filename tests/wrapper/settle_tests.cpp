@@ -330,6 +330,58 @@ TEST_F(SettleTests, SettlesReadTheEventsWhileTheChannelLastsAndTheWatcherAfter) 
   EXPECT_LT(slept(), 5);
 }
 
+namespace {
+
+// A fake clock that calls `after_sleep(n)` after its n-th sleep: to act in the middle of
+// a settle that waits on it.
+class HookedClock final : public marlet::Clock {
+ public:
+  marlet::FakeClock inner;
+  std::function<void(int)> after_sleep;
+  TimePoint now() override { return inner.now(); }
+  void sleep(Duration d) override {
+    inner.sleep(d);
+    if (after_sleep) after_sleep(++sleeps_);
+  }
+
+ private:
+  int sleeps_ = 0;
+};
+
+}  // namespace
+
+TEST_F(SettleTests, AChannelLostInTheMiddleOfASettleHandsTheRestToTheWatcher) {
+  webdriver::testing::WsFixtureServer server;
+  auto channel = webdriver::BidiChannel::open(server.url());
+  HookedClock hooked;
+  auto events = vorna::PageEvents::attach(channel, hooked);
+  vorna::VornaWebWrapper w2{Json{{"settle", "adaptive"}}, log, &hooked, factory};
+  login_page();
+  w2.browser = w2.openFirefox();
+  fb->commands = 0;
+  page = [](int, double) { return reading(1); };
+  // The preload script comes with the first settle, so the young window holds it; the
+  // connection is cut at its third wait.
+  hooked.after_sleep = [&](int n) {
+    if (n != 3) return;
+    EXPECT_THROW(channel->command("cut", Json::object(), std::chrono::milliseconds(5000)),
+                 webdriver::ConnectionException);
+  };
+  const auto timing = vorna::adaptive_timing();
+  ASSERT_GT(timing.young_window, 3 * timing.poll);
+  vorna::SettleStats stats;
+  const auto start = hooked.now();
+  vorna::settle_for(w2, 30, SettlePolicy::Adaptive, stats, events.get());
+  const double took = (hooked.now() - start).count();
+  EXPECT_EQ(stats.by_events, 1);
+  EXPECT_EQ(stats.by_watcher, 1);
+  EXPECT_EQ(std::string(stats.source), "watcher");
+  EXPECT_EQ(stats.early, 1);
+  EXPECT_GT(fb->commands, 0);  // the watcher's polls
+  EXPECT_GE(took, 3 * timing.poll + timing.quiet_window - 1e-6);
+  EXPECT_LT(took, 5);
+}
+
 // ---- settles from the browser's events: the tracker against a scripted stream ----
 
 namespace {

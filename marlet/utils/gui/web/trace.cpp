@@ -51,23 +51,12 @@ std::string base64(const std::vector<std::uint8_t>& bytes) {
 }
 
 // "20261124-201530-123": local time to the millisecond, as the pictures are named.
-std::string stamp() {
-  auto now = std::chrono::system_clock::now();
-  std::time_t t = std::chrono::system_clock::to_time_t(now);
-  auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() % 1000;
-  std::tm tm{};
-  localtime_r(&t, &tm);
-  std::ostringstream out;
-  out << std::put_time(&tm, "%Y%m%d-%H%M%S") << '-' << std::setw(3) << std::setfill('0') << ms;
-  return out.str();
-}
-
 // A new file of its own: many wrappers of one process may start a session in the same
 // millisecond, so the name carries the process id and a counter, and it is created
 // exclusively.
 std::pair<fs::path, int> claim_file(const fs::path& dir) {
   static std::atomic<unsigned> counter{0};
-  const std::string base = stamp() + "-" + std::to_string(::getpid());
+  const std::string base = local_timestamp() + "-" + std::to_string(::getpid());
   for (int attempt = 0; attempt < 1000; ++attempt) {
     fs::path file = dir / (base + "-" + std::to_string(++counter) + ".trace.jsonl");
     int fd = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, 0644);
@@ -167,7 +156,7 @@ TraceRecorder::TraceRecorder(const TraceSettings& settings, const Json& about, s
   auto [file, fd] = claim_file(dir);
   path_ = fs::absolute(file, ignored).string();
   fd_ = fd;
-  Json header = {{"type", "trace"}, {"t", 0.0}, {"version", 1}, {"started", stamp()},
+  Json header = {{"type", "trace"}, {"t", 0.0}, {"version", 1}, {"started", local_timestamp()},
                  {"mode", trace_mode_name(mode_)}, {"time_scale", time_scale()}};
   for (auto it = about.begin(); it != about.end(); ++it) header[it.key()] = it.value();
   std::lock_guard<std::mutex> lock(mutex_);

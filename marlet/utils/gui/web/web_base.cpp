@@ -59,17 +59,6 @@ var e = arguments[0];
 if (e.animate) { e.animate([{outline: '2px solid red'}, {outline: '2px solid red'}], 300); }
 )JS";
 
-std::string timestamp() {
-  auto now = std::chrono::system_clock::now();
-  std::time_t t = std::chrono::system_clock::to_time_t(now);
-  auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() % 1000;
-  std::tm tm{};
-  localtime_r(&t, &tm);
-  std::ostringstream out;
-  out << std::put_time(&tm, "%Y%m%d-%H%M%S") << '-' << std::setw(3) << std::setfill('0') << ms;
-  return out.str();
-}
-
 std::string safe_name(const std::string& s) {
   std::string out;
   for (char c : s) out += (std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '-') ? c : '_';
@@ -576,7 +565,7 @@ std::string WebBase::_screenshot(const std::string& operation) {
     auto png = browser->get_screenshot_as_png();
     std::string label = safe_name(!operation.empty() ? operation : !current_operation.empty() ? current_operation : "screenshot");
     if (auto trace = open_trace()) trace->picture(label, png);
-    fs::path file = claim_picture(dir, timestamp(), label);
+    fs::path file = claim_picture(dir, local_timestamp(), label);
     std::ofstream out(file, std::ios::binary);
     out.write(reinterpret_cast<const char*>(png.data()), static_cast<std::streamsize>(png.size()));
     out.close();
