@@ -44,6 +44,13 @@ def sim(vorna_console):
     return vorna_console
 
 
+@pytest.fixture(scope="module")
+def console(simulator, tmp_path_factory):
+    """(wrapper, simulator): one login for the whole test module (tests/python/console.py)."""
+    from tests.python.console import logged_in_console
+    yield from logged_in_console(simulator, tmp_path_factory)
+
+
 @pytest.fixture
 def wrapper(tmp_path):
     from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
@@ -70,6 +77,10 @@ class LogCapture(object):
 
     def texts(self, level=None):
         return [t for (lv, t) in self.lines if level is None or lv == level]
+
+    def said(self, level=None):
+        """The lines but the pictures' own."""
+        return [t for t in self.texts(level) if not t.startswith("[screenshot] ")]
 
 
 @pytest.fixture

@@ -6,7 +6,7 @@ import pytest
 
 from marlet.exception.webloginexception import WebLoginException
 from marlet.utils.time import set_time_scale
-from tests.python.console import logged_in_console, patch
+from tests.python.console import patch
 from tests.python.accounts_support import console_on_443, eventually, set_users, users
 from tests.python.pace import roomy_scale
 
@@ -15,11 +15,6 @@ OPERATOR_LOGINS = ("[{'interface_name': 'Web', 'state': 'enable'}, {'interface_n
                    "{'interface_name': 'SFTP', 'state': 'disable'}, {'interface_name': 'Local', 'state': 'enable'}, "
                    "{'interface_name': 'Redfish', 'state': 'disable'}]")
 OPERATIONS = "[{'operation_name': 'edit_user'}, {'operation_name': 'del_user'}]"
-
-
-@pytest.fixture(scope="module")
-def console(simulator, tmp_path_factory):
-    yield from logged_in_console(simulator, tmp_path_factory)
 
 
 def dismiss(w):

@@ -9,7 +9,6 @@ from marlet.exception.marlet_exception import MarletException
 from marlet.exception.webdisplayexception import WebDisplayException
 from marlet.wrapper.gui.web.vorna.vornav1.function import home
 from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
-from tests.python.console import logged_in_console
 from tests.python.console import eventually
 
 STAGES = ["设置Boot Mode", "设置Effective", "设置Blade Boot Option"]
@@ -33,11 +32,6 @@ def settled(sim, before, wait=1.0):
     """The save count after a short pause: a save in flight would have landed by then."""
     time.sleep(wait)
     return saves(sim) - before
-
-
-@pytest.fixture(scope="module")
-def console(simulator, tmp_path_factory):
-    yield from logged_in_console(simulator, tmp_path_factory)
 
 
 @pytest.fixture

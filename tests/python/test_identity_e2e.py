@@ -4,16 +4,10 @@ import pytest
 
 from marlet.exception.marlet_exception import MarletException
 from marlet.exception.webdriverexception import WebDriverException
-from tests.python.console import logged_in_console
 from tests.python.console import patch
 
 INSTALL_AGENT = ("To enable complete software information to be displayed, "
                  "install Tolmar 2.0 and start it on the OS.")
-
-
-@pytest.fixture(scope="module")
-def console(simulator, tmp_path_factory):
-    yield from logged_in_console(simulator, tmp_path_factory)
 
 
 @pytest.mark.smoke

@@ -8,17 +8,10 @@ import time
 import pytest
 
 from marlet.utils.time import set_time_scale, sleep
-from tests.python.console import logged_in_console
 
 # Real seconds from the signal to the exception on a loaded machine: the sleep ends
 # within 50 ms; the rest is the interpreter getting back to the main thread.
 PROMPT = 3.0
-
-
-@pytest.fixture(scope="module")
-def console(simulator, tmp_path_factory):
-    for pair in logged_in_console(simulator, tmp_path_factory):
-        yield pair
 
 
 def interrupt_after(seconds):

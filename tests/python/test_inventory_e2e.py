@@ -11,7 +11,6 @@ import pytest
 
 from marlet.exception.marlet_exception import MarletException
 from marlet.exception.webelementexception import WebElementException
-from tests.python.console import logged_in_console
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 RECORDS = os.path.join(ROOT, "simulator", "scenarios", "records")
@@ -27,21 +26,11 @@ def record(name):
         return json.load(f)
 
 
-def said(log_lines, level=None):
-    """The log lines but the pictures' own."""
-    return [t for t in log_lines.texts(level) if not t.startswith("[screenshot] ")]
-
-
 def items(records):
     """Records as lists of (key, value) pairs: equality then includes key order."""
     if isinstance(records, dict):
         return [(k, items(v) if isinstance(v, (dict, list)) else v) for k, v in records.items()]
     return [items(r) if isinstance(r, (dict, list)) else r for r in records]
-
-
-@pytest.fixture(scope="module")
-def console(simulator, tmp_path_factory):
-    yield from logged_in_console(simulator, tmp_path_factory)
 
 
 @pytest.fixture
@@ -82,7 +71,7 @@ def test_power_supplies_with_their_consumption(inv, log_lines):
     expected = [dict(s) for s in INV["power"]["supplies"]]
     expected[0]["ConsumedWatts"], expected[1]["ConsumedWatts"] = "236", "228"
     assert items(w.web_get_power_web_info()) == items(expected)
-    assert said(log_lines) == ["[getPower] start...", "get Power Consumption Info"]
+    assert log_lines.said() == ["[getPower] start...", "get Power Consumption Info"]
     # One supply, a text naming two (one with a blank before W): the first is joined.
     patch({"power": {"supplies": INV["power"]["supplies"][:1], "consumption": "PS1 :311W PS2: 200 W"}})
     one = w.web_get_power_web_info()
@@ -100,7 +89,7 @@ def test_power_without_its_statistics_field(inv, log_lines):
     sim.fault({"missing": {"power_statistics": ["actual_power"]}})
     supplies = w.web_get_power_web_info()
     assert items(supplies) == items(INV["power"]["supplies"])
-    assert said(log_lines, "warn") == ["There is no ConsumedWatts Info"]
+    assert log_lines.said("warn") == ["There is no ConsumedWatts Info"]
 
 
 def test_mainboard_and_backplanes(inv):
@@ -175,7 +164,7 @@ def test_card_tables_with_no_components(inv, log_lines):
         entry["components"] = []
     patch({"other": other})
     assert w.web_get_pcie_web_info() == []
-    assert said(log_lines, "error") == ["没有获取到PCIE信息标签"]
+    assert log_lines.said("error") == ["没有获取到PCIE信息标签"]
     for reader, text in ((w.web_get_hard_back_board_info, "没有获取到硬盘背板信息标签，《硬盘背板标签》:[]"),
                          (w.web_get_riser_info, "没有获取到Riser卡信息标签，《Riser卡标签》:[]"),
                          (w.get_tpm_info, "没有获取到安全模块信息标签，《安全模块标签》:[]"),
@@ -224,7 +213,7 @@ def test_processors_one_or_all(inv, log_lines):
     # A type that selects nothing leaves the frame entered on the open tab: the inner
     # reader works from there.
     assert items(w.web_get_cpu_info_all()) == cpu_records(True)
-    assert said(log_lines) == ["[getCpuInfoVorna] get cpu info from vorna."] * 3
+    assert log_lines.said() == ["[getCpuInfoVorna] get cpu info from vorna."] * 3
     patch({"processors": INV["processors"][:1]})
     assert len(w.web_get_cpu_info_vorna({"type": "all"})) == 1
     patch({"processors": []})
@@ -260,7 +249,7 @@ def test_memory_by_titles_with_and_without_part_numbers(inv, log_lines):
     patch({"memory": {"part_number": False, "bom_title": "BOM Code", "modules": modules[:1]}})
     log_lines.lines[:] = []
     assert items(w.web_get_memory_web_info()) == memory_records(modules[:1], pn=False)
-    assert said(log_lines) == ["[getFan] start...", "No part number exists."]
+    assert log_lines.said() == ["[getFan] start...", "No part number exists."]
     patch({"memory": {"modules": []}})
     with pytest.raises(WebElementException) as e:
         w.web_get_memory_web_info()
@@ -386,7 +375,7 @@ def test_inventory_then_bench_comparisons(inv, log_lines):
     w.compare_back_board(w.web_get_hard_back_board_info(), bench["back_board"])
     w.compare_riser(w.web_get_riser_info(), bench["riser"])
     w.compare_raid(w.web_get_other_raid_info(), bench["raid"])
-    assert "电源实际信息<类型>PAC1600S12 <厂商>Delvoe <额定功率>1600W <输入模式>AC <部件编码>02131877" in said(log_lines)
+    assert "电源实际信息<类型>PAC1600S12 <厂商>Delvoe <额定功率>1600W <输入模式>AC <部件编码>02131877" in log_lines.said()
     assert sim.oplog() == oplog, "reading the inventory changes nothing on the console"
     # A supply that the console shows differently is the comparison's difference.
     supplies = copy.deepcopy(INV["power"]["supplies"])

@@ -4,17 +4,11 @@ import time
 
 import pytest
 
-from tests.python.console import logged_in_console
 from tests.python.console import eventually, patch
 
 
 def power(sim):
     return sim.state()["machine"]["power"]
-
-
-@pytest.fixture(scope="module")
-def console(simulator, tmp_path_factory):
-    yield from logged_in_console(simulator, tmp_path_factory)
 
 
 @pytest.mark.smoke

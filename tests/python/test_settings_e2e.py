@@ -9,7 +9,6 @@ import pytest
 from marlet.exception.marlet_exception import MarletException
 from marlet.exception.webdisplayexception import WebDisplayException
 from marlet.utils.time import set_time_scale
-from tests.python.console import logged_in_console
 from tests.python.console import eventually, patch
 from tests.python.pace import TIME_SCALE, roomy_scale
 
@@ -22,11 +21,6 @@ def settings(sim):
 
 def oplog_texts(sim):
     return [e["text"] for e in sim.oplog()]
-
-
-@pytest.fixture(scope="module")
-def console(simulator, tmp_path_factory):
-    yield from logged_in_console(simulator, tmp_path_factory)
 
 
 @pytest.fixture

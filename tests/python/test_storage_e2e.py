@@ -8,16 +8,10 @@ import pytest
 
 from marlet.exception.marlet_exception import MarletException
 from marlet.exception.webdisplayexception import WebDisplayException
-from tests.python.console import logged_in_console
 from tests.python.storage_support import (default_storage, eventually, os_record, raid_for_comparison,
                                           set_storage, storage_of)
 
 RAID_TITLE = "RAID Card VR3508"
-
-
-@pytest.fixture(scope="module")
-def console(simulator, tmp_path_factory):
-    yield from logged_in_console(simulator, tmp_path_factory)
 
 
 @pytest.fixture
@@ -42,11 +36,6 @@ def expected_controller(c):
     return record
 
 
-def lines(log_lines):
-    """The operations' own log lines, without the pictures' paths."""
-    return [t for t in log_lines.texts() if not t.startswith("[screenshot]")]
-
-
 def drive_names(sim, controller=0):
     return [d["name"] for d in storage_of(sim)["controllers"][controller]["logical_drives"]]
 
@@ -62,7 +51,7 @@ def test_one_raid_controller_is_a_flat_record_of_its_panes(storage_console, log_
             "nvdata_version", "memory_size", "device_interface", "sas_address", "strip_size_range",
             "cache_pinned_status", "maintain_pd_fail_history", "copyback_state", "copyback_on_smart_error_state",
             "jbod_state"} <= set(info)
-    assert lines(log_lines) == ["[get_raid_info] start..."]
+    assert log_lines.said() == ["[get_raid_info] start..."]
 
 
 def test_two_raid_controllers_are_indexed_by_raid_titles_alone(storage_console):
@@ -99,7 +88,7 @@ def test_disks_by_controller_and_pass_through_disks(storage_console, log_lines):
     assert list(pass_through) == ["Disk0", "Disk1"]
     assert pass_through["Disk1"]["Serial Number"] == storage_of(sim)["pass_through"][1]["serial_number"]
     assert w.get_storage_info(params={"raid_disk": False}) == pass_through
-    assert lines(log_lines) == ["[getStorage] start..."] * 3
+    assert log_lines.said() == ["[getStorage] start..."] * 3
 
 
 def test_console_storage_agrees_with_the_operating_systems_record(storage_console):
@@ -127,8 +116,8 @@ def test_logical_drives_by_whole_title(storage_console, log_lines):
         "Logical Drive1(VD_DATA)": {"Name": "VD_DATA", "Status": "Optimal", "RAID Level": "RAID5",
                                     "Capacity": "1673.583 GB", "Strip Size": "256 KB",
                                     "Current Read Policy": "Read Ahead"}}
-    assert lines(log_lines)[0] == "[getLogicalDriverInfo] start..."
-    assert lines(log_lines)[1].startswith("[getLogicalDriverInfo] {'Logical Drive0(VD_OS)': {'Name': 'VD_OS'")
+    assert log_lines.said()[0] == "[getLogicalDriverInfo] start..."
+    assert log_lines.said()[1].startswith("[getLogicalDriverInfo] {'Logical Drive0(VD_OS)': {'Name': 'VD_OS'")
 
 
 def test_delete_all_with_none_two_and_five_drives(storage_console, log_lines):
@@ -149,7 +138,7 @@ def test_delete_all_with_none_two_and_five_drives(storage_console, log_lines):
     set_storage(sim, storage)
     w.delete_all_raid_logical_driver()
     assert eventually(lambda: drive_names(sim), lambda v: len(v) < 5) == ["VD4"]
-    assert lines(log_lines) == ["[deleteAllRaidLogicalDriver] start..."] * 3
+    assert log_lines.said() == ["[deleteAllRaidLogicalDriver] start..."] * 3
     # The tree read back shows it.
     assert list(w.web_get_logical_driver_info()) == ["Logical Drive4(VD4)"]
 
@@ -169,7 +158,7 @@ def test_create_takes_the_first_unused_disks_and_shows_in_the_tree(storage_conso
                                                  "Current Read Policy": "Read Ahead"}}
     # The disks moved under the new drive; the rest stand directly under the controller.
     assert list(w.get_storage_info({"raid_disk": True})["0"]) == ["Disk%d" % i for i in range(8)]
-    assert "[createRaidLogicalDriver] start..." in lines(log_lines)
+    assert "[createRaidLogicalDriver] start..." in log_lines.said()
 
 
 def test_refused_creations_save_nothing(storage_console):
@@ -208,4 +197,4 @@ def test_raid_name_is_the_storage_trees_raid_title(storage_console, log_lines):
     assert w.get_raid_name() == RAID_TITLE
     w.web_switch_page_logout()  # the name is read inside the content frame
     assert w.web_get_raid_web_info()["cardname"] == RAID_TITLE
-    assert lines(log_lines) == ["[getRaidName] start...", "[get_raid_info] start..."]
+    assert log_lines.said() == ["[getRaidName] start...", "[get_raid_info] start..."]
