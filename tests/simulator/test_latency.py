@@ -11,7 +11,7 @@ import pytest
 
 from simulator import latency
 from simulator.server import start_server
-from tests.simulator.client import request
+from tests.simulator.client import call, login, request
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 
@@ -40,14 +40,6 @@ def holds(monkeypatch):
     return recorded.holds
 
 
-def call(sim, method, path, body=None, cookie=None):
-    with request(sim.url, method, path, body, cookie) as r:
-        text = r.read().decode("utf-8")
-        cookie = r.headers.get("Set-Cookie")
-        return (json.loads(text) if r.headers["Content-Type"].startswith("application/json") else text,
-                cookie.split(";")[0] if cookie else None)
-
-
 def status_of(sim, method, path, body=None):
     try:
         with request(sim.url, method, path, body):
@@ -68,7 +60,7 @@ def test_instant_by_default_holds_nothing(sim, holds):
     assert page_latency(sim, "alarms") == {"profile": "instant", "scale": 1.0}
     data, _ = call(sim, "GET", "/__sim/data/tabMemory")
     assert data["machine"]["inventory"]["memory"] == sim.state.machine["inventory"]["memory"]
-    _, cookie = call(sim, "POST", "/api/login", {"username": "admin", "password": "Admin@9000"})
+    _, cookie = login(sim)
     call(sim, "GET", "/api/menu", cookie=cookie)
     call(sim, "POST", "/api/power", {"action": "fpf"}, cookie)
     assert holds == []
@@ -81,7 +73,7 @@ def test_realistic_holds_data_gets_and_saves_scaled(sim, holds):
         call(sim, "GET", "/__sim/data/" + section)
     assert holds == [latency.SECTIONS[s]["delay"] * 0.5 for s in ("tabMemory", "tabFan", "alarms")]
     del holds[:]
-    _, cookie = call(sim, "POST", "/api/login", {"username": "admin", "password": "Admin@9000"})
+    _, cookie = login(sim)
     call(sim, "POST", "/api/power", {"action": "fpf"}, cookie)
     call(sim, "POST", "/api/location", {"location": "Rack 7"}, cookie)
     # The log-in's own requests and leaving are answered at once.
@@ -108,7 +100,7 @@ def test_a_save_takes_effect_at_once_and_answers_late(sim, monkeypatch):
 
     monkeypatch.setattr(latency, "time", Watch)
     call(sim, "POST", "/__sim/fault", {"latency": {"profile": "realistic", "scale": 1.0}})
-    _, cookie = call(sim, "POST", "/api/login", {"username": "admin", "password": "Admin@9000"})
+    _, cookie = login(sim)
     reply, _ = call(sim, "POST", "/api/power", {"action": "fpf"}, cookie)
     assert reply["ok"] is True
     assert seen == [(latency.SAVE_DELAY, "Off")]

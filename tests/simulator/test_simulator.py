@@ -1,12 +1,11 @@
 """The console simulator's own endpoints: logins, sessions, actions, the control API."""
-import json
 import threading
 import time
 
 import pytest
 
 from simulator.server import start_server
-from tests.simulator.client import request
+from tests.simulator.client import call, login, request
 
 
 @pytest.fixture
@@ -14,18 +13,6 @@ def sim():
     s = start_server(https=True)
     yield s
     s.shutdown()
-
-
-def call(sim, method, path, body=None, cookie=None):
-    with request(sim.url, method, path, body, cookie) as r:
-        text = r.read().decode("utf-8")
-        return (json.loads(text) if r.headers["Content-Type"].startswith("application/json") else text,
-                r.headers.get("Set-Cookie"))
-
-
-def login(sim, user="admin", password="Admin@9000"):
-    reply, cookie = call(sim, "POST", "/api/login", {"username": user, "password": password})
-    return reply, cookie.split(";")[0] if cookie else None
 
 
 def test_control_api_loads_scenarios_and_injects_faults(sim):
