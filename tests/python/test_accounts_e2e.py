@@ -177,27 +177,19 @@ def w443(sim443, browser443):
     return browser443
 
 
-def test_a_first_login_changes_the_password_and_logs_in_again(sim443, w443, log_lines):
+@pytest.mark.parametrize("new_pwd, saved", [("Fresh@2", ("Fresh@2", False)), (None, ("Fresh@1", True))])
+def test_a_first_login_changes_the_password_if_given_and_logs_in_again(sim443, w443, log_lines, new_pwd, saved):
     set_users(sim443, fresh={"password": "Fresh@1", "role": "Operator", "first_login": True})
-    assert w443.web_register({"ipv4": sim443.address, "username": "fresh", "password": "Fresh@1",
-                                 "new_pwd": "Fresh@2", "isFirst": True}) is True
+    params = {"ipv4": sim443.address, "username": "fresh", "password": "Fresh@1", "isFirst": True}
+    assert w443.web_register(dict(params, new_pwd=new_pwd) if new_pwd else params) is True
     assert log_lines.texts()[:4] == ["[login] Login BMC Web ...", "[login] ipv4_address: %s" % sim443.address,
                                      "[login] username: fresh", "[login] password: Fresh@1"]
     assert log_lines.texts()[-1].startswith("[login] Login success, title: ")
+    assert w443.waitElement("id", "menu_INFO", 20, 1)  # the (second) login went through
     record = [u for u in sim443.state.machine["users"] if u["name"] == "fresh"][0]
-    assert record["password"] == "Fresh@2" and record["first_login"] is False
-    assert w443.waitElement("id", "menu_INFO", 20, 1)  # the second login went through
+    assert (record["password"], record["first_login"]) == saved
     assert w443.current_user == "fresh" and w443.isLogin is True
     assert w443.browser.current_url == "https://%s/index.html" % sim443.address
-
-
-def test_a_first_login_without_a_new_password_keeps_it(sim443, w443):
-    set_users(sim443, fresh={"password": "Fresh@1", "role": "Operator", "first_login": True})
-    assert w443.web_register({"ipv4": sim443.address, "username": "fresh", "password": "Fresh@1",
-                                 "isFirst": True}) is True
-    assert w443.waitElement("id", "menu_INFO", 20, 1)
-    record = [u for u in sim443.state.machine["users"] if u["name"] == "fresh"][0]
-    assert record["password"] == "Fresh@1" and record["first_login"] is True
 
 
 def test_register_without_is_first_logs_success_for_wrong_credentials(sim443, w443, log_lines):

@@ -51,19 +51,12 @@ def test_each_setting_is_saved_and_read_back(fresh, log_lines):
         assert w.web_get_boot_option() == code
     assert log_lines.texts()[:3] == ["[setBootOption] option:3", "[getBootOption] ...", "[setBootOption] option:4"]
 
-    w.web_set_effective({"mode": "0"})
-    assert eventually(lambda: boot(sim)[1], "0") == "0"
-    assert w.web_get_effective() == "0"
-    w.web_set_effective(params={"mode": "1"})
-    assert eventually(lambda: boot(sim)[1], "1") == "1"
-    assert w.web_get_effective() == "1"
-
-    w.web_set_boot_mode({"mode": "0"})
-    assert eventually(lambda: boot(sim)[2], "0") == "0"
-    assert w.web_get_boot_mode() == "0"
-    w.web_set_boot_mode({"mode": "1"})
-    assert eventually(lambda: boot(sim)[2], "1") == "1"
-    assert w.web_get_boot_mode() == "1"
+    for index, set_it, get_it in ((1, w.web_set_effective, w.web_get_effective),
+                                  (2, w.web_set_boot_mode, w.web_get_boot_mode)):
+        for mode in ("0", "1"):
+            set_it(params={"mode": mode})
+            assert eventually(lambda: boot(sim)[index], mode) == mode
+            assert get_it() == mode
     assert log_lines.texts("error") == []
     assert "Set boot device to (DVD-ROM) successfully" in [e["text"] for e in sim.oplog()]
 
@@ -107,14 +100,10 @@ def test_no_selected_button_reads_false(fresh, log_lines):
 
 def test_startup_mode_goes_by_truth(fresh):
     w, sim = fresh
-    w.change_startup_mode("0")  # a non-empty text is true: legacy
-    assert eventually(lambda: boot(sim)[2], "0") == "0"
-    w.change_startup_mode(0)
-    assert eventually(lambda: boot(sim)[2], "1") == "1"
-    w.change_startup_mode()
-    assert eventually(lambda: boot(sim)[2], "0") == "0"
-    w.change_startup_mode(mode=[])
-    assert eventually(lambda: boot(sim)[2], "1") == "1"
+    # A non-empty text is true (legacy, "0"); no argument is true as well.
+    for args, kwargs, mode in ((("0",), {}, "0"), ((0,), {}, "1"), ((), {}, "0"), ((), {"mode": []}, "1")):
+        w.change_startup_mode(*args, **kwargs)
+        assert eventually(lambda: boot(sim)[2], mode) == mode
 
 
 def test_msconfig_from_a_changed_and_an_unchanged_start(fresh, log_lines):
