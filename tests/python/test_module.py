@@ -46,14 +46,10 @@ def test_operations_show_their_doc_and_defaults_in_help():
 
 
 def test_construction_refuses_a_missing_or_wrong_map():
-    with pytest.raises(TypeError):
-        VornaWebWrapper()
-    with pytest.raises(TypeError):
-        VornaWebWrapper(["host"])
-    with pytest.raises(ValueError):
-        VornaWebWrapper({"browser": {"name": "opera"}})
-    with pytest.raises(ValueError):
-        VornaWebWrapper({"browser": {"driver": "remote"}})  # no remote_url
+    for args, kind in (((), TypeError), ((["host"],), TypeError), (({"browser": {"name": "opera"}},), ValueError),
+                       (({"browser": {"driver": "remote"}},), ValueError)):  # the last names no remote_url
+        with pytest.raises(kind):
+            VornaWebWrapper(*args)
 
 
 def test_injection_binds_functions_copies_values_and_skips_double_underscores(monkeypatch):
