@@ -1,7 +1,13 @@
-"""Which browser and driver processes descend from this test process (read from /proc)."""
+"""Which processes, and which browser and driver processes, descend from this test process
+(read from /proc); the local browsers the tests run."""
 import os
 
 BROWSER_NAMES = ("firefox", "firefox-esr", "chromium", "chrome", "chromedriver", "geckodriver")
+# The two local browsers, each through its own driver, as a wrapper's "browser" map names them.
+BROWSERS = {
+    "firefox": {"name": "firefox", "driver": "marionette"},
+    "chromium": {"name": "chromium", "driver": "chromedriver"},
+}
 
 
 def _parent(pid):
@@ -22,20 +28,21 @@ def _name(pid):
         return ""
 
 
+def _below_this_process(pid):
+    me, p, hops = os.getpid(), _parent(pid), 0
+    while p and p > 1 and hops < 64:
+        if p == me:
+            return True
+        p, hops = _parent(p), hops + 1
+    return False
+
+
+def descendants():
+    """Every live process below this one, whatever its name."""
+    return [int(e) for e in os.listdir("/proc") if e.isdigit() and _below_this_process(int(e))]
+
+
 def descendant_browsers():
-    me = os.getpid()
-    found = []
-    for entry in os.listdir("/proc"):
-        if not entry.isdigit():
-            continue
-        pid = int(entry)
-        name = _name(pid)
-        if not any(name.startswith(n[:15]) for n in BROWSER_NAMES):
-            continue
-        p, hops = _parent(pid), 0
-        while p and p > 1 and hops < 64:
-            if p == me:
-                found.append((pid, name))
-                break
-            p, hops = _parent(p), hops + 1
-    return found
+    named = ((int(e), _name(int(e))) for e in os.listdir("/proc") if e.isdigit())
+    return [(pid, name) for pid, name in named
+            if any(name.startswith(n[:15]) for n in BROWSER_NAMES) and _below_this_process(pid)]

@@ -12,13 +12,9 @@ from marlet.exception.webdriverexception import (NoSuchElementException, NoSuchF
 from marlet.utils.gui.web.web_base import By, Keys, Select, WebDriverWait
 from marlet.utils.gui.web.web_base import expected_conditions as EC
 from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
-from tests.python.browsers import descendant_browsers
+from tests.python.browsers import BROWSERS, descendant_browsers
 
 FIXTURES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "fixtures")
-BROWSERS = {
-    "firefox": {"name": "firefox", "driver": "marionette"},
-    "chromium": {"name": "chromium", "driver": "chromedriver"},
-}
 
 
 @pytest.fixture(autouse=True)
@@ -175,7 +171,7 @@ def test_a_collected_wrapper_or_an_exiting_interpreter_leaves_no_browser():
 
     # A harness that exits with a logged-in wrapper still referenced from a global.
     script = ("from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper\n"
-              "from tests.python.browsers import descendant_browsers\n"
+              "from tests.python.browsers import BROWSERS, descendant_browsers\n"
               "KEPT = VornaWebWrapper({}); KEPT.openFirefox(); KEPT.loop = KEPT\n"
               "print(' '.join(str(p) for p, _ in descendant_browsers()), flush=True)\n")
     out = subprocess.run([sys.executable, "-c", script], stdout=subprocess.PIPE, timeout=120,

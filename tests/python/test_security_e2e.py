@@ -13,29 +13,10 @@ import pytest
 from marlet.exception.marlet_exception import MarletException
 from marlet.exception.webloginexception import WebLoginException
 from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
-from tests.python.browsers import _parent
+from tests.python.browsers import BROWSERS, descendants
 from tests.python.console import log_in
 
-BROWSERS = {
-    "firefox": {"name": "firefox", "driver": "marionette"},
-    "chromium": {"name": "chromium", "driver": "chromedriver"},
-}
 PASSWORD = "Admin@9000"  # the simulator's administrator
-
-
-def descendants():
-    """Every live process below this one, whatever its name."""
-    me, found = os.getpid(), []
-    for entry in os.listdir("/proc"):
-        if not entry.isdigit():
-            continue
-        p, hops = _parent(int(entry)), 0
-        while p and p > 1 and hops < 64:
-            if p == me:
-                found.append(int(entry))
-                break
-            p, hops = _parent(p), hops + 1
-    return found
 
 
 def read(path, mode="rb"):
