@@ -55,15 +55,11 @@ def test_the_password_tips_dialog_is_dismissed(log_lines, vorna, vorna_console):
     assert vorna_console.state()["machine"]["login"]["password_tips"] is False
 
 
-def test_a_second_login_on_a_logged_in_browser_fails_at_the_user_field(sim, wrapper):
+def test_a_second_login_fails_at_the_user_field_and_close_and_kill_leave_no_browser_behind(sim, wrapper):
     wrapper.web_login({"bmc": sim.controller()})
     with pytest.raises(TimeoutException):
         wrapper.web_login({"bmc": sim.controller()})
     assert not wrapper.isClosed()  # the failure leaves the browser as it was
-
-
-def test_close_and_kill_leave_no_browser_behind(sim, wrapper):
-    wrapper.web_login({"bmc": sim.controller()})
     assert descendant_browsers() != []
     wrapper.web_close()
     assert wrapper.isClosed() and descendant_browsers() == []
@@ -88,17 +84,14 @@ def test_other_threads_run_while_an_operation_settles(sim, wrapper):
     assert counter.count > 100 * elapsed * 0.2
 
 
-def test_a_screenshot_is_a_png_in_the_screenshot_folder(sim, wrapper, log_lines, tmp_path):
+def test_a_screenshot_and_the_picture_of_a_failure_land_in_the_folder(sim, wrapper, log_lines, tmp_path):
     wrapper.web_login({"bmc": sim.controller()})
     path = wrapper._screenshot()
     assert os.path.dirname(path) == str(tmp_path / "pictures")
     with open(path, "rb") as f:
         assert f.read(8) == b"\x89PNG\r\n\x1a\n"
     assert log_lines.texts()[-1] == "[screenshot] " + path
-
-
-def test_a_failed_operation_leaves_a_picture(sim, wrapper, tmp_path):
-    wrapper.web_login({"bmc": sim.controller()})
+    # A failed operation leaves a picture of its own.
     wrapper.browser.execute_script(
         "var s = document.evaluate('//span[text()=\"Log Out\"]', document, null, 9, null)"
         ".singleNodeValue; s.parentNode.removeChild(s);")
