@@ -1,10 +1,21 @@
 """A console logged in once for a whole test module: most end-to-end tests read or change
 the machine through one login, which saves a browser start and a login per test."""
+import json
+import os
 import time
 
 from marlet.utils.time import set_time_scale
 from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
 from tests.python.pace import TIME_SCALE, roomy_scale
+
+SCENARIOS = os.path.join(os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__)))),
+                         "simulator", "scenarios")
+
+
+def scenario_file(name="default.json"):
+    """A file of the simulator's scenarios as JSON: the default machine unless named."""
+    with open(os.path.join(SCENARIOS, name), encoding="utf-8") as f:
+        return json.load(f)
 
 
 def logged_in_console(simulator, tmp_path_factory, scenario="default"):

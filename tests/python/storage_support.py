@@ -2,23 +2,16 @@
 record, a way to reset the storage in place, and the harness's step that brings the
 console's controller records into the form the storage comparison reads."""
 import copy
-import json
-import os
 
-from tests.python.console import eventually
-
-ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-SCENARIOS = os.path.join(ROOT, "simulator", "scenarios")
+from tests.python.console import eventually, scenario_file
 
 
 def default_storage():
-    with open(os.path.join(SCENARIOS, "default.json"), encoding="utf-8") as f:
-        return json.load(f)["storage"]
+    return scenario_file()["storage"]
 
 
 def os_record():
-    with open(os.path.join(SCENARIOS, "records", "default_os_storage.json"), encoding="utf-8") as f:
-        return json.load(f)
+    return scenario_file("records/default_os_storage.json")
 
 
 def set_storage(sim, storage):

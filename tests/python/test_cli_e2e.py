@@ -4,27 +4,20 @@ import json
 import os
 import re
 import subprocess
-import sys
 
 import pytest
 
 import marlet
 from marlet import cli
 from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
-from tests.python.console import LOGIN_AFTER_CLICK, patch
+from tests.python.console import LOGIN_AFTER_CLICK, patch, scenario_file
 from tests.python.pace import TIME_SCALE, roomy_scale
 
-ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 # <build>/python/marlet is the package under test; <build>/bin/vorna its launcher.
 LAUNCHER = os.path.normpath(os.path.join(os.path.dirname(os.path.abspath(marlet.__file__)), os.pardir, os.pardir,
                                          "bin", "vorna"))
 PASSWORD = "Admin@9000"
 PROGRESS = re.compile(r"^\[(\w+)\] (settle|wait)( \S+)? \d+\.\d s, \d+\.\d s left$")
-
-
-def scenario():
-    with open(os.path.join(ROOT, "simulator", "scenarios", "default.json"), encoding="utf-8") as f:
-        return json.load(f)
 
 
 @pytest.fixture
@@ -63,7 +56,7 @@ def test_a_call_prints_the_result_logs_out_and_shows_its_progress(vorna, sim):
     code, out, err = vorna("call", "web_get_memory_web_info", time_scale=roomy_scale(LOGIN_AFTER_CLICK, real=4.0))
     assert code == 0, err
     modules = json.loads(out)
-    expected = scenario()["inventory"]["memory"]["modules"]
+    expected = scenario_file()["inventory"]["memory"]["modules"]
     assert [m["name"] for m in modules] == [m["Name"] for m in expected]
     assert logins_and_logouts(sim) == (1, 1)
     # Off a terminal: plain progress lines, one per second at most. The only other line
@@ -89,7 +82,7 @@ def test_inventory_gives_every_reader_and_a_failed_one_as_its_error(vorna, sim):
     assert list(document) == cli.inventory_readers()
     assert document["web_get_fan_web_info"] == {"error": "WebElementException",
                                                 "message": "没有获取到风扇信息标签，《风扇标签》:[]"}
-    inventory = scenario()["inventory"]
+    inventory = scenario_file()["inventory"]
     assert document["web_get_main_board_info"]["board_id"] == inventory["mainboard"]["board_id"]
     assert len(document["web_get_memory_web_info"]) == len(inventory["memory"]["modules"])
     assert len(document["web_get_cpu_info_vorna"]) == len(inventory["processors"])

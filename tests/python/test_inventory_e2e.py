@@ -3,27 +3,13 @@ console simulator): each reader's records against what the scenario describes, w
 one, several and no components, the failure paths, and the faults that make the
 console fill its tables late."""
 import copy
-import json
-import os
 import time
 
 import pytest
 
 from marlet.exception.marlet_exception import MarletException
 from marlet.exception.webelementexception import WebElementException
-
-ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-RECORDS = os.path.join(ROOT, "simulator", "scenarios", "records")
-
-
-def default_inventory():
-    with open(os.path.join(ROOT, "simulator", "scenarios", "default.json"), encoding="utf-8") as f:
-        return json.load(f)["inventory"]
-
-
-def record(name):
-    with open(os.path.join(RECORDS, name), encoding="utf-8") as f:
-        return json.load(f)
+from tests.python.console import scenario_file
 
 
 def items(records):
@@ -43,11 +29,11 @@ def inv(console):
         sim.request("POST", "/__sim/machine", {"inventory": inventory})
 
     yield w, sim, patch
-    patch(default_inventory())
+    patch(scenario_file()["inventory"])
     sim.fault({"clear": True})
 
 
-INV = default_inventory()
+INV = scenario_file()["inventory"]
 
 
 # ---- fans, power supplies, mainboard ----
@@ -245,7 +231,7 @@ def test_memory_by_titles_with_and_without_part_numbers(inv, log_lines):
     memory = w.web_get_memory_web_info()
     assert len(memory) == 16
     assert items(memory) == memory_records(modules)
-    w.compare_memory(memory, record("default_os_memory.json"))
+    w.compare_memory(memory, scenario_file("records/default_os_memory.json"))
     patch({"memory": {"part_number": False, "bom_title": "BOM Code", "modules": modules[:1]}})
     log_lines.lines[:] = []
     assert items(w.web_get_memory_web_info()) == memory_records(modules[:1], pn=False)
@@ -368,7 +354,7 @@ def test_a_missing_tab_fails_both_runs_of_the_page_retry(inv):
 
 def test_inventory_then_bench_comparisons(inv, log_lines):
     w, sim, patch = inv
-    bench = record("default_bench.json")
+    bench = scenario_file("records/default_bench.json")
     oplog = sim.oplog()
     w.compare_power(w.web_get_power_web_info(), bench["power"])
     w.compare_pcie(w.web_get_pcie_web_info(), bench["pcie"])

@@ -4,24 +4,15 @@ gets the whole record, and a polling page keeps asking (the module, headless Fir
 the simulator under the realistic profile scaled as the tests' clock is). Every
 operation's records and saves against this profile are the adaptive rerun's
 (scripts/test.sh)."""
-import json
-import os
-
 import pytest
 
 from marlet.utils.time import set_time_scale
 from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
-from tests.python.console import eventually, log_in, patch
+from tests.python.console import eventually, log_in, patch, scenario_file
 from tests.python.pace import TIME_SCALE
 
-ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 FAN_ROWS = '//*[@id="DataTables_Table_0"]/tbody/tr'
 REALISTIC = {"profile": "realistic", "scale": TIME_SCALE}
-
-
-def default_machine():
-    with open(os.path.join(ROOT, "simulator", "scenarios", "default.json"), encoding="utf-8") as f:
-        return json.load(f)
 
 
 @pytest.fixture(scope="module")
@@ -72,7 +63,7 @@ return asked.length ? asked[0].startTime - window.simClickedAt : null;
 
 def test_a_read_without_settle_misses_the_timer_tab_the_reader_gets_it_whole(realistic):
     w, sim = realistic
-    fans = default_machine()["inventory"]["fans"]
+    fans = scenario_file()["inventory"]["fans"]
     b = w.browser
     try:
         open_system_info(b)

@@ -3,8 +3,6 @@ own simulator process on its own loopback address with a different machine. Each
 wrapper must read its own machine only, and every log line a wrapper writes must come
 from its own thread and speak of its own controller."""
 import copy
-import json
-import os
 import threading
 import time
 
@@ -13,10 +11,9 @@ import pytest
 from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
 from marlet.pytest_plugin import start_simulator
 from marlet.utils.time import set_time_scale
-from tests.python.console import patch
+from tests.python.console import patch, scenario_file
 from tests.python.pace import TIME_SCALE
 
-ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 # Two wrappers prove that neither reads nor logs the other's controller as well as more
 # would, at a third less of the run's time.
 THREADS = 2
@@ -59,8 +56,7 @@ def simulators():
 
 
 def test_wrappers_in_threads_read_their_own_controllers(simulators, tmp_path):
-    with open(os.path.join(ROOT, "simulator", "scenarios", "default.json")) as f:
-        base_modules = json.load(f)["inventory"]["memory"]["modules"]
+    base_modules = scenario_file()["inventory"]["memory"]["modules"]
     for i, sim in enumerate(simulators):
         sim.load({"name": "default"})
         patch(sim, machine_for(i, base_modules))
