@@ -13,6 +13,7 @@ from marlet.utils.gui.web.web_base import By, Keys, Select, WebDriverWait
 from marlet.utils.gui.web.web_base import expected_conditions as EC
 from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
 from tests.python.browsers import BROWSERS, descendant_browsers
+from tests.python.threads import CountingThread
 
 FIXTURES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "fixtures")
 
@@ -163,11 +164,17 @@ def test_a_collected_wrapper_or_an_exiting_interpreter_leaves_no_browser():
     import time
     others = set(descendant_browsers())
     w = VornaWebWrapper({})
-    w.openFirefox()
+    assert w.openFirefox().title == ""
     assert set(descendant_browsers()) - others
-    del w
-    gc.collect()
+    with CountingThread() as counter:
+        started = time.time()
+        del w
+        gc.collect()
+        elapsed = time.time() - started
     assert set(descendant_browsers()) - others == set()
+    # Quitting the browser takes a good part of a second; the counter must have moved
+    # while it did (the interpreter lock was let go), not only before and after.
+    assert counter.count > 100 * elapsed * 0.2
 
     # A harness that exits with a logged-in wrapper still referenced from a global.
     script = ("from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper\n"
