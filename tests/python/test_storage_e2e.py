@@ -166,23 +166,16 @@ def test_refused_creations_save_nothing(storage_console):
     before = storage_of(sim)
     operations = len(sim.oplog())
 
-    def back_to_the_top():
-        w.web_switch_page_logout()  # a failed lookup leaves the browser in the content frame
-
-    with pytest.raises(KeyError) as info:
-        w.create_raid_logical_driver({"level": "RAID1", "count": 2})
-    assert info.value.args == ("name",)
-    back_to_the_top()
-    with pytest.raises(TypeError, match="count must be an integer, not str"):
-        w.create_raid_logical_driver({"name": "VD", "level": "RAID1", "count": "2"})
     # A level the list does not offer: the disk lookups run outside the frame and fail.
-    with pytest.raises(MarletException):
-        w.create_raid_logical_driver({"name": "VD", "level": "raid1", "count": 2})
-    back_to_the_top()
     # More disks than are free (two): the third selection is missing.
-    with pytest.raises(MarletException):
-        w.create_raid_logical_driver({"name": "VD", "level": "RAID5", "count": 3})
-    back_to_the_top()
+    for params, kind, match in (({"level": "RAID1", "count": 2}, KeyError, "^'name'$"),
+                                ({"name": "VD", "level": "RAID1", "count": "2"}, TypeError,
+                                 "count must be an integer, not str"),
+                                ({"name": "VD", "level": "raid1", "count": 2}, MarletException, ""),
+                                ({"name": "VD", "level": "RAID5", "count": 3}, MarletException, "")):
+        with pytest.raises(kind, match=match):
+            w.create_raid_logical_driver(params)
+        w.web_switch_page_logout()  # a failed lookup leaves the browser in the content frame
     assert storage_of(sim) == before
     assert len(sim.oplog()) == operations
     # A level that needs more disks than were given: the console itself refuses the save.
