@@ -2,6 +2,8 @@
 (read from /proc); the local browsers the tests run."""
 import os
 
+from tests.python.leaks import _stat_fields
+
 BROWSER_NAMES = ("firefox", "firefox-esr", "chromium", "chrome", "chromedriver", "geckodriver")
 # The two local browsers, each through its own driver, as a wrapper's "browser" map names them.
 BROWSERS = {
@@ -11,13 +13,8 @@ BROWSERS = {
 
 
 def _parent(pid):
-    try:
-        with open("/proc/%d/stat" % pid) as f:
-            data = f.read()
-    except (IOError, OSError):
-        return None
-    # the command name may hold blanks and brackets: fields resume after the last ')'
-    return int(data[data.rindex(")") + 2:].split()[1])
+    fields = _stat_fields(pid)
+    return int(fields[1]) if fields else None
 
 
 def _name(pid):

@@ -2,8 +2,6 @@
 test logs in on its own; the move to a new address runs on a simulator of its own, so the
 shared one stays where it is."""
 import json
-import ssl
-from urllib.request import Request, urlopen
 
 import pytest
 
@@ -11,6 +9,7 @@ from simulator.server import start_server
 
 from tests.python.console import eventually, log_in
 from tests.python.pace import e2e_latency
+from tests.simulator.client import request
 
 OWN_ADDRESS, NEW_ADDRESS = "127.77.0.1", "127.77.0.2"
 
@@ -28,11 +27,8 @@ def ipv4(sim):
 
 
 def answers(url):
-    ctx = ssl.create_default_context()
-    ctx.check_hostname = False
-    ctx.verify_mode = ssl.CERT_NONE
     try:
-        with urlopen(Request(url + "/api/machine"), context=ctx, timeout=5) as r:
+        with request(url, "GET", "/api/machine", timeout=5) as r:
             return json.loads(r.read().decode("utf-8"))["network"]["ipv4"]["address"]
     except OSError:
         return None

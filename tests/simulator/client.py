@@ -6,7 +6,7 @@ import ssl
 from urllib.request import Request, urlopen
 
 
-def request(url, method, path, body=None, cookie=None, raw=None, headers=None):
+def request(url, method, path, body=None, cookie=None, raw=None, headers=None, timeout=10):
     """The open response (a context manager); HTTP errors raise as urllib raises them."""
     h = {"Content-Type": "application/json"}
     if cookie:
@@ -16,7 +16,7 @@ def request(url, method, path, body=None, cookie=None, raw=None, headers=None):
     ctx = ssl.create_default_context()
     ctx.check_hostname = False
     ctx.verify_mode = ssl.CERT_NONE
-    return urlopen(Request(url + path, data=data, method=method, headers=h), context=ctx, timeout=10)
+    return urlopen(Request(url + path, data=data, method=method, headers=h), context=ctx, timeout=timeout)
 
 
 def call(sim, method, path, body=None, cookie=None):
