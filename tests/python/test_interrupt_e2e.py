@@ -41,11 +41,6 @@ def interrupted(call, after=0.3):
         timer.join()
 
 
-def test_a_long_sleep_of_the_process_clock_ends_at_the_interrupt():
-    set_time_scale(1.0)
-    assert interrupted(lambda: sleep(45)) < PROMPT
-
-
 def test_a_settle_is_interrupted_and_the_browser_stays_usable(console):
     w, sim = console
     set_time_scale(1.0)  # the logout first settles 5 real seconds
@@ -69,7 +64,7 @@ def test_an_explicit_wait_and_a_lookup_poll_are_interrupted(console):
     assert w.get_bios_name()
 
 
-def test_other_threads_settles_sleep_on_while_the_main_thread_is_interrupted():
+def test_a_long_sleep_ends_at_the_interrupt_while_other_threads_sleep_on():
     set_time_scale(1.0)
     done = {}
 
