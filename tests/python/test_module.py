@@ -3,6 +3,7 @@ the logger, failure kinds, units and the time scale."""
 import os
 import pydoc
 import re
+import tempfile
 import time
 
 import pytest
@@ -33,6 +34,8 @@ def test_construction_sets_the_attributes_and_keeps_the_harness_objects():
     assert w.timeout == 10 and w.isClosed() and w.browser is None
     bare = VornaWebWrapper({})
     assert bare.host is None and bare.device is None
+    # No download folder given: downloads go to the shared temporary one.
+    assert bare.download_dir == os.path.join(tempfile.gettempdir(), "vorna_downloads")
     assert VornaWebWrapper.modules == ["marlet.wrapper.gui.web.vorna.vornav1.function.home"]
 
 

@@ -151,12 +151,6 @@ def test_a_session_listens_on_loopback_only_and_keeps_secrets_off_its_processes(
     assert [f for f in landed if "operate_log" in f] == []
 
 
-def test_without_a_download_folder_downloads_go_to_the_shared_temporary_one():
-    import tempfile
-    w = VornaWebWrapper({})
-    assert w.download_dir == os.path.join(tempfile.gettempdir(), "vorna_downloads")
-
-
 def test_passwords_stay_out_of_errors_and_pictures(sim, tmp_path):
     pictures = tmp_path / "pictures"
     w = VornaWebWrapper({"browser": {"screenshot_dir": str(pictures)}})
