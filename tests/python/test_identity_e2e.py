@@ -3,7 +3,6 @@ console simulator); every answer is checked against the simulator's own machine.
 import pytest
 
 from marlet.exception.marlet_exception import MarletException
-from marlet.exception.webdriverexception import WebDriverException
 from tests.python.console import patch
 
 INSTALL_AGENT = ("To enable complete software information to be displayed, "
@@ -57,13 +56,3 @@ def test_no_rows_and_no_notice_raise_the_wrapped_failure(console):
     assert str(info.value) == "list index out of range"
     assert isinstance(info.value.__cause__, IndexError)
     w.web_switch_page_logout()  # this path leaves the content frame entered
-
-
-def test_a_missing_version_field_fails_after_the_second_attempt(console):
-    w, sim = console
-    sim.fault({"missing": {"system_info": ["txtCpldVersion"]}})
-    try:
-        with pytest.raises(WebDriverException):
-            w.web_get_firmware_version()
-    finally:
-        sim.fault({"clear": True})
