@@ -36,14 +36,23 @@ def test_login_and_logout_over_https(sim, wrapper, log_lines):
     assert log_lines.texts()[-1].startswith("[logout] Logout success, title: ")
 
 
-def test_wrong_credentials_raise_a_login_failure_and_close_the_browser(sim, wrapper):
+def test_wrong_credentials_raise_a_login_failure_and_close_the_browser(sim, wrapper, tmp_path):
+    secret = "Wr0ng-S3cret"
     with pytest.raises(WebLoginException) as info:
-        wrapper.web_login({"bmc": sim.controller(password="wrong")})
+        wrapper.web_login({"bmc": sim.controller(password=secret)})
     assert str(info.value).startswith("Login Bmc Web Fail!")
     assert isinstance(info.value.__cause__, TimeoutException)
     assert isinstance(info.value, MarletException)
     assert wrapper.isClosed() and wrapper.isLogin is False and wrapper.current_user is None
     assert descendant_browsers() == []
+    # The password is in no error of the chain and in no picture's name.
+    texts, e = [], info.value
+    while e is not None:
+        texts.append(str(e))
+        e = e.__cause__
+    assert secret not in "\n".join(texts)
+    pictures = os.listdir(str(tmp_path / "pictures"))
+    assert pictures and [f for f in pictures if secret in f] == []
 
 
 @pytest.mark.vorna_scenario("password_tips")
