@@ -104,8 +104,7 @@ def test_refused_cap_saves_are_reported_and_change_nothing(console, log_lines):
 def test_restore_policy(console):
     w, sim = console
     patch(sim, {"power": {"restore_policy": "previous"}})
-    assert w.web_set_poweron_strategy({"flag": False}) is True
-    assert eventually(lambda: power(sim)["restore_policy"], "always_on") == "always_on"
-    assert w.web_set_poweron_strategy({"flag": True}) is True
-    assert eventually(lambda: power(sim)["restore_policy"], "previous") == "previous"
+    for flag, policy in ((False, "always_on"), (True, "previous")):
+        assert w.web_set_poweron_strategy({"flag": flag}) is True
+        assert eventually(lambda: power(sim)["restore_policy"], policy) == policy
     assert "Set power restore policy to (previous) successfully" in [e["text"] for e in sim.oplog()]
