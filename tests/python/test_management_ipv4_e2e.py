@@ -2,6 +2,7 @@
 test logs in on its own; the move to a new address runs on a simulator of its own, so the
 shared one stays where it is."""
 import json
+from types import SimpleNamespace
 
 import pytest
 
@@ -12,14 +13,6 @@ from tests.python.pace import e2e_latency
 from tests.simulator.client import request
 
 OWN_ADDRESS, NEW_ADDRESS = "127.77.0.1", "127.77.0.2"
-
-
-class Controller(object):
-    def __init__(self, local_ip, port):
-        self.local_ip = local_ip
-        self.username = "admin"
-        self.password = "Admin@9000"
-        self.extra_port = {"https": port}
 
 
 def ipv4(sim):
@@ -73,7 +66,8 @@ def test_read_refuse_bad_records_and_change_the_gateway(sim, wrapper, log_lines,
 def test_a_new_address_moves_the_console_and_the_next_login_follows(wrapper, log_lines):
     own = start_server(address=OWN_ADDRESS, port=0, https=True, latency=e2e_latency())
     try:
-        bmc = Controller(OWN_ADDRESS, own.port)
+        bmc = SimpleNamespace(local_ip=OWN_ADDRESS, username="admin", password="Admin@9000",
+                              extra_port={"https": own.port})
         assert log_in(wrapper, {"bmc": bmc}) is True
         record = wrapper.get_manage_ipv4()
         assert record["ipv4_address"] == OWN_ADDRESS
