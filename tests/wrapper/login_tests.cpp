@@ -4,15 +4,6 @@
 
 using marlet::Json;
 
-namespace {
-std::vector<std::string> info_lines(const marlet::RecordingLogger& log) {
-  std::vector<std::string> out;
-  for (const auto& l : log.lines)
-    if (l.level == marlet::LogLevel::Info) out.push_back(l.text);
-  return out;
-}
-}  // namespace
-
 using LoginTests = WrapperTest;
 
 TEST_F(LoginTests, EmptyZeroAndNullTakeTheDefaultsAndTheLinesComeInOrder) {
@@ -22,7 +13,7 @@ TEST_F(LoginTests, EmptyZeroAndNullTakeTheDefaultsAndTheLinesComeInOrder) {
                            {"password", nullptr},
                            {"web_port", 0},
                            {"web_protocol", ""}}));
-  EXPECT_EQ(info_lines(*log), (std::vector<std::string>{
+  EXPECT_EQ(lines_at(marlet::LogLevel::Info), (std::vector<std::string>{
                                   "[login] Login BMC Web ...",
                                   "[login] ipv4_address: 10.1.1.5",
                                   "[login] username: admin",
@@ -146,7 +137,7 @@ TEST_F(LoginTests, LogoutClicksByScriptWaitsForTheLoginFormAndClearsTheLogin) {
   EXPECT_EQ(fb->events, (std::vector<std::string>{R"(script click xpath://span[text()="Log Out"])"}));
   EXPECT_FALSE(w.isLogin);
   EXPECT_FALSE(w.isClosed()) << "logout leaves the browser on the login page";
-  auto lines = info_lines(*log);
+  auto lines = lines_at(marlet::LogLevel::Info);
   EXPECT_EQ(lines.front(), "[logout] Logout BMC Web ...");
   EXPECT_EQ(lines.back(), "[logout] Logout success, title: Vorna Console");
 }
@@ -217,5 +208,5 @@ TEST_F(LoginTests, ALogoutWhoseLoginFormNeverShowsRaisesAndKeepsTheLogin) {
   fb->add(R"(xpath://span[text()="Log Out"])");
   EXPECT_THROW(w.web_logout(), webdriver::TimeoutException);
   EXPECT_TRUE(w.isLogin);
-  for (const auto& l : info_lines(*log)) EXPECT_EQ(l.find("Logout success"), std::string::npos) << l;
+  for (const auto& l : lines_at(marlet::LogLevel::Info)) EXPECT_EQ(l.find("Logout success"), std::string::npos) << l;
 }
