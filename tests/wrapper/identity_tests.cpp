@@ -18,7 +18,6 @@ constexpr const char* kInstallAgent =
 class IdentityTests : public WrapperTest {
  protected:
   void SetUp() override { logged_in(); }
-  long count(const std::string& event) const { return std::count(fb->events.begin(), fb->events.end(), event); }
 };
 
 TEST_F(IdentityTests, SummaryFieldsAndTheOverviewsBiosName) {

@@ -283,7 +283,8 @@ TEST_F(EventLogTests, BadTimesAndArgumentsFailTyped) {
   fb->events.clear();
   for (const Json& bad : {Json("1700000000"), Json(nullptr), Json::array()}) {
     EXPECT_THAT([&] { check_keyword_in_system_log(w, {"x"}, bad); },
-                ThrowsMessage<marlet::TypeError>(HasSubstr("check_time")));
+                ThrowsMessage<marlet::TypeError>(HasSubstr("check_time")))
+        << bad.dump();
   }
   EXPECT_THROW(check_keyword_in_system_log(w, "Fan", 0), marlet::TypeError);
   EXPECT_THROW(check_keyword_in_system_log(w, {"Fan", 1}, 0), marlet::TypeError);

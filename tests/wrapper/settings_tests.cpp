@@ -65,7 +65,8 @@ TEST_F(LdapTests, EnterSelectsTheControllersTabAndStaysInTheFrame) {
   // Values that name no tab are refused before the menu is touched.
   reset();
   for (const Json& bad : {Json(nullptr), Json(true), Json::array({1}), Json(1.5)})
-    EXPECT_THAT([&] { enter_ldap_config(w, bad); }, ThrowsMessage<marlet::TypeError>(HasSubstr("ldap_controller_id")));
+    EXPECT_THAT([&] { enter_ldap_config(w, bad); }, ThrowsMessage<marlet::TypeError>(HasSubstr("ldap_controller_id")))
+        << bad.dump();
   EXPECT_TRUE(fb->events.empty());
 }
 
@@ -301,7 +302,8 @@ TEST_F(TimeZoneTests, OnlyTheExactTextsGetAndSetAreMethods) {
   for (const Json& method : {Json("get"), Json("set"), Json("Get"), Json("SET "), Json(1), Json(nullptr)}) {
     reset();
     EXPECT_THAT([&] { bmc_time_zone(w, method, "Europe", "London (GMT+00:00)"); },
-                ThrowsMessage<marlet::MarletException>("[bmcTimeZone] only support GET/SET, please check the input"));
+                ThrowsMessage<marlet::MarletException>("[bmcTimeZone] only support GET/SET, please check the input"))
+        << method.dump();
     // Raised after the page was opened, inside its frame.
     EXPECT_EQ(fb->events.back(), "frame id:rightMid") << method.dump();
     EXPECT_EQ(log->texts(), Events{"[bmcTimeZone] start..."});

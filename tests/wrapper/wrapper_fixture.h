@@ -52,9 +52,8 @@ class WrapperTest : public ::testing::Test {
   void menu(std::initializer_list<const char*> ids) {
     for (auto id : ids) fb->add(std::string("id:") + id);
   }
-  bool has(const std::string& event) const {
-    return std::find(fb->events.begin(), fb->events.end(), event) != fb->events.end();
-  }
+  bool has(const std::string& event) const { return count(event) > 0; }
+  long count(const std::string& event) const { return std::count(fb->events.begin(), fb->events.end(), event); }
   // The texts of the log lines at `level`.
   std::vector<std::string> lines_at(marlet::LogLevel level) const {
     std::vector<std::string> out;
