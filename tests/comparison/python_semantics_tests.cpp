@@ -1,4 +1,5 @@
 // The Python helpers the comparisons added to the platform: `in`, int() of a float, upper().
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -8,6 +9,7 @@
 
 namespace py = marlet::py;
 using marlet::Json;
+using ::testing::ThrowsMessage;
 
 TEST(PythonSemantics, InFollowsPythonForEachKindOfContainer) {
   struct Case {
@@ -29,14 +31,7 @@ TEST(PythonSemantics, InFollowsPythonForEachKindOfContainer) {
       {nullptr, "abc", "'in <string>' requires string as left operand, not NoneType"},
       {Json::array(), {{"k", 1}}, "unhashable type: 'list'"},
   };
-  for (const auto& b : bad) {
-    try {
-      py::in(b.needle, b.haystack);
-      ADD_FAILURE() << b.message;
-    } catch (const marlet::TypeError& e) {
-      EXPECT_STREQ(e.what(), b.message);
-    }
-  }
+  for (const auto& b : bad) EXPECT_THAT([&] { py::in(b.needle, b.haystack); }, ThrowsMessage<marlet::TypeError>(b.message));
 }
 
 TEST(PythonSemantics, IntOfFloatTruncatesTowardsZeroOrRefuses) {
@@ -50,14 +45,7 @@ TEST(PythonSemantics, IntOfFloatTruncatesTowardsZeroOrRefuses) {
   } bad[] = {{NAN, "cannot convert float NaN to integer"},
              {INFINITY, "cannot convert float infinity to integer"},
              {1e19, "int() value out of range: 1e+19"}};
-  for (const auto& b : bad) {
-    try {
-      py::int_of_float(b.value);
-      ADD_FAILURE() << b.message;
-    } catch (const marlet::ValueError& e) {
-      EXPECT_STREQ(e.what(), b.message);
-    }
-  }
+  for (const auto& b : bad) EXPECT_THAT([&] { py::int_of_float(b.value); }, ThrowsMessage<marlet::ValueError>(b.message));
 }
 
 TEST(PythonSemantics, UpperMatchesPythonOnTheScriptsItKnows) {

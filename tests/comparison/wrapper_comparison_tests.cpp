@@ -1,4 +1,5 @@
 // The comparisons on the wrapper: same results, the wrapper's own logger.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "marlet/exception/exceptions.h"
@@ -27,12 +28,5 @@ TEST(WrapperComparisons, RunTheComparisonsWithTheWrappersLogger) {
       {"raid", [&] { compare_raid(w, Json::array(), Json::object()); }, "web获取Raid卡信息失败"},
       {"memory", [&] { compare_memory(w, Json::array(), Json::object()); }, "web获取内存信息失败:[]"},
   };
-  for (const auto& c : cases) {
-    try {
-      c.call();
-      ADD_FAILURE() << c.name;
-    } catch (const marlet::WebElementException& e) {
-      EXPECT_STREQ(e.what(), c.message) << c.name;
-    }
-  }
+  for (const auto& c : cases) EXPECT_THAT(c.call, testing::ThrowsMessage<marlet::WebElementException>(c.message)) << c.name;
 }

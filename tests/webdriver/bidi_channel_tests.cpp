@@ -3,6 +3,7 @@
 // subscribers in order on the channel's thread, and every way a channel ends (a cut, a
 // close from either side, a time-out) failing the waiting commands at once.
 #include <dirent.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <future>
@@ -19,6 +20,8 @@ using namespace webdriver;
 using webdriver::testing::WsFixtureServer;
 using namespace std::chrono_literals;
 using SteadyClock = std::chrono::steady_clock;
+using ::testing::Property;
+using ::testing::Throws;
 
 namespace {
 
@@ -57,19 +60,11 @@ TEST(BidiChannelTests, AnswersMatchTheirCommandsAndErrorsKeepTheirCode) {
     asks.push_back(std::async(std::launch::async, [&, i] { return channel->command("echo", {{"i", i}}); }));
   for (int i = 0; i < 8; ++i) EXPECT_EQ(asks[i].get(), Json({{"i", i}}));
 
-  try {
-    channel->command("fail", {{"error", "invalid argument"}});
-    FAIL() << "no error";
-  } catch (const InvalidArgumentException& e) {
-    EXPECT_EQ(e.error_code(), "invalid argument");
-    EXPECT_NE(std::string(e.what()).find("refused"), std::string::npos);
-  }
-  try {
-    channel->command("fail", {{"error", "no such intercept"}});
-    FAIL() << "no error";
-  } catch (const WebDriverException& e) {
-    EXPECT_EQ(e.error_code(), "no such intercept");
-  }
+  EXPECT_THAT([&] { channel->command("fail", {{"error", "invalid argument"}}); },
+              Throws<InvalidArgumentException>(::testing::AllOf(Property(&WebDriverException::error_code, "invalid argument"),
+                                                                Property(&std::exception::what, ::testing::HasSubstr("refused")))));
+  EXPECT_THAT([&] { channel->command("fail", {{"error", "no such intercept"}}); },
+              Throws<WebDriverException>(Property(&WebDriverException::error_code, "no such intercept")));
   EXPECT_THROW(channel->command("silent", Json::object(), 200ms), TimeoutException);
   EXPECT_TRUE(channel->connected()) << "a command that times out leaves the channel as it is";
   EXPECT_EQ(channel->command("echo", {{"after", true}}), Json({{"after", true}}));

@@ -3,6 +3,7 @@
 // against Firefox through its own remote protocol and Chromium through chromedriver.
 #pragma once
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
 

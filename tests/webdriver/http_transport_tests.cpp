@@ -1,6 +1,7 @@
 // The HTTP transport against a scripted local server: W3C error bodies, broken replies,
 // a driver that is gone or silent, and one kept-alive connection for many commands.
 #include <arpa/inet.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <poll.h>
@@ -25,6 +26,9 @@
 
 using namespace webdriver;
 using std::chrono::milliseconds;
+using ::testing::Property;
+using ::testing::Throws;
+using ::testing::ThrowsMessage;
 
 namespace {
 
@@ -74,20 +78,12 @@ class ScriptedHttpServer {
       ++connections_;
       std::string in;
       while (true) {
-        size_t end = in.find("\r\n\r\n");
-        if (end == std::string::npos) {
-          char buf[4096];
-          if (!readable(c)) break;
-          ssize_t n = ::recv(c, buf, sizeof buf, 0);
-          if (n <= 0) break;
-          in.append(buf, n);
-          continue;
-        }
+        // Reads on until the head and the body its Content-Length announces are in.
+        size_t end = in.find("\r\n\r\n"), length = 0;
         std::string head = in.substr(0, end);
-        size_t length = 0;
         auto cl = head.find("Content-Length: ");
-        if (cl != std::string::npos) length = std::stoul(head.substr(cl + 16));
-        if (in.size() < end + 4 + length) {
+        if (end != std::string::npos && cl != std::string::npos) length = std::stoul(head.substr(cl + 16));
+        if (end == std::string::npos || in.size() < end + 4 + length) {
           char buf[4096];
           if (!readable(c)) break;
           ssize_t n = ::recv(c, buf, sizeof buf, 0);
@@ -170,20 +166,12 @@ TEST(HttpTransportTests, ErrorBodiesBecomeTypedErrors) {
                              {502, "<html>bad gateway</html>"},
                              {200, R"({"value":{"capabilities":{}}})"}});
   HttpTransport t(server.url(), milliseconds(5000));
-  try {
-    t.execute("WebDriver:FindElement", {{"using", "xpath"}, {"value", "//x"}});
-    FAIL();
-  } catch (const NoSuchElementException& e) {
-    EXPECT_STREQ(e.what(), "gone");
-  }
+  EXPECT_THAT([&] { t.execute("WebDriver:FindElement", {{"using", "xpath"}, {"value", "//x"}}); },
+              ThrowsMessage<NoSuchElementException>("gone"));
   EXPECT_THROW(t.execute("WebDriver:NewSession", Json::object()), SessionNotCreatedException);
-  try {
-    t.execute("WebDriver:GetTitle", Json::object());
-    FAIL();
-  } catch (const WebDriverException& e) {
-    EXPECT_EQ(e.error_code(), "unknown error");
-    EXPECT_NE(std::string(e.what()).find("HTTP 500"), std::string::npos);
-  }
+  EXPECT_THAT([&] { t.execute("WebDriver:GetTitle", Json::object()); },
+              Throws<WebDriverException>(::testing::AllOf(Property(&WebDriverException::error_code, "unknown error"),
+                                                          Property(&std::exception::what, ::testing::HasSubstr("HTTP 500")))));
   EXPECT_THROW(t.execute("WebDriver:GetTitle", Json::object()), StaleElementReferenceException);
   EXPECT_EQ(t.execute("WebDriver:ExecuteScript", {{"script", "return x"}, {"args", Json::array()}}),
             (Json{{"error", "x"}, {"message", "a script's own map"}}))
@@ -204,12 +192,8 @@ TEST(HttpTransportTests, AGoneOrSilentDriverFailsWithinTheBound) {
   ScriptedHttpServer server({{0, "SILENT"}, {0, "CLOSE"}});
   HttpTransport t(server.url(), milliseconds(300));
   auto started = std::chrono::steady_clock::now();
-  try {
-    t.execute("WebDriver:GetTitle", Json::object());
-    FAIL();
-  } catch (const ConnectionException& e) {
-    EXPECT_EQ(e.error_code(), "timeout");
-  }
+  EXPECT_THAT([&] { t.execute("WebDriver:GetTitle", Json::object()); },
+              Throws<ConnectionException>(Property(&WebDriverException::error_code, "timeout")));
   EXPECT_LT(std::chrono::steady_clock::now() - started, milliseconds(3000));
   EXPECT_THROW(t.execute("WebDriver:GetTitle", Json::object()), ConnectionException);
 }

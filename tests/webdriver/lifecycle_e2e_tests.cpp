@@ -138,12 +138,9 @@ TEST(DriverFaultTest, ADriverThatRefusesTheSessionLeavesNothing) {
   LaunchOptions o = ChromiumDriver::options();
   o.binary = "/bin/false";  // chromedriver starts it, sees it exit and refuses the session
   auto started = SteadyClock::now();
-  try {
-    launch(o);
-    FAIL() << "a session without a browser";
-  } catch (const SessionNotCreatedException& e) {
-    EXPECT_EQ(e.error_code(), "session not created");
-  }
+  EXPECT_THAT([&] { launch(o); },
+              ::testing::Throws<SessionNotCreatedException>(
+                  ::testing::Property(&WebDriverException::error_code, "session not created")));
   EXPECT_LT(SteadyClock::now() - started, seconds(70));
   EXPECT_TRUE(children_named("chromedriver").empty());
 }

@@ -1,4 +1,5 @@
 // Framing, encoding, decoding and error mapping, against scripted byte streams.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <deque>
@@ -10,6 +11,7 @@
 #include "webdriver/errors.h"
 
 using namespace webdriver;
+using ::testing::Property;
 
 namespace {
 
@@ -108,13 +110,10 @@ TEST(MarionetteTransportTests, SkipsRepliesToOtherIdsAndMapsErrors) {
   auto t = transport({reply(7, nullptr, {{"value", "late"}}), reply(1, nullptr, {{"value", "mine"}}),
                       reply(2, {{"error", "no such element"}, {"message", "Unable to locate element: #x"}}, nullptr)});
   EXPECT_EQ(t->execute("WebDriver:GetTitle", Json::object()), "mine");
-  try {
-    t->execute("WebDriver:FindElement", Json::object());
-    FAIL();
-  } catch (const NoSuchElementException& e) {
-    EXPECT_STREQ(e.what(), "Unable to locate element: #x");
-    EXPECT_EQ(e.error_code(), "no such element");
-  }
+  EXPECT_THAT([&] { t->execute("WebDriver:FindElement", Json::object()); },
+              ::testing::Throws<NoSuchElementException>(
+                  ::testing::AllOf(Property(&std::exception::what, ::testing::StrEq("Unable to locate element: #x")),
+                                   Property(&WebDriverException::error_code, "no such element"))));
 }
 
 TEST(MarionetteTransportTests, ADeadPeerOrBrokenReplyLeavesATypedErrorAndAClosedTransport) {

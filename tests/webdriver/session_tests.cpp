@@ -1,5 +1,6 @@
 // Session, Element and Select on a recording transport: what goes on the wire for each
 // call, how replies become values, and Selenium's Select algorithm step by step.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -10,6 +11,7 @@
 #include "webdriver/support/select.h"
 
 using namespace webdriver;
+using ::testing::ThrowsMessage;
 
 namespace {
 
@@ -157,12 +159,7 @@ TEST(SessionTests, FramesByNameAreFoundByIdThenByName) {
   EXPECT_EQ(calls[2].params["value"], "[name=\"rightMid\"]");
   EXPECT_EQ(calls[3].command, "WebDriver:SwitchToFrame");
   EXPECT_EQ(calls[3].params, (Json{{"element", "f"}}));
-  try {
-    s->switch_to_frame("nowhere");
-    FAIL();
-  } catch (const NoSuchFrameException& e) {
-    EXPECT_STREQ(e.what(), "nowhere");  // as Selenium raises it
-  }
+  EXPECT_THAT([&] { s->switch_to_frame("nowhere"); }, ThrowsMessage<NoSuchFrameException>("nowhere"));  // as Selenium raises it
   s->switch_to_default_content();
   EXPECT_EQ(calls.back().params, (Json{{"id", nullptr}}));
 }
@@ -278,12 +275,8 @@ TEST(SelectTests, VisibleTextMatchesNormalizedFirstThenWholeTextOfLongestWordCan
   EXPECT_FALSE(fake.options[3].selected) << "contains the word, differs as a whole";
   EXPECT_FALSE(fake.options[1].selected) << "a single select keeps one";
 
-  try {
-    select.select_by_visible_text("Gamma Delta");
-    FAIL();
-  } catch (const NoSuchElementException& e) {
-    EXPECT_STREQ(e.what(), "Could not locate element with visible text: Gamma Delta");
-  }
+  EXPECT_THAT([&] { select.select_by_visible_text("Gamma Delta"); },
+              ThrowsMessage<NoSuchElementException>("Could not locate element with visible text: Gamma Delta"));
   // Without a blank there is no second try.
   fake.lookups.clear();
   EXPECT_THROW(select.select_by_visible_text("Gam"), NoSuchElementException);
@@ -321,12 +314,8 @@ TEST(SelectTests, MultipleSelectsTakeEveryMatchValuesAndIndexes) {
   select.select_by_value("a\"b");
   EXPECT_EQ(fake.lookups.back(), "option[value=\"a\\\"b\"]");
   EXPECT_TRUE(fake.options[2].selected);
-  try {
-    select.select_by_value("9");
-    FAIL();
-  } catch (const NoSuchElementException& e) {
-    EXPECT_STREQ(e.what(), "Cannot locate option with value: 9");
-  }
+  EXPECT_THAT([&] { select.select_by_value("9"); },
+              ThrowsMessage<NoSuchElementException>("Cannot locate option with value: 9"));
 }
 
 TEST(SelectTests, OnlyWrapsSelectElements) {

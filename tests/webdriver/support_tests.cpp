@@ -1,4 +1,5 @@
 // Locators and the wait loop, on a scripted transport and a fake clock.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -11,6 +12,7 @@
 #include "webdriver/support/wait.h"
 
 using namespace webdriver;
+using ::testing::ThrowsMessage;
 
 namespace {
 
@@ -95,12 +97,8 @@ TEST(WaitTests, OnlyAMissingElementCountsAsNotYet) {
   EXPECT_TRUE(clock.sleeps().empty()) << "no retry of other failures";
   // The title never matches: until_not holds at once; until runs out with the message.
   EXPECT_TRUE(wait.until_not(expected_conditions::title_is("never")));
-  try {
-    wait.until(expected_conditions::title_contains("never"), "no title");
-    FAIL();
-  } catch (const TimeoutException& e) {
-    EXPECT_STREQ(e.what(), "no title");
-  }
+  EXPECT_THAT([&] { wait.until(expected_conditions::title_contains("never"), "no title"); },
+              ThrowsMessage<TimeoutException>("no title"));
 }
 
 TEST(WaitTests, WaitsThatCouldNeverEndAreRefusedBeforeTheFirstCheck) {
@@ -117,11 +115,8 @@ TEST(WaitTests, WaitsThatCouldNeverEndAreRefusedBeforeTheFirstCheck) {
   for (double poll : {inf, std::nan(""), 1e300})
     EXPECT_THROW(WebDriverWait(session, 5, poll), InvalidArgumentException) << poll;
   EXPECT_EQ(finds, 0);
-  try {
-    WebDriverWait(session, inf, 1);
-  } catch (const InvalidArgumentException& e) {
-    EXPECT_STREQ(e.what(), "timeout must be a finite number of seconds up to 9.2e+09, not inf");
-  }
+  EXPECT_THAT([&] { WebDriverWait(session, inf, 1); },
+              ThrowsMessage<InvalidArgumentException>("timeout must be a finite number of seconds up to 9.2e+09, not inf"));
   // The longest wait still runs, and a poll of zero or less keeps Selenium's half second.
   WebDriverWait longest(session, kLongestWaitSeconds, 0);
   WebDriverWait expired(session, -1, -3);

@@ -16,12 +16,8 @@ class ElementLayerTests : public WrapperTest {
 };
 
 TEST_F(ElementLayerTests, AMissingElementIsRetriedThenRaisesNamingTheLocator) {
-  try {
-    w.locateElementById("nowhere", {.retry = 3, .delay = 2});
-    FAIL();
-  } catch (const webdriver::NoSuchElementException& e) {
-    EXPECT_NE(std::string(e.what()).find("id=nowhere"), std::string::npos) << e.what();
-  }
+  EXPECT_THAT([&] { w.locateElementById("nowhere", {.retry = 3, .delay = 2}); },
+              ThrowsMessage<webdriver::NoSuchElementException>(HasSubstr("id=nowhere")));
   // Each attempt polls for presence up to `timeout`; attempts are `delay` apart.
   auto sleeps = clock.sleeps();
   EXPECT_EQ(std::count(sleeps.begin(), sleeps.end(), 2.0), 2);

@@ -89,8 +89,6 @@ TEST_F(FirmwareTests, BothSuccessTestsOnTheSameResultTexts) {
 TEST_F(FirmwareTests, SetFirmwareUpgradeWaitsForTheRingInTheTopDocumentAndLeavesTheFrame) {
   Scratch s;
   std::string image = s.file("fw.bin");
-  clock.clear();
-  fb->events.clear();
   EXPECT_TRUE(set_firmware_upgrade(w, image));
   EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:menu_SYSTEM_MANAGE", "click id:menu_FIRM_UPGRADE",
                                                   "frame id:rightMid", "keys id:file_upload " + image,
@@ -188,12 +186,7 @@ TEST_F(FirmwareTests, APathThatExistsButCannotBeUploadedFailsAtTheUploadNamingIt
   const std::string folder = s.dir.string();
   auto fails_at_upload = [&](auto call, const char* input) {
     fb->events.clear();
-    try {
-      call();
-      ADD_FAILURE() << "a folder was uploaded";
-    } catch (const webdriver::InvalidArgumentException& e) {
-      EXPECT_NE(std::string(e.what()).find(folder), std::string::npos) << e.what();
-    }
+    EXPECT_THAT(call, ThrowsMessage<webdriver::InvalidArgumentException>(HasSubstr(folder)));
     EXPECT_EQ(fb->events.back(), std::string("frame id:rightMid")) << "the page was opened, the upload failed";
     EXPECT_EQ(fb->find(input)->value, "");
   };
@@ -299,22 +292,13 @@ class RemoteDownloadTests : public ::testing::Test {
 TEST_F(RemoteDownloadTests, ANodeWithoutManagedDownloadsIsRefusedBeforeTouchingTheConsole) {
   open(false);
   std::string old = s.file("dump_info.tar.gz", "old");
-  try {
-    set_info_collection(w, 600);
-    ADD_FAILURE() << "a collection on a remote browser must fail";
-  } catch (const webdriver::RemoteFileException& e) {
-    EXPECT_EQ(std::string(e.what()),
-              "set_info_collection: the browser runs on a Selenium Grid node (http://127.0.0.1:4444) that does not "
-              "offer managed downloads, so dump_info.tar.gz would stay there; start the node with "
-              "--enable-managed-downloads true, or run downloads with a local browser");
-  }
+  EXPECT_THAT([&] { set_info_collection(w, 600); },
+              ThrowsMessage<webdriver::RemoteFileException>(
+                  "set_info_collection: the browser runs on a Selenium Grid node (http://127.0.0.1:4444) that does not "
+                  "offer managed downloads, so dump_info.tar.gz would stay there; start the node with "
+                  "--enable-managed-downloads true, or run downloads with a local browser"));
   EXPECT_TRUE(fs::exists(old)) << "nothing is removed for a download that cannot happen";
-  try {
-    web_export_bmc_log(w);
-    ADD_FAILURE() << "an export on a remote browser must fail";
-  } catch (const webdriver::RemoteFileException& e) {
-    EXPECT_NE(std::string(e.what()).find("operate_log.csv"), std::string::npos) << e.what();
-  }
+  EXPECT_THAT([&] { web_export_bmc_log(w); }, ThrowsMessage<webdriver::RemoteFileException>(HasSubstr("operate_log.csv")));
   EXPECT_TRUE(fb->events.empty());
   EXPECT_TRUE(clock.sleeps().empty());
   EXPECT_TRUE(log->texts().empty());
@@ -349,14 +333,10 @@ TEST_F(RemoteDownloadTests, TheNewFinishedFileIsFetchedIntoTheDownloadFolder) {
   // An export whose file never appears fails once the wait is over, naming the node.
   listings = {{"operate_log.csv", "dump_info.tar.gz"}};
   clock.clear();
-  try {
-    web_export_bmc_log(w);
-    ADD_FAILURE() << "an export whose file never arrives must fail";
-  } catch (const webdriver::RemoteFileException& e) {
-    EXPECT_EQ(std::string(e.what()),
-              "web_export_bmc_log: no new download appeared on the Selenium Grid node (http://127.0.0.1:4444) within "
-              "300.0 seconds");
-  }
+  EXPECT_THAT([&] { web_export_bmc_log(w); },
+              ThrowsMessage<webdriver::RemoteFileException>(
+                  "web_export_bmc_log: no new download appeared on the Selenium Grid node (http://127.0.0.1:4444) "
+                  "within 300.0 seconds"));
   EXPECT_EQ(clock.sleeps().size(), 2 + 300u) << "two page settles, then a poll each second";
 }
 

@@ -18,10 +18,6 @@ constexpr const char* kInstallAgent =
 class IdentityTests : public WrapperTest {
  protected:
   void SetUp() override { logged_in(); }
-  void menu(std::initializer_list<const char*> ids) {
-    for (auto id : ids) fb->add(std::string("id:") + id);
-  }
-  long count(const std::string& event) const { return std::count(fb->events.begin(), fb->events.end(), event); }
 };
 
 TEST_F(IdentityTests, SummaryFieldsAndTheOverviewsBiosName) {
@@ -101,12 +97,7 @@ class SoftwareInfoTests : public IdentityTests {
     if (value) fb->add("@" + r.uuid + " xpath:./td[2]/span").text = value;
   }
   void notice(const char* text) { fb->add(kNotice).text = text; }
-  std::vector<std::string> errors() const {
-    std::vector<std::string> out;
-    for (const auto& l : log->lines)
-      if (l.level == marlet::LogLevel::Error) out.push_back(l.text);
-    return out;
-  }
+  std::vector<std::string> errors() const { return lines_at(marlet::LogLevel::Error); }
 };
 
 TEST_F(SoftwareInfoTests, AReportingAgentGivesAMapInTableOrder) {

@@ -22,11 +22,9 @@ class InventoryTest : public WrapperTest {
  protected:
   void SetUp() override {
     logged_in();
-    for (auto id : {"menu_INFO", "menu_SYSTEM_INFO", "menu_POWER_ENERGY", "menu_SAVE_SETUP", "tabFan", "tabPower",
-                    "tabOther", "tabProcess", "tabMemory", "tabCard"})
-      fb->add(std::string("id:") + id);
+    menu({"menu_INFO", "menu_SYSTEM_INFO", "menu_POWER_ENERGY", "menu_SAVE_SETUP", "tabFan", "tabPower", "tabOther",
+          "tabProcess", "tabMemory", "tabCard"});
   }
-  long count(const std::string& event) const { return std::count(fb->events.begin(), fb->events.end(), event); }
   // One row of the list `key`, its cells "./td[1]".. given in order.
   fake::FakeElement& row(const std::string& key, const std::vector<std::string>& cells) {
     auto& r = fb->add(key, /*also=*/true);

@@ -12,7 +12,7 @@ class ManagementIpv4Tests : public WrapperTest {
  protected:
   void SetUp() override {
     logged_in();
-    for (auto id : {"menu_CONFIGURATION", "menu_NETWORK", "saveIPV4Set", "btnDialogOK"}) fb->add(std::string("id:") + id);
+    menu({"menu_CONFIGURATION", "menu_NETWORK", "saveIPV4Set", "btnDialogOK"});
     for (auto [id, value] : {std::pair{"ipv4_ip", "10.1.1.5"}, {"ipv4_mask", "255.255.255.0"},
                              {"ipv4_gateway", "10.1.1.254"}}) {
       auto& field = fb->add(std::string("id:") + id);
@@ -70,14 +70,8 @@ TEST_F(ManagementIpv4Tests, ARecordReadCanGoBackUnchanged) {
 
 TEST_F(ManagementIpv4Tests, ABadRecordIsRefusedBeforeTheLogLineAndThePage) {
   auto refused_untouched = [this](const Json& params, auto kind, const std::string& what) {
-    fb->events.clear();
-    log->lines.clear();
-    try {
-      _mod_manage_ipv4(w, params);
-      ADD_FAILURE() << "accepted " << params.dump();
-    } catch (const decltype(kind)& e) {
-      EXPECT_EQ(std::string(e.what()), what);
-    }
+    reset();
+    EXPECT_THAT([&] { _mod_manage_ipv4(w, params); }, ThrowsMessage<decltype(kind)>(what)) << params.dump();
     EXPECT_TRUE(fb->events.empty()) << params.dump();
     EXPECT_TRUE(log->lines.empty()) << params.dump();
     EXPECT_FALSE(w.isClosed());

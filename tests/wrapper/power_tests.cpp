@@ -13,15 +13,7 @@ namespace {
 class PowerTests : public WrapperTest {
  protected:
   void SetUp() override { logged_in(); }
-  void menu(std::initializer_list<const char*> ids) {
-    for (auto id : ids) fb->add(std::string("id:") + id);
-  }
-  std::vector<std::string> errors() const {
-    std::vector<std::string> out;
-    for (const auto& l : log->lines)
-      if (l.level == marlet::LogLevel::Error) out.push_back(l.text);
-    return out;
-  }
+  std::vector<std::string> errors() const { return lines_at(marlet::LogLevel::Error); }
 };
 
 TEST_F(PowerTests, StatusTestsOnBeforeOffCaseSensitively) {
@@ -70,9 +62,7 @@ TEST_F(PowerTests, ControllerRestartIsConfirmedOnlyByTheTextY) {
                                                   {Json{{"option", "y"}}, "btnDialogCancle"},
                                                   {Json::object(), "btnDialogCancle"}};
   for (const auto& [params, button] : answers) {
-    fb->events.clear();
-    log->lines.clear();
-    clock.clear();
+    reset();
     web_set_bmc_reboot(w, params);
     EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:menu_SYSTEM_MANAGE", "click id:menu_FIRM_UPGRADE",
                                                     "frame id:rightMid", R"(click xpath://*[@id="restartPme"]/p)",
@@ -119,9 +109,7 @@ class PowerCapTests : public PowerTests {
 TEST_F(PowerCapTests, AZeroOrMissingValueTouchesNothingAfterTheUnits) {
   for (const Json& params : {Json{{"enbale", true}, {"value", 0}}, Json{{"enbale", true}, {"value", 0.0}},
                              Json{{"enbale", true}, {"value", nullptr}}, Json{{"enbale", true}}}) {
-    fb->events.clear();
-    log->lines.clear();
-    clock.clear();
+    reset();
     EXPECT_FALSE(web_set_power_cap(w, params)) << params.dump();
     EXPECT_EQ(after_units(), std::vector<std::string>{"default content"});
     EXPECT_EQ(errors(), std::vector<std::string>{"The Set Value can not be None"});
@@ -255,9 +243,7 @@ TEST_F(PowerTests, RestorePolicyMovesTheSelectorAndPicksByFlag) {
   for (const auto& [params, choice] : {std::pair{Json{{"flag", true}}, "click id:checkRemainsPrevisions"},
                                        std::pair{Json{{"flag", 0}}, "click id:checkAlwaysOn"},
                                        std::pair{Json::object(), "click id:checkAlwaysOn"}}) {
-    fb->events.clear();
-    clock.clear();
-    log->lines.clear();
+    reset();
     EXPECT_TRUE(web_set_poweron_strategy(w, params));
     EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:menu_POWER_ENERGY", "frame id:rightMid", down, down,
                                                     down, choice, "click id:btnSavePowerStrategy",

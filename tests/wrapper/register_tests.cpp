@@ -84,12 +84,7 @@ TEST_F(RegisterTests, EmptyOrNullKeysTakeTheWrappersAttributesAndWithNoneTheKeyI
   for (const char* key : {"ipv4", "username", "password"}) {
     Json p = params();
     p[key] = "";
-    try {
-      fresh.web_register(p);
-      ADD_FAILURE() << key;
-    } catch (const marlet::KeyError& e) {
-      EXPECT_STREQ(e.what(), key);
-    }
+    EXPECT_THAT([&] { fresh.web_register(p); }, ThrowsMessage<marlet::KeyError>(key));
   }
   EXPECT_THROW(fresh.web_register(params({{"username", 5}})), marlet::TypeError);
   EXPECT_THROW(fresh.web_register(params({{"new_pwd", Json::array({"x"})}, {"isFirst", true}})), marlet::TypeError);

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <map>
 #include <tuple>
-#include <type_traits>
 
 #include "marlet/exception/exceptions.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/storage/storage.h"
@@ -83,9 +82,8 @@ class StorageTests : public WrapperTest {
  protected:
   void SetUp() override {
     logged_in();
-    for (const char* id : {"menu_INFO", "menu_SYSTEM_INFO", "tabStorage", "tabOther", "storageConfBut",
-                           "logicDriveShowId", "delBtu", "btnDialogOK", "LDCreatePerSave"})
-      fb->add(std::string("id:") + id);
+    menu({"menu_INFO", "menu_SYSTEM_INFO", "tabStorage", "tabOther", "storageConfBut", "logicDriveShowId", "delBtu",
+          "btnDialogOK", "LDCreatePerSave"});
   }
 
   // An entry (list item) of `list`, with its title; `expander` adds its "./span".
@@ -337,10 +335,6 @@ class LogicalDriveTests : public StorageTests {
   }
 };
 
-// The browser's own lookup raises NoSuchElementException; the selection loop catches
-// MarletException alone, so that type must be one.
-static_assert(std::is_base_of_v<marlet::MarletException, webdriver::NoSuchElementException>);
-
 TEST_F(LogicalDriveTests, DeletingSelectsUpToFourMarksAndStopsAtTheFirstMissing) {
   auto mark = [](int i) { return "click xpath://span[@id='DelteRadio" + std::to_string(i) + "']/div/div/div/div"; };
   // None: nothing is selected, delBtu and the dialog are not touched, the frame is left.
@@ -454,35 +448,17 @@ TEST_F(LogicalDriveCreateTests, MoreDisksThanTheConsoleOffersSavesNothing) {
 
 TEST_F(LogicalDriveCreateTests, MissingKeysFailWhereTheyAreFirstNeeded) {
   auto saved = [this] { return fb->find("id:LDCreatePerSave")->clicks; };
-  try {
-    create_raid_logical_driver(w, {{"level", "RAID1"}, {"count", 1}});
-    ADD_FAILURE() << "no KeyError for name";
-  } catch (const marlet::KeyError& e) {
-    EXPECT_STREQ(e.what(), "name");
-  }
+  EXPECT_THAT([&] { create_raid_logical_driver(w, {{"level", "RAID1"}, {"count", 1}}); },
+              ThrowsMessage<marlet::KeyError>("name"));
   EXPECT_EQ(fb->find("xpath://span[@id='LDCreName']/input")->value, "");
-  try {
-    create_raid_logical_driver(w, {{"name", "VD"}, {"count", 1}});
-    ADD_FAILURE() << "no KeyError for level";
-  } catch (const marlet::KeyError& e) {
-    EXPECT_STREQ(e.what(), "level");
-  }
-  try {
-    create_raid_logical_driver(w, {{"name", "VD"}, {"level", "RAID1"}});
-    ADD_FAILURE() << "no KeyError for count";
-  } catch (const marlet::KeyError& e) {
-    EXPECT_STREQ(e.what(), "count");
-  }
+  EXPECT_THAT([&] { create_raid_logical_driver(w, {{"name", "VD"}, {"count", 1}}); }, ThrowsMessage<marlet::KeyError>("level"));
+  EXPECT_THAT([&] { create_raid_logical_driver(w, {{"name", "VD"}, {"level", "RAID1"}}); },
+              ThrowsMessage<marlet::KeyError>("count"));
   EXPECT_EQ(level_clicks(), std::vector<std::string>{"RAID1"}) << "the level was chosen before count was needed";
   EXPECT_EQ(saved(), 0);
   // With an empty level list a missing level is never read: count fails instead.
   levels({});
-  try {
-    create_raid_logical_driver(w, {{"name", "VD"}});
-    ADD_FAILURE() << "no KeyError";
-  } catch (const marlet::KeyError& e) {
-    EXPECT_STREQ(e.what(), "count");
-  }
+  EXPECT_THAT([&] { create_raid_logical_driver(w, {{"name", "VD"}}); }, ThrowsMessage<marlet::KeyError>("count"));
   EXPECT_EQ(saved(), 0);
 }
 
@@ -493,14 +469,9 @@ TEST_F(LogicalDriveCreateTests, WrongTypesAreRefusedBeforeTheConsoleIsTouched) {
       {Json{{"name", "VD"}, {"level", "RAID1"}, {"count", 2.0}}, "count must be an integer, not float"},
       {Json{{"name", "VD"}, {"level", "RAID1"}, {"count", true}}, "count must be an integer, not bool"},
       {Json{{"name", 7}, {"level", "RAID1"}, {"count", 2}}, "name must be a text, not int"}};
-  for (const auto& [params, message] : cases) {
-    try {
-      create_raid_logical_driver(w, params);
-      ADD_FAILURE() << params.dump();
-    } catch (const marlet::TypeError& e) {
-      EXPECT_STREQ(e.what(), message);
-    }
-  }
+  for (const auto& [params, message] : cases)
+    EXPECT_THAT([&] { create_raid_logical_driver(w, params); }, ThrowsMessage<marlet::TypeError>(message))
+        << params.dump();
   EXPECT_TRUE(fb->events.empty());
   EXPECT_TRUE(log->lines.empty());
 }

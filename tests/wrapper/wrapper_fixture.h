@@ -1,13 +1,18 @@
 // A wrapper on the fake browser, a fake clock and a recording logger.
 #pragma once
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <numeric>
 
 #include "marlet/log/logger.h"
 #include "marlet/wrapper/gui/web/vorna/vornav1/vornawebwrapper.h"
 #include "tests/wrapper/fake_browser.h"
+
+using ::testing::HasSubstr;
+using ::testing::ThrowsMessage;
 
 class WrapperTest : public ::testing::Test {
  protected:
@@ -35,9 +40,26 @@ class WrapperTest : public ::testing::Test {
   void logged_in() {
     login_page();
     ASSERT_TRUE(w.web_login({{"bmc", record()}}));
+    reset();
+  }
+  // Forgets what the browser, the log and the clock recorded so far.
+  void reset() {
     fb->events.clear();
     log->lines.clear();
     clock.clear();
+  }
+  // Elements "id:<id>" for each id, as menu entries and plain controls.
+  void menu(std::initializer_list<const char*> ids) {
+    for (auto id : ids) fb->add(std::string("id:") + id);
+  }
+  bool has(const std::string& event) const { return count(event) > 0; }
+  long count(const std::string& event) const { return std::count(fb->events.begin(), fb->events.end(), event); }
+  // The texts of the log lines at `level`.
+  std::vector<std::string> lines_at(marlet::LogLevel level) const {
+    std::vector<std::string> out;
+    for (const auto& l : log->lines)
+      if (l.level == level) out.push_back(l.text);
+    return out;
   }
 
   double slept() const {
