@@ -7,10 +7,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
-#include <ctime>
 #include <filesystem>
-#include <iomanip>
-#include <sstream>
 #include <stdexcept>
 
 #include "marlet/exception/exceptions.h"
@@ -50,7 +47,6 @@ std::string base64(const std::vector<std::uint8_t>& bytes) {
   return out;
 }
 
-// "20261124-201530-123": local time to the millisecond, as the pictures are named.
 // A new file of its own: many wrappers of one process may start a session in the same
 // millisecond, so the name carries the process id and a counter, and it is created
 // exclusively.

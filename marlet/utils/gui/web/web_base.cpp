@@ -6,11 +6,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <iomanip>
 #include <sstream>
 
 #include "marlet/exception/exceptions.h"
