@@ -485,6 +485,53 @@ TEST(QuietTrackerTests, ThePreloadScriptsTimersAndChangesCountOnItsChannelOnly) 
   EXPECT_DOUBLE_EQ(s.since(5), 6);  // in the future: the settle's window cannot have passed
 }
 
+std::vector<std::string> texts_of(const vorna::PageEvents::State& state) {
+  std::vector<std::string> texts;
+  for (const auto& line : state.untaken) texts.push_back(line.text);
+  return texts;
+}
+
+// The browser cancels a document's requests when its frame navigates again or goes away,
+// under names other than NS_BINDING_ABORTED too: such a failure is no failure of the console.
+TEST(QuietTrackerTests, RequestsCancelledByTheirFrameMovingOnAreNotFailures) {
+  webdriver::FakeClock clock;
+  vorna::PageEvents::State state;
+  state.clock = &clock;
+  auto failed = [&](const std::string& id, const std::string& navigation = "") {
+    Json r = EventStream::request(id, "frame");
+    r["request"]["method"] = "GET";
+    r["errorText"] = "NS_ERROR_FAILURE";
+    if (!navigation.empty()) r["navigation"] = navigation;
+    state.on_event("network.fetchError", r);
+  };
+  auto navigate = [&](const std::string& navigation) {
+    state.on_event("browsingContext.navigationStarted", Json{{"context", "frame"}, {"navigation", navigation}});
+  };
+  auto step = [&] { clock.sleep(std::chrono::milliseconds(10)); };
+  navigate("A");
+  state.on_event("network.beforeRequestSent", EventStream::request("doc-a", "frame"));
+  step();
+  state.on_event("network.beforeRequestSent", EventStream::request("css-a", "frame"));
+  step();
+  failed("css-a");  // before the navigation that cancels it
+  step();
+  navigate("B");
+  step();
+  failed("doc-a", "A");  // after it
+  state.on_event("network.beforeRequestSent", EventStream::request("css-b", "frame"));
+  step();
+  failed("css-b");  // the new document's own: a failure, once its frame stayed a second
+  clock.sleep(std::chrono::seconds(1));
+  state.said(marlet::LogLevel::Warn, "later");
+  state.on_event("network.beforeRequestSent", EventStream::request("css-b2", "frame"));
+  step();
+  failed("css-b2");
+  state.on_event("browsingContext.contextDestroyed", Json{{"context", "frame"}});  // takes css-b2 with it
+  clock.sleep(std::chrono::seconds(1));
+  state.said(marlet::LogLevel::Warn, "last");
+  EXPECT_EQ(texts_of(state), (std::vector<std::string>{"request failed: GET /x (NS_ERROR_FAILURE)", "later", "last"}));
+}
+
 TEST(QuietTrackerTests, TheConsoleLinesOfTheEvents) {
   webdriver::FakeClock clock;
   vorna::PageEvents::State state;
@@ -508,16 +555,15 @@ TEST(QuietTrackerTests, TheConsoleLinesOfTheEvents) {
   answered["response"]["status"] = 404;
   answered["request"]["url"] = "https://bmc/favicon.ico";
   state.on_event("network.responseCompleted", answered);
-  std::vector<std::string> texts;
-  for (const auto& line : state.untaken) texts.push_back(line.text);
-  EXPECT_EQ(texts, (std::vector<std::string>{"console error: boom", "console warning: careful",
-                                             "javascript error: TypeError: x",
-                                             "request failed: GET /x (NS_ERROR_CONNECTION_REFUSED)",
-                                             "HTTP 404 Not Found: GET /x"}));
+  clock.sleep(std::chrono::seconds(1));  // a failed request is said once its frame has not moved on
+  state.said(marlet::LogLevel::Warn, "later");
+  EXPECT_EQ(texts_of(state), (std::vector<std::string>{"console error: boom", "console warning: careful",
+                                                       "javascript error: TypeError: x", "HTTP 404 Not Found: GET /x",
+                                                       "request failed: GET /x (NS_ERROR_CONNECTION_REFUSED)", "later"}));
   EXPECT_EQ(state.untaken[1].level, marlet::LogLevel::Warn);
   // Only the last ten are kept for a failure.
   for (int i = 0; i < 12; ++i) state.said(marlet::LogLevel::Error, "line " + std::to_string(i));
-  EXPECT_EQ(state.count, 17u);
+  EXPECT_EQ(state.count, 18u);
   EXPECT_EQ(state.recent.size(), vorna::PageEvents::kKeptLines);
   EXPECT_EQ(state.recent.back(), "line 11");
 }

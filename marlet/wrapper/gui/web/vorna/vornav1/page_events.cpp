@@ -46,14 +46,38 @@ bool browsers_own(const Json& params) {
 
 }  // namespace
 
+namespace {
+void keep(PageEvents::State& s, marlet::LogLevel level, std::string text) {
+  ++s.count;
+  s.recent.push_back(text);
+  if (s.recent.size() > PageEvents::kKeptLines) s.recent.pop_front();
+  s.untaken.push_back({level, std::move(text)});
+  if (s.untaken.size() > PageEvents::kMaxUntaken) s.untaken.pop_front();
+}
+}  // namespace
+
 void PageEvents::State::said(marlet::LogLevel level, std::string text) {
   text = shortened(std::move(text));
   std::lock_guard<std::mutex> lock(mutex);
-  ++count;
-  recent.push_back(text);
-  if (recent.size() > kKeptLines) recent.pop_front();
-  untaken.push_back({level, std::move(text)});
-  if (untaken.size() > kMaxUntaken) untaken.pop_front();
+  release_held(false);
+  keep(*this, level, std::move(text));
+}
+
+marlet::Clock::TimePoint PageEvents::State::sent_time(const Json& params) {
+  const std::string id = params.contains("request") ? text_at(params["request"], "request") : "";
+  auto it = sent.find(id);
+  if (it == sent.end()) return {};
+  auto at = it->second;
+  sent.erase(it);
+  return at;
+}
+
+void PageEvents::State::release_held(bool all) {
+  const auto due = clock->now() - marlet::Clock::Duration(kSupersededWindow);
+  while (!held.empty() && (all || held.front().at <= due)) {
+    keep(*this, marlet::LogLevel::Error, std::move(held.front().text));
+    held.pop_front();
+  }
 }
 
 void PageEvents::State::on_event(const std::string& method, const Json& params) {
@@ -67,10 +91,33 @@ void PageEvents::State::on_event(const std::string& method, const Json& params) 
          kind + (error ? "error: " : "warning: ") + text_at(params, "text"));
   } else if (method == "network.fetchError") {
     // A request the browser dropped because its document went away (a navigation) is no
-    // failure of the console.
+    // failure of the console: dropped when so named, else held until the window shows
+    // whether its frame moved on.
+    const auto sent_at = sent_time(params);
     if (browsers_own(params) || text_at(params, "errorText") == "NS_BINDING_ABORTED") return;
-    said(marlet::LogLevel::Error, "request failed: " + request_of(params) + " (" + text_at(params, "errorText") + ")");
+    const std::string context = text_at(params, "context");
+    const std::string navigation = text_at(params, "navigation");  // "" for a document's own requests
+    const auto now = clock->now();
+    auto moved = navigated.find(context);
+    if (moved != navigated.end() && (moved->second.navigation.empty() || moved->second.navigation != navigation) &&
+        moved->second.at >= sent_at)
+      return;  // its frame moved on (or went away) after it was sent
+    std::lock_guard<std::mutex> lock(mutex);
+    held.push_back({context, navigation,
+                    shortened("request failed: " + request_of(params) + " (" + text_at(params, "errorText") + ")"), now});
+  } else if (method == "browsingContext.navigationStarted" || method == "browsingContext.contextDestroyed") {
+    const std::string context = text_at(params, "context");
+    const std::string navigation = method == "browsingContext.contextDestroyed" ? "" : text_at(params, "navigation");
+    navigated[context] = {navigation, clock->now()};
+    std::lock_guard<std::mutex> lock(mutex);
+    std::erase_if(held, [&](const Failure& f) {
+      return f.context == context && (navigation.empty() || f.navigation != navigation);
+    });
+  } else if (method == "network.beforeRequestSent") {
+    const std::string id = params.contains("request") ? text_at(params["request"], "request") : "";
+    if (!id.empty()) sent.emplace(id, clock->now());  // a redirect keeps the first time
   } else if (method == "network.responseCompleted") {
+    sent_time(params);
     const Json& response = params.contains("response") ? params["response"] : Json();
     if (!response.is_object() || !response.contains("status") || !response["status"].is_number()) return;
     long long status = response["status"].get<long long>();
@@ -134,6 +181,7 @@ std::string PageEvents::why() const {
 
 std::vector<ConsoleLine> PageEvents::take_lines() {
   std::lock_guard<std::mutex> lock(state_->mutex);
+  state_->release_held(false);
   std::vector<ConsoleLine> lines(std::make_move_iterator(state_->untaken.begin()),
                                  std::make_move_iterator(state_->untaken.end()));
   state_->untaken.clear();
@@ -142,11 +190,13 @@ std::vector<ConsoleLine> PageEvents::take_lines() {
 
 std::uint64_t PageEvents::mark() const {
   std::lock_guard<std::mutex> lock(state_->mutex);
+  state_->release_held(false);
   return state_->count;
 }
 
 std::vector<std::string> PageEvents::texts_since(std::uint64_t mark) const {
   std::lock_guard<std::mutex> lock(state_->mutex);
+  state_->release_held(true);  // an operation failed: what may be its cause is shown
   std::uint64_t fresh = state_->count > mark ? state_->count - mark : 0;
   size_t n = std::min<std::uint64_t>(fresh, state_->recent.size());
   return {state_->recent.end() - static_cast<std::ptrdiff_t>(n), state_->recent.end()};

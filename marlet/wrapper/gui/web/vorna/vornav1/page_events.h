@@ -13,6 +13,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -81,8 +82,30 @@ struct PageEvents::State {
   std::deque<ConsoleLine> untaken;
   std::deque<std::string> recent;  // the last kKeptLines texts
   std::uint64_t count = 0;
+
+  // A failed request is held this long before it is said: the browser cancels a
+  // document's requests (and the document's own) when its frame navigates again or goes
+  // away, and names the cause NS_BINDING_ABORTED only most of the time.
+  static constexpr double kSupersededWindow = 1.0;
+  struct Failure {
+    std::string context, navigation, text;
+    marlet::Clock::TimePoint at;
+  };
+  std::deque<Failure> held;  // guarded by mutex
+  struct Navigated {
+    std::string navigation;  // "" once the context is gone
+    marlet::Clock::TimePoint at;
+  };
+  // Channel thread only: per context, its latest navigation; per request in flight, when it was sent.
+  std::map<std::string, Navigated> navigated;
+  std::map<std::string, marlet::Clock::TimePoint> sent;
+
   void on_event(const std::string& method, const webdriver::Json& params);
+  // When the request of a network event was sent (the clock's zero when unseen); forgets it.
+  marlet::Clock::TimePoint sent_time(const webdriver::Json& params);
   void said(marlet::LogLevel level, std::string text);
+  // Says the held failures older than the window (all of them with `all`); mutex held.
+  void release_held(bool all);
 };
 
 }  // namespace vorna
