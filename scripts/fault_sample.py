@@ -11,6 +11,10 @@ and, with --e2e, a chosen pytest subset. A fault that does not build is "not bui
 
     /usr/bin/python3 scripts/fault_sample.py --seed 1 --count 150 --report faults.json
     /usr/bin/python3 scripts/fault_sample.py --resume faults.json
+    /usr/bin/python3 scripts/fault_sample.py --replay before.json --report after.json
+
+--replay tries the faults of an earlier report on HEAD: the same sample before and after a
+change of the tests (or of code around the faults: each fault follows its line).
 """
 import argparse
 import hashlib
@@ -336,6 +340,22 @@ def try_fault(scratch, fault, args):
             f.write(original)
 
 
+def relocate(fault, root):
+    """The fault moved to where its line stands in `root`'s copy of the file: the copy of
+    the line nearest its old number. None when the line is gone."""
+    try:
+        with open(os.path.join(root, fault["file"]), encoding="utf-8") as f:
+            lines = f.read().splitlines()
+    except OSError:
+        return None
+    found = [i + 1 for i, line in enumerate(lines) if line == fault["before"]]
+    if not found:
+        return None
+    moved = {k: v for k, v in fault.items() if k in ("file", "kind", "before", "after", "id")}
+    moved["line"] = min(found, key=lambda n: abs(n - fault["line"]))
+    return moved
+
+
 def save(report, path):
     tmp = path + ".tmp"
     with open(tmp, "w") as f:
@@ -381,6 +401,7 @@ def main(argv=None):
                    help="pytest files (or node ids) run after the units pass")
     p.add_argument("--report", default="fault_report.json")
     p.add_argument("--resume", metavar="REPORT", help="continue an interrupted run")
+    p.add_argument("--replay", metavar="REPORT", help="the faults of an earlier report, on HEAD")
     p.add_argument("--scratch", help="the scratch worktree (default /tmp/vorna-faults-<hash>)")
     p.add_argument("--jobs", type=int, default=2)
     p.add_argument("--test-timeout", type=int, default=60, help="seconds per ctest entry")
@@ -401,8 +422,19 @@ def main(argv=None):
     else:
         commit = subprocess.run(["git", "rev-parse", "HEAD"], cwd=ROOT, check=True,
                                 capture_output=True, text=True).stdout.strip()
-        faults, total = sample_faults(ROOT, args.seed, args.count)
-        report = {"seed": args.seed, "count": args.count, "commit": commit,
+        if args.replay:
+            with open(args.replay) as f:
+                earlier = json.load(f)
+            faults = []
+            for fault in earlier["faults"]:
+                moved = relocate(fault, ROOT)
+                faults.append(moved or dict(fault, status="stale", killed_by=None))
+            total = earlier["candidates"]
+            args.seed = earlier["seed"]
+            args.e2e, args.exclude = args.e2e or earlier["e2e"], args.exclude or earlier.get("exclude", "")
+        else:
+            faults, total = sample_faults(ROOT, args.seed, args.count)
+        report = {"seed": args.seed, "count": len(faults), "commit": commit,
                   "candidates": total, "e2e": args.e2e, "exclude": args.exclude,
                   "faults": faults}
         if args.list:

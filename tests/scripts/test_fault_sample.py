@@ -87,3 +87,16 @@ def test_the_first_failing_ctest_entry_is_the_killer():
     assert fault_sample.first_ctest_failure(out) == "PowerTest.Cycle"
     timeout = "The following tests FAILED:\n\t 40 - LoginTest.Fresh (Timeout)\n"
     assert fault_sample.first_ctest_failure(timeout) == "LoginTest.Fresh (Timeout)"
+
+
+def test_a_replayed_fault_follows_its_line_and_a_gone_line_is_stale(tmp_path):
+    (tmp_path / "webdriver").mkdir()
+    fault = {"id": 3, "file": "webdriver/a.cpp", "line": 2, "kind": "comparison",
+             "before": "  if (a == b) f();", "after": "  if (a != b) f();", "status": "killed"}
+    (tmp_path / "webdriver" / "a.cpp").write_text("// new\n  if (a == b) f();\nx;\n  if (a == b) f();\n")
+    assert fault_sample.relocate(fault, str(tmp_path)) == dict(
+        {k: v for k, v in fault.items() if k != "status"}, line=2)
+    (tmp_path / "webdriver" / "a.cpp").write_text("// new\n// newer\nx;\n  if (a == b) f();\n")
+    assert fault_sample.relocate(fault, str(tmp_path))["line"] == 4
+    (tmp_path / "webdriver" / "a.cpp").write_text("  if (a <= b) f();\n")
+    assert fault_sample.relocate(fault, str(tmp_path)) is None
