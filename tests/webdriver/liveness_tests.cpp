@@ -4,8 +4,6 @@
 
 #include <deque>
 
-#include "webdriver/detail/frame_codec.h"
-#include "webdriver/detail/marionette_transport.h"
 #include "webdriver/errors.h"
 #include "webdriver/session.h"
 
@@ -56,21 +54,6 @@ class FailingTransport final : public Transport {
   bool failed_ = false;
 };
 
-class ClosingStream final : public ByteStream {
- public:
-  void write_all(std::string_view) override {}
-  std::string read_some(std::chrono::milliseconds) override {
-    if (!greeted_) {
-      greeted_ = true;
-      return encode_frame(Json{{"applicationType", "gecko"}, {"marionetteProtocol", 3}});
-    }
-    throw ConnectionException("the browser closed the connection", "connection error");
-  }
-
- private:
-  bool greeted_ = false;
-};
-
 std::shared_ptr<Session> session(std::unique_ptr<Transport> t, std::vector<std::string>* log, bool* running) {
   std::vector<std::unique_ptr<OwnedResource>> resources;
   resources.push_back(std::make_unique<Folder>(log));
@@ -111,16 +94,4 @@ TEST(LivenessTests, ALostConnectionReadsAsGoneButAFailedCommandAloneDoesNot) {
   EXPECT_THROW(lost->title(), ConnectionException);
   EXPECT_FALSE(lost->alive());
   EXPECT_EQ(log, (std::vector<std::string>{"kill 4242", "kill folder"}));
-}
-
-TEST(LivenessTests, FirefoxProtocolMarksItsConnectionBrokenWhenTheBrowserCloses) {
-  std::vector<std::string> log;
-  bool running = true;
-  auto t = std::make_unique<MarionetteTransport>(std::make_unique<ClosingStream>(), std::chrono::milliseconds(1000));
-  EXPECT_FALSE(t->broken());
-  std::vector<std::unique_ptr<OwnedResource>> resources;
-  resources.push_back(std::make_unique<FakeProcess>(&log, 7, &running));
-  // The session cannot even start: the failure is typed and nothing is left behind.
-  EXPECT_THROW(Session::create(std::move(t), Json::object(), std::move(resources)), ConnectionException);
-  EXPECT_EQ(log, std::vector<std::string>{"kill 7"});
 }
