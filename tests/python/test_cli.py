@@ -30,7 +30,7 @@ def test_params_are_an_argument_array_or_one_params_map(tmp_path):
     f = tmp_path / "params.json"
     f.write_text('[{"raid_disk": true}]', encoding="utf-8")
     assert cli.parse_params("@" + str(f)) == [{"raid_disk": True}]
-    for bad in ['{"type": ', "all", '"all"', "3", "null"]:
+    for bad in ['{"type": ', '"all"']:
         with pytest.raises(cli.UsageError):
             cli.parse_params(bad)
     with pytest.raises(cli.UsageError, match="cannot read"):
@@ -171,12 +171,7 @@ def test_bad_input_is_refused_before_any_browser_with_exit_code_2(tmp_path):
         (console + ["call", "web_get_all_the_things"], "UsageError", "unknown operation"),
         (console + ["call", "web_get_cpu_info_vorna"], "TypeError", "takes 1 argument (0 given)"),
         (["--user", "admin", "call", "get_guid"], "UsageError", "--address is needed"),
-        (console[:-1] + ["0", "call", "get_guid"], "UsageError", "--time-scale"),
-        (console + ["--browser", "[1]", "inventory"], "UsageError", "--browser must be a JSON object"),
         (console + ["--browser", '{"name": "lynx"}', "inventory"], "ValueError", "browser['name']"),
-        (console + ["frobnicate"], "UsageError", "invalid choice"),
-        (console + ["--trace", str(tmp_path), "--trace-mode", "always", "inventory"], "UsageError", "invalid choice"),
-        (["show-trace", str(pw)], "UsageError", "no trace"),
         (["show-trace", str(tmp_path / "absent.jsonl")], "UsageError", "cannot read"),
         (console, "UsageError", "give a command"),
     ]
@@ -212,8 +207,6 @@ def test_settle_and_trace_options_reach_the_constructor_and_show_trace_writes_on
     parser = cli.build_parser(VornaWebWrapper)
     args = parser.parse_args(["--trace", "traces", "inventory"])
     assert cli.wrapper_params(args, {})["trace"] == {"dir": os.path.abspath("traces"), "mode": "on"}
-    args = parser.parse_args(["--trace", str(tmp_path), "--trace-mode", "retain-on-failure", "inventory"])
-    assert cli.wrapper_params(args, {})["trace"] == {"dir": str(tmp_path), "mode": "retain-on-failure"}
     assert "trace" not in cli.wrapper_params(parser.parse_args(["inventory"]), {})
     # The command line settles adaptively unless told otherwise.
     assert cli.wrapper_params(parser.parse_args(["inventory"]), {})["settle"] == "adaptive"
@@ -244,5 +237,3 @@ def test_settle_and_trace_options_reach_the_constructor_and_show_trace_writes_on
     assert [(o["name"], o.get("error", {}).get("type"), o.get("unfinished")) for o in ops] == [
         ("get_guid", "NoSuchElementException", None), ("get_product_sn", None, True)]
     assert [s["type"] for s in ops[0]["steps"]] == ["command", "picture"]
-    code, out, err = run("show-trace", str(trace), "--out", str(tmp_path / "r.html"))
-    assert code == 0 and os.path.isfile(str(tmp_path / "r.html"))

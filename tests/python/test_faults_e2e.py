@@ -109,7 +109,7 @@ def test_a_login_held_by_the_console_ends_at_its_page_load_time_out_or_at_once_a
         w.web_close()
 
 
-def test_a_console_that_drops_its_connections_fails_the_login_and_then_an_operation(faulty, tmp_path):
+def test_a_console_that_drops_its_connections_fails_the_login(faulty, tmp_path):
     w = fresh(tmp_path)
     try:
         faulty.fault({"drop": ["*"]})
@@ -119,25 +119,11 @@ def test_a_console_that_drops_its_connections_fails_the_login_and_then_an_operat
         assert w.isClosed()
         faulty.fault({"clear": True})
         login_works(w, faulty)
-
-        # Logged in, the console goes away: the next page the operation opens is no page
-        # of the console. web_get_firmware_version: settle 5, settle 6, three reads (3
-        # attempts of the 10 s lookup, 1 s apart), then the retry: settle 6, three reads.
-        faulty.fault({"drop": ["*"]})
-        error, took = timed(w.web_get_firmware_version)
-        assert took < bound(5 + 6 + 3 * 32 + 6 + 3 * 32)
-        assert not w.isClosed(), "the browser itself is fine and still open"
-        faulty.fault({"clear": True})
-        w.web_close()
-        login_works(w, faulty)
     finally:
         w.web_close()
 
 
 @pytest.mark.parametrize("operation, page, element, waits", [
-    # settle 5, settle 6, reads until the third fails (3 x 10 s lookups, 1 s apart), then
-    # the retry: settle 6 and the reads again
-    ("web_get_firmware_version", "system_info", "txtCpldVersion", 5 + 6 + 32 + 6 + 32),
     # the menu, settle 6, then the read of the alias (3 x 10 s lookups, 1 s apart)
     ("get_bios_name", "overview", "productAlias", 6 + 32),
 ])

@@ -146,8 +146,3 @@ def test_downloads_come_back_from_each_node_into_the_wrappers_download_dir(fleet
         assert w.web_export_bmc_log() == "operate_log"
         with open(os.path.join(w.download_dir, "operate_log.csv"), encoding="utf-8") as f:
             assert "Log in successfully" in f.read()
-    # A second collection on the same browser (the node names its file "dump_info (1)...")
-    # replaces the file here.
-    os.remove(path)
-    assert w.set_info_collection() == path
-    assert sorted(n for n in os.listdir(w.download_dir) if n.startswith("dump_info")) == ["dump_info.tar.gz"]

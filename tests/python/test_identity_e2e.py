@@ -2,7 +2,6 @@
 console simulator); every answer is checked against the simulator's own machine."""
 import pytest
 
-from marlet.exception.marlet_exception import MarletException
 from tests.python.console import patch
 
 INSTALL_AGENT = ("To enable complete software information to be displayed, "
@@ -10,7 +9,7 @@ INSTALL_AGENT = ("To enable complete software information to be displayed, "
 
 
 @pytest.mark.smoke
-def test_identity_and_versions_are_the_machines(console, log_lines):
+def test_identity_and_versions_are_the_machines(console):
     w, sim = console
     patch(sim, {"identity": {"serial": "VRN-E2E-0042", "guid": "0E2E0000-1111-2222-3333-444455556666",
                              "product_alias": "Vorna R4400", "bios_version": "BIOS 3.0.2"}})
@@ -22,11 +21,9 @@ def test_identity_and_versions_are_the_machines(console, log_lines):
     assert list(versions.items()) == [("bmc_version", identity["firmware_version"]),
                                       ("bios_version", "BIOS 3.0.2"),
                                       ("cpld_version", identity["cpld_version"])]
-    assert log_lines.texts() == ["[getProductSN] start...", "[getGUID] start...", "[getBiosName] start...",
-                                 "[getBmcFirmwareVersion] start..."]
 
 
-def test_software_rows_become_a_map_in_table_order(console, log_lines):
+def test_software_rows_become_a_map_in_table_order(console):
     w, sim = console
     patch(sim, {"software": {"agent": True, "rows": [
         ["Computer Name", "bench-node-07"], ["OS Version", "Debian GNU/Linux 12"],
@@ -35,7 +32,6 @@ def test_software_rows_become_a_map_in_table_order(console, log_lines):
     assert isinstance(software, dict)
     assert list(software.items()) == [("Computer Name", "bench-node-08"), ("OS Version", "Debian GNU/Linux 12"),
                                       ("Tolmar Service", "Installed")]
-    assert log_lines.texts() == ["[getSoftwareInfo] start..."]
 
 
 def test_a_silent_agent_gives_the_fixed_text(console, log_lines):
@@ -44,15 +40,3 @@ def test_a_silent_agent_gives_the_fixed_text(console, log_lines):
     assert w.web_get_software_info() == INSTALL_AGENT
     assert log_lines.texts("error") == ["Tolmar is not installed or running"]
     assert w.get_product_sn() == sim.state()["machine"]["identity"]["serial"], "the frame was left"
-
-
-def test_no_rows_and_no_notice_raise_the_wrapped_failure(console):
-    w, sim = console
-    # The agent is said to report, yet its table is empty; the notice stays hidden, so
-    # its text is empty.
-    patch(sim, {"software": {"agent": True, "rows": []}})
-    with pytest.raises(MarletException) as info:
-        w.web_get_software_info()
-    assert str(info.value) == "list index out of range"
-    assert isinstance(info.value.__cause__, IndexError)
-    w.web_switch_page_logout()  # this path leaves the content frame entered

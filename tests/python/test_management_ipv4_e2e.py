@@ -4,8 +4,6 @@ shared one stays where it is."""
 import json
 from types import SimpleNamespace
 
-import pytest
-
 from simulator.server import start_server
 
 from tests.python.console import eventually, log_in
@@ -27,29 +25,12 @@ def answers(url):
         return None
 
 
-def test_read_refuse_bad_records_and_change_the_gateway(sim, wrapper, log_lines, tmp_path):
+def test_read_and_change_the_gateway(sim, wrapper, log_lines):
     log_in(wrapper, {"bmc": sim.controller()})
     record = wrapper.get_manage_ipv4()
     assert list(record.items()) == [("ipv4_address", sim.address), ("ipv4_mask", "255.255.255.0"),
                                     ("ipv4_gateway", "127.0.0.254")]
     assert wrapper.get_bmc_ip_addr() == record
-    assert log_lines.texts()[-2:] == ["[getManageIpv4] get manage ipv4 address"] * 2
-
-    lines = len(log_lines.lines)
-    with pytest.raises(KeyError) as info:
-        wrapper._mod_manage_ipv4({"ipv4_address": sim.address, "ipv4_mask": "255.0.0.0"})
-    assert info.value.args == ("ipv4_gateway",)
-    with pytest.raises(TypeError) as info:
-        wrapper.mod_bmc_ip_addr(dict(record, ipv4_mask=24))
-    assert "ipv4_mask" in str(info.value)
-    with pytest.raises(ValueError) as info:
-        wrapper._mod_manage_ipv4(dict(record, ipv4_address="1" * 1025))
-    assert str(info.value) == "ipv4_address is 1025 characters long; a console field is typed 1024 characters at most"
-    # Refused before anything: no log line, no picture.
-    assert log_lines.texts()[lines:] == []
-    assert not (tmp_path / "pictures").exists() or list((tmp_path / "pictures").iterdir()) == []
-    assert not wrapper.isClosed()
-    assert ipv4(sim) == {"address": sim.address, "mask": "255.255.255.0", "gateway": "127.0.0.254"}
 
     try:
         # The record read goes back unchanged but for the gateway: the address stays.
@@ -63,7 +44,7 @@ def test_read_refuse_bad_records_and_change_the_gateway(sim, wrapper, log_lines,
         sim.request("POST", "/__sim/machine", {"network": {"ipv4": {"gateway": "127.0.0.254"}}})
 
 
-def test_a_new_address_moves_the_console_and_the_next_login_follows(wrapper, log_lines):
+def test_a_new_address_moves_the_console_and_the_next_login_follows(wrapper):
     own = start_server(address=OWN_ADDRESS, port=0, https=True, latency=e2e_latency())
     try:
         bmc = SimpleNamespace(local_ip=OWN_ADDRESS, username="admin", password="Admin@9000",

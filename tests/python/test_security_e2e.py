@@ -10,7 +10,6 @@ import time
 
 import pytest
 
-from marlet.exception.marlet_exception import MarletException
 from marlet.wrapper.gui.web.vorna.vornav1.vornawebwrapper import VornaWebWrapper
 from tests.python.browsers import BROWSERS, descendants
 from tests.python.console import log_in
@@ -148,21 +147,3 @@ def test_a_session_listens_on_loopback_only_and_keeps_secrets_off_its_processes(
     assert gone(profile)
     landed = [os.path.join(d, f) for d, _, files in os.walk(str(home)) for f in files]
     assert [f for f in landed if "operate_log" in f] == []
-
-
-def test_passwords_stay_out_of_the_errors_of_refused_calls(sim):
-    # (A refused login's errors and pictures: the login suite.) A password of the wrong
-    # type, and a params map with a password in a call whose arguments do not fit at all.
-    w = VornaWebWrapper({})
-    secret = "Wr0ng-S3cret"
-    with pytest.raises(ValueError) as wrong_type:
-        w.web_login({"bmc": sim.controller(), "password": 918273645})
-    assert "918273645" not in str(wrong_type.value)
-    with pytest.raises(TypeError) as arity:
-        w.web_login({"bmc": sim.controller(), "password": secret}, "one too many")
-    assert secret not in str(arity.value) and "dict, str" in str(arity.value)
-    with pytest.raises(TypeError) as no_fit:
-        w.fillElementById("iptPassword", secret, "not a flag", 7)
-    assert secret not in str(no_fit.value)
-    with pytest.raises(MarletException):
-        w.fillElementById("iptPassword", secret)  # no browser: typed failure, no value in it

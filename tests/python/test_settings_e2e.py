@@ -6,8 +6,6 @@ import time
 
 import pytest
 
-from marlet.exception.marlet_exception import MarletException
-from marlet.exception.webdisplayexception import WebDisplayException
 from marlet.utils.time import set_time_scale
 from tests.python.console import eventually, patch
 from tests.python.pace import TIME_SCALE, roomy_scale
@@ -37,7 +35,7 @@ def top(console):
 # ---------------------------------------------------------------- device location
 
 @pytest.mark.smoke
-def test_location_is_saved_read_back_and_logged(top, log_lines):
+def test_location_is_saved_read_back_and_logged(top):
     w, sim = top
     assert w.web_set_system_config({"location": "Lab 7 Rack 3 U20"}) is True
     assert eventually(lambda: settings(sim)["location"], "Lab 7 Rack 3 U20") == "Lab 7 Rack 3 U20"
@@ -45,29 +43,14 @@ def test_location_is_saved_read_back_and_logged(top, log_lines):
     entries = [e for e in sim.oplog() if e["text"] == "Set device location to (Lab 7 Rack 3 U20) successfully"]
     assert len(entries) == 1, "the second click of the same value saves nothing new"
     assert entries[0]["user"] == "admin" and TIME_RE.match(entries[0]["time"])
-    assert log_lines.texts() == [
-        "[setSystemConfig] set system config.", "[setSystemConfig] completion.",
-        "[getDeviceLocationInfo] start...", "device location info: Lab 7 Rack 3 U20",
-        "[getDeviceLocationInfo] completion."]
-    # No location, or an empty one, writes the default.
-    for params in ({}, {"location": ""}):
-        patch(sim, {"settings": {"location": "somewhere else"}})
-        assert w.web_set_system_config(params) is True
-        assert eventually(lambda: settings(sim)["location"], "xian") == "xian"
 
 
-def test_a_location_the_console_does_not_keep_is_false(top, log_lines):
+def test_a_location_the_console_does_not_keep_is_false(top):
     w, sim = top
     patch(sim, {"settings": {"location": "Row 1"}})
     # The field takes 64 characters: what is saved differs from what was asked.
     assert w.web_set_system_config({"location": "x" * 80}) is False
     assert eventually(lambda: settings(sim)["location"], "x" * 64) == "x" * 64
-    # A save the machine turns down keeps the saved field, and the machine, as they were.
-    sim.fault({"refuse": ["location"]})
-    assert w.web_set_system_config({"location": "Row 2"}) is False
-    time.sleep(0.3)
-    assert settings(sim)["location"] == "x" * 64
-    assert "[setSystemConfig] completion." not in log_lines.texts()
 
 
 # ---------------------------------------------------------------- engine id, time-out, disks
@@ -84,23 +67,16 @@ def test_engine_id_and_web_timeout_are_the_machines(top):
     assert w.web_get_device_location_info() == settings(sim)["location"]
 
 
-def test_disk_usage_follows_the_chart(top, log_lines):
+def test_disk_usage_follows_the_chart(top):
     w, sim = top
     usage = w.web_get_disk_usage_percent()
     assert list(usage.items()) == [("/dev/sda1", "5%"), ("/dev/sda2", "37%"), ("/dev/mapper/vg0-root", "62%"),
                                    ("/dev/sdb1", "0%")]
-    assert log_lines.texts() == ["[getDiskUsagePercent] start...", "[getDiskUsagePercent] completion."]
-    w.browser.switch_to_default_content()
-    patch(sim, {"settings": {"disks": [{"name": "/dev/nvme0n1p1", "usage": "91%"}]}})
-    assert w.web_get_disk_usage_percent() == {"/dev/nvme0n1p1": "91%"}
-    w.browser.switch_to_default_content()
-    patch(sim, {"settings": {"disks": []}})
-    assert w.web_get_disk_usage_percent() == {}
 
 
 # ---------------------------------------------------------------- time zone
 
-def test_time_zone_is_listed_set_and_read_back(top, log_lines):
+def test_time_zone_is_listed_set_and_read_back(top):
     w, sim = top
     patch(sim, {"settings": {"time_zone": {"state": "Asia", "city": "Shanghai"}}})
     assert w.bmc_time_zone() == {"state": "Asia", "city": "Shanghai"}
@@ -116,38 +92,6 @@ def test_time_zone_is_listed_set_and_read_back(top, log_lines):
     assert settings(sim)["time_zone"] == {"state": "America", "city": "New York"}
     assert "Set time zone to America/New York (GMT-05:00) successfully" in oplog_texts(sim)
     assert w.bmc_time_zone(method="GET") == {"state": "America", "city": "New York"}
-    assert log_lines.texts()[:4] == ["[bmcTimeZone] start...", "[bmcTimeZone] get...",
-                                     "time zone:{'state': 'Asia', 'city': 'Shanghai'}", "[bmcTimeZone] completion."]
-    assert "[bmcTimeZone] set..." in log_lines.texts()
-
-
-def test_time_zone_failures(top, log_lines):
-    w, sim = top
-    patch(sim, {"settings": {"time_zone": {"state": "Asia", "city": "Tokyo"}}})
-    for method in ("get", "set", "Get"):
-        with pytest.raises(MarletException, match=r"^\[bmcTimeZone\] only support GET/SET, please check the input$"):
-            w.bmc_time_zone(method)
-        w.browser.switch_to_default_content()
-    # A region that is not offered: the drop-down's failure, nothing saved.
-    with pytest.raises(MarletException, match="Atlantis"):
-        w.bmc_time_zone("SET", "Atlantis", "Atlantis (GMT+00:00)")
-    w.browser.switch_to_default_content()
-    # A save the console turns down shows a notice without the success class.
-    sim.fault({"refuse": ["time_zone"]})
-    with pytest.raises(WebDisplayException, match="^set time zone failed$"):
-        w.bmc_time_zone("SET", "Europe", "Paris (GMT+01:00)")
-    assert settings(sim)["time_zone"] == {"state": "Asia", "city": "Tokyo"}
-    # No region drop-down: false, with the warning.
-    sim.fault({"clear": True, "missing": {"network": ["timezoneState"]}})
-    assert w.bmc_time_zone("SET", "Europe", "Paris (GMT+01:00)") is False
-    assert log_lines.texts("warn")[-1].startswith("failed search element with id:timezoneState. \n ")
-    w.browser.switch_to_default_content()
-    # A notice that never shows ends the wait at its 20 seconds (scaled), not later.
-    sim.fault({"clear": True, "settings": {"quiet_time_zone": True}})
-    started = time.time()
-    with pytest.raises(MarletException, match="OperateSucc"):
-        w.bmc_time_zone("SET", "Europe", "Paris (GMT+01:00)")
-    assert time.time() - started < 15
 
 
 # ---------------------------------------------------------------- LDAP
@@ -178,12 +122,7 @@ def test_ldap_forms_are_saved_per_controller(top, log_lines):
                  password="Ldap@pw3")
     assert eventually(lambda: settings(sim)["ldap"]["2"], again) == again
     assert "Set LDAP controller 2 (10.20.0.9) successfully" in oplog_texts(sim)
-    # Controller 1 by default; neither operation writes a log line (no password in the log).
-    w.browser.switch_to_default_content()
-    w.enter_ldap_config()
-    w.config_ldap_service("10.30.0.1", "lab.example", "pw")
-    assert eventually(lambda: settings(sim)["ldap"]["1"]["ip"], "10.30.0.1") == "10.30.0.1"
-    assert log_lines.texts() == []
+    assert log_lines.texts() == [], "neither operation writes a log line: no password in the log"
 
 
 def test_ldap_form_refusals(top):
@@ -202,10 +141,4 @@ def test_ldap_form_refusals(top):
     with pytest.raises(TypeError, match="ldap_ip"):
         w.config_ldap_service(None, "corp.example", "pw")
     assert w.locateElementById("LdapIp", click=False).get_attribute("value") == "10.20.0.8"
-    # Still inside the content frame, where the menu is not: the caller leaves it first.
-    with pytest.raises(MarletException, match="menu_CONFIGURATION"):
-        w.enter_ldap_config()
     w.browser.switch_to_default_content()
-    # A tab that is not there is the element layer's failure.
-    with pytest.raises(MarletException):
-        w.enter_ldap_config("9")

@@ -75,7 +75,6 @@ def test_wrappers_in_threads_read_their_own_controllers(simulators, tmp_path):
             all_logged_in.wait()  # the readers of every controller run at the same time
             results[i]["sn"] = w.get_product_sn()
             results[i]["memory"] = w.web_get_memory_web_info()
-            results[i]["guid"] = w.get_guid()
             results[i]["commands"] = w.command_count()
         except BaseException as e:
             errors.append((i, e))
@@ -94,7 +93,6 @@ def test_wrappers_in_threads_read_their_own_controllers(simulators, tmp_path):
 
     for i, (sim, r) in enumerate(zip(simulators, results)):
         assert r["sn"] == "VRN-THREAD-%d" % i
-        assert r["guid"] == "7EAD0000-0000-0000-0000-00000000000%d" % i
         assert len(r["memory"]) == 4 + 2 * i
         assert {m["capacity"] for m in r["memory"]} == {"%d MB" % (8192 * (i + 1))}
         assert r["commands"] > 0
@@ -104,7 +102,5 @@ def test_wrappers_in_threads_read_their_own_controllers(simulators, tmp_path):
         assert "[login] ipv4_address: %s" % sim.address in texts
         others = [s.address for s in simulators if s is not sim]
         assert not [t for t in texts if any(a in t for a in others)], "another controller in this log"
-        assert [t for t in texts if t.endswith("start...")] == [
-            "[getProductSN] start...", "[getFan] start...", "[getGUID] start..."]
     counts = [r["commands"] for r in results]
     assert counts[0] < counts[1], "more modules, more cells read: %r" % counts
