@@ -73,12 +73,8 @@ TEST_F(AccountsTests, AdminUserIsAddedUnderTheWrappersPasswordWithTheDefaultRole
 TEST_F(AccountsTests, RoleTextChoosesTheSelectorAndTheResultHoldsTheListText) {
   fb->find("id:userlist")->text = "admin Administrator\nu1 Operator";
   const std::pair<Json, const char*> cases[] = {{nullptr, "xpath://input[@num='0']"},
-                                                {"", "xpath://input[@num='0']"},
-                                                {"Operator", "xpath://input[@num='1']"},
                                                 {"Common User", "xpath://input[@num='2']"},
-                                                {"operator", nullptr},
-                                                {"Administrator", nullptr},
-                                                {1, nullptr}};
+                                                {"operator", nullptr}};
   for (const auto& [role, selector] : cases) {
     fb->events.clear();
     Json params = {{"username", "u1"}, {"password", "Pw@1"}, {"cur_password", "Cur@1"}};
@@ -100,26 +96,18 @@ TEST_F(AccountsTests, OnlyWhatCannotBeTypedIsRefusedBeforeTheLogLineAndThePage) 
     p.erase(key);
     return p;
   };
-  auto with = [&](const char* key, Json value) {
-    Json p = good;
-    p[key] = std::move(value);
-    return p;
-  };
   // An absent key reads as null, and null cannot be typed.
   EXPECT_THROW(web_add_user(w, without("username")), marlet::TypeError);
-  EXPECT_THROW(web_add_user(w, without("password")), marlet::TypeError);
   // The acting password never falls back to the wrapper's own.
   EXPECT_THROW(web_add_user(w, without("cur_password")), marlet::TypeError);
-  EXPECT_THROW(web_add_user(w, with("username", Json::array())), marlet::TypeError);
-  EXPECT_THROW(web_add_user(w, "u1"), marlet::TypeError);
-  EXPECT_THROW(web_add_admin_user(w, {{"password", "Pw@1"}}), marlet::TypeError);
   EXPECT_THROW(web_mod_password(w, {{"username", "u1"}, {"old_pwd", "a"}}), marlet::TypeError);
-  EXPECT_THAT([&] { web_add_user(w, with("cur_password", std::string(1025, 'x'))); },
+  Json long_password = good;
+  long_password["cur_password"] = std::string(1025, 'x');
+  EXPECT_THAT([&] { web_add_user(w, long_password); },
               ThrowsMessage<marlet::ValueError>(
                   "cur_password is 1025 characters long; a console field is typed 1024 characters at most"));
   w.password = nullptr;  // no acting user's password without web_login
   EXPECT_THROW(web_add_admin_user(w, {{"username", "u1"}, {"password", "Pw@1"}}), marlet::TypeError);
-  EXPECT_THROW(web_del_user_web(w, {{"username", "u1"}}), marlet::TypeError);
   EXPECT_TRUE(log->lines.empty());
   EXPECT_TRUE(fb->events.empty());
 }
@@ -132,18 +120,10 @@ TEST_F(AccountsTests, WhatCanBeTypedIsTypedAndTheConsoleJudgesIt) {
   EXPECT_EQ(fb->find("xpath://input[@class='yourPassWord']")->value, "");
   EXPECT_EQ(fb->find("xpath://input[@class='userName']")->value, "o'br\xc3\xbcn ");
   EXPECT_EQ(log->texts().front(), "[add_user] user:o'br\xc3\xbcn  password:");
-  web_add_user(w, {{"username", 42}, {"password", "Pw@1"}, {"cur_password", "Cur@1"}});
-  EXPECT_EQ(fb->find("xpath://input[@class='userName']")->value, "42");
   // A name that is only compared may be anything: it matches no row.
   rows({"admin"});
   EXPECT_FALSE(web_del_user_web(w, Json::object()));
   EXPECT_EQ(warnings().back(), "[delUser] Not find user name None");
-}
-
-TEST_F(AccountsTests, AListThatNeverShowsAgainRaisesTheWaitsTimeOut) {
-  fb->find("id:userlist")->displayed = false;
-  EXPECT_THROW(web_add_admin_user(w, {{"username", "u1"}, {"password", "Pw@1"}}), webdriver::TimeoutException);
-  EXPECT_EQ(log->texts(), Events{"[addAdminUser] user:u1 password:Pw@1"});
 }
 
 // ---- deleting ----
@@ -159,17 +139,6 @@ TEST_F(AccountsTests, TheThirdRowIsDeletedThroughDelUser4InTheTopDocument) {
                     "clear id:old_password1", "keys id:old_password1 Admin@9000", "click id:btnDialogOK"}));
   EXPECT_EQ(clock.sleeps(), (std::vector<double>{w.timeout, w.timeout, 3}));
   EXPECT_EQ(log->texts(), (Events{"[delUser] user:ops1", "[delUser] completion"}));
-}
-
-TEST_F(AccountsTests, NamesMatchWholeAndTheFirstOfTwoEqualNamesIsTaken) {
-  rows({"admin", "ops", "ops1", "ops1"});
-  EXPECT_TRUE(web_del_user_web(w, {{"username", "ops1"}}));
-  EXPECT_EQ(fb->find("id:del_user4")->clicks, 1);
-  EXPECT_EQ(fb->find("id:del_user5")->clicks, 0);
-  fb->events.clear();
-  // "op" is a prefix of two names and "ops1 " differs by a blank: neither matches.
-  for (const char* name : {"op", "ops1 ", "OPS"}) EXPECT_FALSE(web_del_user_web(w, {{"username", name}})) << name;
-  for (const char* id : {"id:del_user2", "id:del_user3"}) EXPECT_EQ(fb->find(id)->clicks, 0);
 }
 
 TEST_F(AccountsTests, NoMatchingRowWarnsLeavesTheFrameAndSettles) {
@@ -252,25 +221,6 @@ TEST_F(QueryTests, RowsBecomeUsersNumberedFromTwoWithTextFormsOfTheirLists) {
   EXPECT_TRUE(log->lines.empty()) << "the listing logs nothing";
 }
 
-TEST_F(QueryTests, InterfaceIdsOutsideTheExpressionAreLeftOutAndTheTableIsKept) {
-  row("admin",
-      {{"login_intf_user12_0", "enable"},  // two-digit user number
-       {"other", "enable"},               // a foreign id
-       {"xlogin_intf_user2_1", "enable"},  // the expression is anchored at the start
-       {"login_intf_user2_1", "a"},
-       {"login_intf_user2_2", "b"},
-       {"login_intf_user2_4", "c"},
-       {"login_intf_user2_5", "d"},
-       {"login_intf_user2_6", "e"},
-       {"login_intf_user3_0", ""}},  // an em without class
-      {}, true);
-  Json users = web_query_users(w)["users"];
-  EXPECT_EQ(users[0]["login_interfaces"],
-            "[{'interface_name': 'SNMP', 'state': 'a'}, {'interface_name': 'IPMI', 'state': 'b'}, "
-            "{'interface_name': 'SFTP', 'state': 'c'}, {'interface_name': '', 'state': 'd'}, "
-            "{'interface_name': 'Local', 'state': 'e'}, {'interface_name': 'Web', 'state': None}]");
-}
-
 TEST_F(QueryTests, OperationNamesAreCutAtTheFirstDigitAndABadIdFails) {
   row("admin", {}, {"del_user2", "edit_user17x", "reset-pw_3"}, true);
   EXPECT_EQ(web_query_users(w)["users"][0]["operation"],
@@ -280,32 +230,13 @@ TEST_F(QueryTests, OperationNamesAreCutAtTheFirstDigitAndABadIdFails) {
   EXPECT_THROW(web_query_users(w), marlet::AttributeError);
 }
 
-TEST_F(QueryTests, APageWithoutTheAddControlStillListsItsUsers) {
-  EXPECT_EQ(web_query_users(w).dump(), R"({"add_button_exist":true,"users":[]})");
-  fb->remove("id:add_user");
-  row("admin", {}, {}, true);
-  Json result = web_query_users(w);
-  EXPECT_EQ(result["add_button_exist"], false);
-  EXPECT_EQ(result["users"].size(), 1u);
-  EXPECT_EQ(result.begin().key(), "add_button_exist");
-}
-
-TEST_F(QueryTests, ARowWithoutOneOfItsSpansFails) {
-  auto& div = row("admin", {}, {}, true);
-  fb->remove("@" + div.uuid + " xpath:./span[3]");
-  EXPECT_THROW(web_query_users(w), marlet::MarletException);
-}
-
 // ---- the text form of lists of maps ----
 
 TEST(MapsTextTests, ListsOfMapsReadAsPythonPrintsThem) {
   namespace py = marlet::py;
-  EXPECT_EQ(py::maps_text(Json::array()), "[]");
-  EXPECT_EQ(py::maps_text(Json::parse(R"([{"operation_name": "del_user"}])")), "[{'operation_name': 'del_user'}]");
   Json two = Json::array({Json{{"interface_name", "Web"}, {"state", "a"}}, Json{{"interface_name", "SSH"}, {"state", nullptr}}});
   EXPECT_EQ(py::maps_text(two), "[{'interface_name': 'Web', 'state': 'a'}, {'interface_name': 'SSH', 'state': None}]");
   EXPECT_EQ(py::maps_text(Json::array({Json{{"k", "it's"}}, Json::object()})), R"([{'k': "it's"}, {}])");
-  EXPECT_THROW(py::maps_text(Json::object()), marlet::TypeError);
   EXPECT_THROW(py::maps_text(Json::array({"a"})), marlet::TypeError);
 }
 

@@ -24,14 +24,6 @@ TEST_F(ElementLayerTests, AMissingElementIsRetriedThenRaisesNamingTheLocator) {
   EXPECT_NEAR(slept(), 3 * w.timeout + 2 * 2, 3 * 0.5 + 1e-9);
 }
 
-TEST_F(ElementLayerTests, LocateClicksByDefaultAndNotWhenAsked) {
-  fb->add("id:menu_INFO");
-  w.locateElementById("menu_INFO");
-  w.locateElementById("menu_INFO", {.click = false});
-  EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:menu_INFO"}));
-  EXPECT_THROW(vorna::quiet_lookup(w, "//td"), webdriver::NoSuchElementException);  // quiet, yet it raises
-}
-
 // A page still loading drops clicks: the click waits for its document, within the bound.
 TEST_F(ElementLayerTests, AClickWaitsForItsDocumentToLoadButNoLongerThanTheBound) {
   fb->add("id:tabStorage");
@@ -51,15 +43,6 @@ TEST_F(ElementLayerTests, AClickWaitsForItsDocumentToLoadButNoLongerThanTheBound
   EXPECT_NEAR(slept(), w.timeout, 0.1 + 1e-9);
 }
 
-TEST_F(ElementLayerTests, QuietListLookupsMayBeEmptyAndNeverWait) {
-  EXPECT_TRUE(w.locateElementsByXpath("//tr").empty());
-  fb->add("xpath://tr");
-  fb->add("xpath://tr", true);
-  EXPECT_EQ(vorna::quiet_lookups(w, "//tr").size(), 2u);
-  EXPECT_TRUE(clock.sleeps().empty());
-  EXPECT_TRUE(fb->events.empty()) << "no highlight, no click";
-}
-
 TEST_F(ElementLayerTests, FillLeavesTheValueAloneButNeverClearsAFileInput) {
   auto& field = fb->add("id:name");
   field.tag = "input";
@@ -74,19 +57,6 @@ TEST_F(ElementLayerTests, FillLeavesTheValueAloneButNeverClearsAFileInput) {
   EXPECT_EQ(std::count(fb->events.begin(), fb->events.end(), "clear xpath://input[@type='file']"), 0);
 }
 
-TEST_F(ElementLayerTests, ReadsTextAndAttributesAndSetsAttributes) {
-  auto& cell = fb->add("id:txtSequence");
-  cell.text = "SN0001";
-  cell.attributes["class"] = "switch on";
-  EXPECT_EQ(w.getTextById("txtSequence"), "SN0001");
-  EXPECT_EQ(w.getAttributeById("txtSequence", "class"), "switch on");
-  EXPECT_EQ(w.getAttributeById("txtSequence", "title"), std::nullopt);
-  fb->add("xpath://input");
-  w.setAttributeByXpath("//input", "value", "5");
-  EXPECT_EQ(fb->find("xpath://input")->attributes["value"], "5");
-  EXPECT_THROW(w.getTextById("gone", {.retry = 2}), webdriver::NoSuchElementException);
-}
-
 TEST_F(ElementLayerTests, WaitElementByKindVisibleOrHidden) {
   auto& dialog = fb->add("class:dialog");
   EXPECT_TRUE(w.waitElement("class", "dialog", 5, 1).has_value());
@@ -96,42 +66,15 @@ TEST_F(ElementLayerTests, WaitElementByKindVisibleOrHidden) {
   EXPECT_THROW(w.waitElement("name", "dialog", 5, 1), marlet::ValueError);
 }
 
-TEST_F(ElementLayerTests, TabRetryRunsTheStepsOnceMoreAndPageRetryLeavesTheFrameFirst) {
-  fb->add("id:tabFan");
+// A failure that is no MarletException is not retried.
+TEST_F(ElementLayerTests, PageRetryRetriesOnlyMarletExceptions) {
   int calls = 0;
-  auto lookup = [&] {
-    if (++calls == 1) throw marlet::MarletException("table not there yet");
-    return calls;
-  };
-  EXPECT_EQ(vorna::tab_retry(w, "tabFan", 2, lookup), 2);
-  EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:tabFan", "click id:tabFan"}));
-  EXPECT_EQ(clock.sleeps(), (std::vector<double>{2, 2}));
-
-  fb->events.clear();
-  calls = 0;
-  EXPECT_EQ(vorna::page_retry(w, [&] {
-    vorna::enter_content_frame(w);
-    return lookup();
-  }),
-            2);
-  EXPECT_EQ(fb->events, (std::vector<std::string>{"frame id:rightMid", "default content", "frame id:rightMid"}));
-
-  // A failure that is no MarletException is not retried.
-  calls = 0;
   EXPECT_THROW(vorna::page_retry(w, [&]() -> int {
     ++calls;
     throw marlet::KeyError("x");
   }),
                marlet::KeyError);
   EXPECT_EQ(calls, 1);
-}
-
-TEST_F(ElementLayerTests, RowReadTakesTheCellsInOrder) {
-  auto& row = fb->add("xpath://tr");
-  fb->add(row.key + " xpath:./td[1]").text = "Fan1";
-  fb->add(row.key + " xpath:./td[2]").text = "3600 RPM";
-  auto rows = vorna::quiet_lookups(w, "//tr");
-  EXPECT_EQ(vorna::row_read(rows[0], 2), (std::vector<std::string>{"Fan1", "3600 RPM"}));
 }
 
 TEST_F(ElementLayerTests, ScreenshotsAreBestEffort) {

@@ -12,8 +12,6 @@ namespace {
 
 constexpr const char* kRows = R"(xpath://*[@id="SysSoftTrue"]/div[1]/table/tbody/tr)";
 constexpr const char* kNotice = R"(xpath://*[@id="SysSoftFalse"]/span[2])";
-constexpr const char* kInstallAgent =
-    "To enable complete software information to be displayed, install Tolmar 2.0 and start it on the OS.";
 
 class IdentityTests : public WrapperTest {
  protected:
@@ -72,19 +70,6 @@ TEST_F(FirmwareVersionTests, TheSecondAttemptIsSilentAndClicksOnlyTheSystemEntry
   EXPECT_EQ(log->texts(), std::vector<std::string>{"[getBmcFirmwareVersion] start..."});
 }
 
-TEST_F(FirmwareVersionTests, OnlyAMarletExceptionEarnsTheSecondAttempt) {
-  // Both attempts fail: the second failure reaches the caller.
-  EXPECT_THROW(web_get_firmware_version(w), webdriver::NoSuchElementException);
-  EXPECT_EQ(count("click id:menu_SYSTEM_INFO"), 2);
-
-  // A failure of another kind propagates from the first attempt at once.
-  fb->events.clear();
-  versions_on_page();
-  fb->find("id:menu_INFO")->on_click = [] { throw std::runtime_error("the harness gave up"); };
-  EXPECT_THROW(web_get_firmware_version(w), std::runtime_error);
-  EXPECT_EQ(count("click id:menu_SYSTEM_INFO"), 0);
-}
-
 class SoftwareInfoTests : public IdentityTests {
  protected:
   void SetUp() override {
@@ -112,24 +97,6 @@ TEST_F(SoftwareInfoTests, AReportingAgentGivesAMapInTableOrder) {
   EXPECT_TRUE(errors().empty());
 }
 
-TEST_F(SoftwareInfoTests, ASilentAgentGivesTheFixedTextNotTheNotice) {
-  notice("The OS agent is not installed.");
-  const std::function<void()> silent_tables[] = {
-      [] {},                                             // no rows at all
-      [this] { row("", "x"); },                          // a first row with an empty label
-      [this] { row("OS Version", "12"); row("Tolmar Driver", nullptr); },  // a later row without its value
-  };
-  for (const auto& table : silent_tables) {
-    fb->remove(kRows);
-    table();
-    log->lines.clear();
-    fb->events.clear();
-    EXPECT_EQ(web_get_software_info(w), kInstallAgent) << "rows already read are lost";
-    EXPECT_EQ(errors(), std::vector<std::string>{"Tolmar is not installed or running"});
-    EXPECT_EQ(fb->events.back(), "default content");
-  }
-}
-
 TEST_F(SoftwareInfoTests, AnEmptyNoticeRaisesTheFirstFailureWrapped) {
   notice("");
   row("", "x");
@@ -142,21 +109,6 @@ TEST_F(SoftwareInfoTests, AnEmptyNoticeRaisesTheFirstFailureWrapped) {
     EXPECT_THROW(std::rethrow_exception(e.cause()), marlet::MarletException);
   }
   EXPECT_EQ(count("default content"), 0) << "the frame stays entered on this path";
-
-  // With no rows the wrapped failure is the index error's, as a MarletException.
-  fb->remove(kRows);
-  try {
-    web_get_software_info(w);
-    FAIL();
-  } catch (const marlet::MarletException& e) {
-    EXPECT_STREQ(e.what(), "list index out of range");
-    EXPECT_THROW(std::rethrow_exception(e.cause()), marlet::IndexError);
-  }
-
-  // A notice element that cannot be read propagates its own failure.
-  fb->remove(kNotice);
-  EXPECT_THROW(web_get_software_info(w), webdriver::NoSuchElementException);
-  EXPECT_TRUE(errors().empty());
 }
 
 }  // namespace

@@ -27,10 +27,7 @@ class HealthTests : public WrapperTest {
 
 TEST_F(HealthTests, OnlyTheExactAllClearSentencesAreHealthy) {
   const std::pair<const char*, bool> cases[] = {
-      {"No current alarms.", true},       {"当前没有告警信息.", true},
-      {"No current alarms", false},       {"No  current alarms.", false},
-      {"当前没有告警信息。", false},      {"", false},
-      {"Critical 2026-11-23 PSU2 AC lost", false}};
+      {"No current alarms.", true}, {"当前没有告警信息.", true}, {"当前没有告警信息。", false}};
   for (const auto& [text, healthy] : cases) {
     fb->add("id:currentAlarmTable").text = text;
     fb->events.clear();
@@ -42,12 +39,6 @@ TEST_F(HealthTests, OnlyTheExactAllClearSentencesAreHealthy) {
               healthy ? std::vector<std::string>{} : std::vector<std::string>{std::string("current alarms: ") + text});
   }
   EXPECT_TRUE(clock.sleeps().empty()) << "no settle of its own";
-}
-
-TEST_F(HealthTests, AnUnreadableAlarmTableFailsInsideTheFrame) {
-  fb->events.clear();
-  EXPECT_THROW(check_health(w), marlet::MarletException);
-  EXPECT_EQ(fb->events.back(), "frame id:rightMid");
 }
 
 TEST_F(HealthTests, TheLoginErrorIsShownForTheReadingAndHiddenAgain) {
@@ -67,14 +58,6 @@ TEST_F(HealthTests, TheLoginErrorIsShownForTheReadingAndHiddenAgain) {
                                                    R"($("#lblLoginError").attr("style","display: None;"))"}));
   EXPECT_FALSE(fb->find("id:lblLoginError")->displayed);
   EXPECT_EQ(std::count(fb->events.begin(), fb->events.end(), "default content"), 0) << "no navigation";
-
-  // An empty label gives the empty text; a missing one fails after the first script.
-  fb->find("id:lblLoginError")->text = "";
-  EXPECT_EQ(web_get_error_warning(w), "");
-  fb->remove("id:lblLoginError");
-  fb->scripts.clear();
-  EXPECT_THROW(web_get_error_warning(w), marlet::MarletException);
-  EXPECT_EQ(fb->scripts.size(), 1u);
 }
 
 // The operation log: six pager links; each click shows the next of `pages`.
@@ -137,26 +120,6 @@ TEST_F(OperationLogTests, SentencesMayRunOverTwoRowsAndTheFirstMissingOneEndsThe
   log->lines.clear();
   EXPECT_FALSE(web_check_bmc_log(w, {{"check_list", {"p2r3", "not there", "missing too", "p1r1"}}}));
   EXPECT_EQ(lines_at(LogLevel::Error), std::vector<std::string>{"(not there) is not found."});
-
-  shown = 0;
-  EXPECT_TRUE(web_check_bmc_log(w, {{"check_list", nullptr}})) << "null reads as the defaults";
-  shown = 0;
-  pages[1][0] = "to (xian) successfully.";
-  pages[0][9] = "Set location info to";
-  EXPECT_FALSE(web_check_bmc_log(w, {{"check_list", {"info to  (xian)"}}})) << "joined with one blank";
-}
-
-TEST_F(OperationLogTests, ShortPagesFailInsideTheFrameAndBadParamsTouchNothing) {
-  pages[4].resize(7);
-  EXPECT_THROW(web_check_bmc_log(w, Json::object()), marlet::MarletException);
-  EXPECT_EQ(fb->events.back().substr(fb->events.back().size() - 5), "/a[5]");
-
-  fb->events.clear();
-  EXPECT_THROW(web_check_bmc_log(w, {{"check_list", "Set location info"}}), marlet::TypeError);
-  EXPECT_THROW(web_check_bmc_log(w, {{"check_list", {"a", 3}}}), marlet::TypeError);
-  EXPECT_THROW(web_check_bmc_log(w, Json::array()), marlet::TypeError);
-  EXPECT_TRUE(fb->events.empty());
-  EXPECT_THAT([&] { web_check_bmc_log(w, {{"check_list", 7}}); }, ThrowsMessage<marlet::TypeError>(HasSubstr("check_list")));
 }
 
 // The system events: 20 rows a page, newest first, the first page shown on opening; the
@@ -241,12 +204,6 @@ TEST_F(EventLogTests, KeywordsInListOrderAndTheFirstFoundEndsTheSearch) {
             std::vector<std::string>{"关键字Fan 1出现在系统日志PSU 2 lost input; Fan 1 slow中，事件ID为975"});
   EXPECT_EQ(fb->events.front(), "click id:menu_ALARMS");
   EXPECT_EQ(pager_clicks(), 1);
-
-  // An empty list walks down to the limit.
-  fb->events.clear();
-  EXPECT_FALSE(check_keyword_in_system_log(w, Json::array(), base - 60 * 70));
-  EXPECT_EQ(pager_clicks(), 3);
-  EXPECT_EQ(page, 4);
 }
 
 TEST_F(EventLogTests, AScanThatNeverReachesTheLimitEndsWhenThePagerShowsNothingNew) {
@@ -255,51 +212,6 @@ TEST_F(EventLogTests, AScanThatNeverReachesTheLimitEndsWhenThePagerShowsNothingN
   EXPECT_EQ(pager_clicks(), 3) << "pages 2 and 3, then a click that leaves page 3 as it is";
   EXPECT_EQ(fb->events.back(), "default content");
   EXPECT_EQ(lines_at(LogLevel::Warn).size(), 1u);
-
-  // A pager that swings between two pages is ended the same way.
-  fb->events.clear();
-  pager = [](int p) { return p == 2 ? 3 : 2; };
-  fill(60);
-  EXPECT_FALSE(check_keyword_in_system_log(w, {"absent"}, 0));
-  EXPECT_EQ(pager_clicks(), 3);
-
-  // A keyword on the last page is still found on the pass that reaches it.
-  fb->events.clear();
-  pager = [](int p) { return std::min(p + 1, 3); };
-  fill(60);
-  events[59].text = "the very oldest";
-  EXPECT_TRUE(check_keyword_in_system_log(w, {"oldest"}, 0));
-}
-
-TEST_F(EventLogTests, BadTimesAndArgumentsFailTyped) {
-  fill(40);
-  events[22].time = "2026-11-23 12:00";
-  EXPECT_THROW(check_keyword_in_system_log(w, {"x"}, 0), marlet::ValueError);
-  EXPECT_EQ(fb->events.back(), "click xpath:" + std::string(kPager)) << "the frame stays entered";
-  fill(40);
-  events[20].time = "";
-  EXPECT_THROW(check_keyword_in_system_log(w, {"x"}, 0), marlet::ValueError);
-
-  fb->events.clear();
-  for (const Json& bad : {Json("1700000000"), Json(nullptr), Json::array()}) {
-    EXPECT_THAT([&] { check_keyword_in_system_log(w, {"x"}, bad); },
-                ThrowsMessage<marlet::TypeError>(HasSubstr("check_time")))
-        << bad.dump();
-  }
-  EXPECT_THROW(check_keyword_in_system_log(w, "Fan", 0), marlet::TypeError);
-  EXPECT_THROW(check_keyword_in_system_log(w, {"Fan", 1}, 0), marlet::TypeError);
-  EXPECT_TRUE(fb->events.empty()) << "refused before the menu";
-  fill(20);
-  EXPECT_FALSE(check_keyword_in_system_log(w, {"x"}, 1.5e12)) << "a float limit is a number too";
-}
-
-TEST_F(EventLogTests, TheMenuAndTheFrameAreWaitedForUpToSixtySeconds) {
-  fill(40);
-  fb->find("class:rightMid")->displayed = false;
-  EXPECT_THROW(check_keyword_in_system_log(w, {"x"}, 0), webdriver::TimeoutException);
-  auto sleeps = clock.sleeps();
-  EXPECT_EQ(std::accumulate(sleeps.begin(), sleeps.end(), 0.0), 63);
-  EXPECT_EQ(sleeps.front(), 3);
 }
 
 }  // namespace

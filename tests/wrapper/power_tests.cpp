@@ -19,8 +19,7 @@ class PowerTests : public WrapperTest {
 TEST_F(PowerTests, StatusTestsOnBeforeOffCaseSensitively) {
   menu({"menu_POWER_ENERGY", "menu_ELECSRC_CONTROL"});
   const std::pair<const char*, const char*> cases[] = {
-      {"Power On", "PowerOn"}, {"On / Off", "PowerOn"},  {"Off", "PowerOff"}, {"Standby (Off)", "PowerOff"},
-      {"ON", "Unknown:ON"},    {"off", "Unknown:off"}, {"", "Unknown:"}};
+      {"On / Off", "PowerOn"}, {"Standby (Off)", "PowerOff"}, {"ON", "Unknown:ON"}};
   for (const auto& [text, status] : cases) {
     fb->add("id:current_state").text = text;
     fb->events.clear();
@@ -39,8 +38,6 @@ TEST_F(PowerTests, EachActionLogsClicksItsControlAndConfirmsInTheTopDocument) {
     const char* line;
     const char* state;
   } cases[] = {{&vorna::set_power_off, "[setPowerOff] set power off by BMC Web", "fpf"},
-               {&vorna::set_power_on, "[setPowerOn] set power on by BMC Web", "po"},
-               {&vorna::set_power_cycle, "[setPowerCycle] set power cycle by BMC Web", "reset"},
                {&vorna::set_power_reboot, "[setPowerReboot] set reboot by BMC Web", "cs"}};
   for (const auto& c : cases) {
     fb->events.clear();
@@ -59,8 +56,7 @@ TEST_F(PowerTests, ControllerRestartIsConfirmedOnlyByTheTextY) {
                           R"(xpath://*[@id="btnDialogCancle"])"})
     fb->add(key);
   const std::pair<Json, const char*> answers[] = {{Json{{"option", "Y"}}, "btnDialogOK"},
-                                                  {Json{{"option", "y"}}, "btnDialogCancle"},
-                                                  {Json::object(), "btnDialogCancle"}};
+                                                  {Json{{"option", "y"}}, "btnDialogCancle"}};
   for (const auto& [params, button] : answers) {
     reset();
     web_set_bmc_reboot(w, params);
@@ -72,14 +68,10 @@ TEST_F(PowerTests, ControllerRestartIsConfirmedOnlyByTheTextY) {
     EXPECT_EQ(clock.sleeps(), (std::vector<double>{5, 5}));
     EXPECT_EQ(log->texts(), (std::vector<std::string>{"[setBmcReset] start...", "[setBmcReset] completion."}));
   }
-  // Params that are no map are refused before the console is touched.
-  fb->events.clear();
-  EXPECT_THROW(web_set_bmc_reboot(w, "Y"), marlet::TypeError);
-  EXPECT_TRUE(fb->events.empty());
 }
 
 // The power capping page of a console: the switch flips through its dialog, a save
-// takes the typed cap; `takes_saves` false makes a console that ignores the save.
+// takes the typed cap.
 class PowerCapTests : public PowerTests {
  protected:
   void SetUp() override {
@@ -90,7 +82,7 @@ class PowerCapTests : public PowerTests {
     fb->find("id:setcapping")->on_click = [this] { switch_to(cap_class() == "switch off" ? "on" : "off"); };
     fb->add("id:LimitValue").text = "500";
     fb->find("id:inputsave")->on_click = [this] {
-      if (takes_saves) fb->find("id:LimitValue")->text = fb->find("id:powercapping_text")->value;
+      fb->find("id:LimitValue")->text = fb->find("id:powercapping_text")->value;
     };
   }
   void switch_to(const std::string& state) {
@@ -103,28 +95,7 @@ class PowerCapTests : public PowerTests {
     auto it = std::find(fb->events.begin(), fb->events.end(), "click id:unitsWatts");
     return {it == fb->events.end() ? it : it + 1, fb->events.end()};
   }
-  bool takes_saves = true;
 };
-
-TEST_F(PowerCapTests, AZeroOrMissingValueTouchesNothingAfterTheUnits) {
-  for (const Json& params : {Json{{"enbale", true}, {"value", 0}}, Json{{"enbale", true}, {"value", 0.0}},
-                             Json{{"enbale", true}, {"value", nullptr}}, Json{{"enbale", true}}}) {
-    reset();
-    EXPECT_FALSE(web_set_power_cap(w, params)) << params.dump();
-    EXPECT_EQ(after_units(), std::vector<std::string>{"default content"});
-    EXPECT_EQ(errors(), std::vector<std::string>{"The Set Value can not be None"});
-    EXPECT_EQ(clock.sleeps(), std::vector<double>{10});
-  }
-}
-
-TEST_F(PowerCapTests, APartOfTheLimitCountsAsMet) {
-  // Cap off, limit 500, wanted 50: the switch is turned on and no edit follows.
-  EXPECT_TRUE(web_set_power_cap(w, {{"enbale", true}, {"value", 50}}));
-  EXPECT_EQ(after_units(), (std::vector<std::string>{"click id:setcapping", "default content", "click id:btnDialogOK",
-                                                     "frame id:rightMid", "default content"}));
-  EXPECT_EQ(cap_class(), "switch on");
-  EXPECT_EQ(log->texts(), std::vector<std::string>{"Power Capping is enabled and Power Cap is 50W"});
-}
 
 TEST_F(PowerCapTests, TheCapInForceNeedsNoDialogAndANewCapIsEditedAndReadBack) {
   switch_to("on");
@@ -139,23 +110,6 @@ TEST_F(PowerCapTests, TheCapInForceNeedsNoDialogAndANewCapIsEditedAndReadBack) {
                                                      "default content", "click id:btnDialogOK", "frame id:rightMid",
                                                      "default content"}));
   EXPECT_EQ(log->texts().back(), "Power Capping is enabled and Power Cap is 420W");
-
-  // A save the console does not take is reported by the result and an info line.
-  takes_saves = false;
-  log->lines.clear();
-  EXPECT_FALSE(web_set_power_cap(w, {{"enbale", true}, {"value", 300}}));
-  EXPECT_EQ(log->texts(), std::vector<std::string>{"Set Power Capping Failed"});
-  EXPECT_TRUE(errors().empty());
-}
-
-TEST_F(PowerCapTests, SwitchAndLimitAreReadBeforeAnyChange) {
-  // Switching the cap on shows another limit; the value was already judged against 500.
-  fb->find("id:setcapping")->on_click = [this] {
-    switch_to("on");
-    fb->find("id:LimitValue")->text = "0";
-  };
-  EXPECT_TRUE(web_set_power_cap(w, {{"enbale", true}, {"value", 50}}));
-  for (const auto& e : fb->events) EXPECT_NE(e, "click id:edit");
 }
 
 TEST_F(PowerCapTests, ACapThatStaysOffFailsEvenWhenTheLimitTookTheValue) {
@@ -180,33 +134,12 @@ TEST_F(PowerCapTests, WithoutEnbaleTheCapIsSwitchedOff) {
                                                      "default content"}));
   EXPECT_EQ(log->texts(), std::vector<std::string>{"Power Capping set disabled successfully"});
 
-  log->lines.clear();
-  fb->events.clear();
-  EXPECT_TRUE(web_set_power_cap(w, Json::object()));
-  EXPECT_EQ(after_units(), std::vector<std::string>{"default content"});
-  EXPECT_EQ(log->texts(), std::vector<std::string>{"Power Capping is disabled"});
-
   // A switch that does not move is reported, not raised.
   switch_to("on");
   fb->find("id:setcapping")->on_click = nullptr;
   log->lines.clear();
   EXPECT_FALSE(web_set_power_cap(w, {{"enbale", false}}));
   EXPECT_EQ(errors(), std::vector<std::string>{"Set Power Capping disabled failed"});
-}
-
-TEST_F(PowerCapTests, BadInputIsRefusedBeforeThePage) {
-  for (const Json& bad : {Json::array({420}), Json{{"w", 1}}, Json(true)}) {
-    fb->events.clear();
-    EXPECT_THROW(web_set_power_cap(w, {{"enbale", true}, {"value", bad}}), marlet::TypeError) << bad.dump();
-    EXPECT_TRUE(fb->events.empty());
-  }
-  EXPECT_THROW(web_set_power_cap(w, Json::array()), marlet::TypeError);
-  EXPECT_TRUE(fb->events.empty());
-  EXPECT_EQ(fb->find("id:LimitValue")->text, "500");
-
-  // A switch without its class is a page the operation cannot judge: it raises.
-  fb->find("id:setcapping")->attributes.clear();
-  EXPECT_THROW(web_set_power_cap(w, Json::object()), marlet::TypeError);
 }
 
 TEST_F(PowerCapTests, FiguresAreTheNumbersBeforeTheirUnits) {
@@ -230,19 +163,11 @@ TEST_F(PowerTests, ServerRebootUsesTheHeaderMenuWithNoFrameOrSettle) {
   EXPECT_TRUE(clock.sleeps().empty());
 }
 
-TEST_F(PowerTests, ControllerRestartWithoutItsControlStopsInTheFrame) {
-  menu({"menu_SYSTEM_MANAGE", "menu_FIRM_UPGRADE"});
-  EXPECT_THROW(web_set_bmc_reboot(w, {{"option", "Y"}}), webdriver::TimeoutException);
-  EXPECT_EQ(fb->events.back(), "frame id:rightMid") << "nothing leaves the frame on the way out";
-  EXPECT_EQ(log->texts(), std::vector<std::string>{"[setBmcReset] start..."});
-}
-
 TEST_F(PowerTests, RestorePolicyMovesTheSelectorAndPicksByFlag) {
   menu({"menu_POWER_ENERGY", "npf", "checkRemainsPrevisions", "checkAlwaysOn", "btnSavePowerStrategy"});
   const std::string down = std::string("keys id:npf ") + webdriver::Keys::DOWN;
   for (const auto& [params, choice] : {std::pair{Json{{"flag", true}}, "click id:checkRemainsPrevisions"},
-                                       std::pair{Json{{"flag", 0}}, "click id:checkAlwaysOn"},
-                                       std::pair{Json::object(), "click id:checkAlwaysOn"}}) {
+                                       std::pair{Json{{"flag", 0}}, "click id:checkAlwaysOn"}}) {
     reset();
     EXPECT_TRUE(web_set_poweron_strategy(w, params));
     EXPECT_EQ(fb->events, (std::vector<std::string>{"click id:menu_POWER_ENERGY", "frame id:rightMid", down, down,

@@ -49,24 +49,9 @@ class RegisterTests : public WrapperTest {
   }
 };
 
-const Events kStartLines = {"[login] Login BMC Web ...", "[login] ipv4_address: 10.0.0.7", "[login] username: u1",
-                            "[login] password: Pw@1"};
 const Events kStartEvents = {"open browser",         "get https://10.0.0.7/login.html", "clear id:iptUserName",
                              "keys id:iptUserName u1", "clear id:iptPassword",          "keys id:iptPassword Pw@1",
                              "click id:btnLogin"};
-
-TEST_F(RegisterTests, TheStartFormsAPortlessUrlLogsTheKeysAndSetsNoRecordAttributes) {
-  console();
-  EXPECT_TRUE(w.web_register(params()));
-  EXPECT_EQ(fb->events, kStartEvents);
-  Events expected = kStartLines;
-  expected.push_back("[login] Login success, title: Vorna Console");
-  EXPECT_EQ(lines(marlet::LogLevel::Info), expected);
-  EXPECT_TRUE(clock.sleeps().empty()) << "no settle after the page or the click";
-  EXPECT_TRUE(w.isLogin);
-  EXPECT_EQ(w.current_user, "u1");
-  EXPECT_TRUE(w.bmc_ip.is_null() && w.username.is_null() && w.password.is_null());
-}
 
 TEST_F(RegisterTests, EmptyOrNullKeysTakeTheWrappersAttributesAndWithNoneTheKeyIsMissing) {
   console("Admin@9000");
@@ -81,23 +66,10 @@ TEST_F(RegisterTests, EmptyOrNullKeysTakeTheWrappersAttributesAndWithNoneTheKeyI
   vorna::VornaWebWrapper fresh{Json::object(), log, &clock, factory};
   fb->events.clear();
   log->lines.clear();
-  for (const char* key : {"ipv4", "username", "password"}) {
-    Json p = params();
-    p[key] = "";
-    EXPECT_THAT([&] { fresh.web_register(p); }, ThrowsMessage<marlet::KeyError>(key));
-  }
+  EXPECT_THAT([&] { fresh.web_register(params({{"password", ""}})); }, ThrowsMessage<marlet::KeyError>("password"));
   EXPECT_THROW(fresh.web_register(params({{"username", 5}})), marlet::TypeError);
-  EXPECT_THROW(fresh.web_register(params({{"new_pwd", Json::array({"x"})}, {"isFirst", true}})), marlet::TypeError);
-  EXPECT_THROW(fresh.web_register_web("10.0.0.7"), marlet::TypeError);
   EXPECT_TRUE(fb->events.empty());
   EXPECT_TRUE(log->lines.empty());
-}
-
-TEST_F(RegisterTests, WithoutIsFirstWrongCredentialsStillCountAsALogin) {
-  console("another password");
-  EXPECT_TRUE(w.web_register(params({{"isFirst", false}})));
-  EXPECT_TRUE(w.isLogin);
-  EXPECT_EQ(lines(marlet::LogLevel::Info).back(), "[login] Login success, title: Vorna Console");
 }
 
 TEST_F(RegisterTests, AFirstLoginWithANewPasswordChangesItAndLogsInAgain) {
@@ -121,14 +93,6 @@ TEST_F(RegisterTests, AFirstLoginWithANewPasswordChangesItAndLogsInAgain) {
                           [](const auto& l) { return l.text.rfind("[screenshot] ", 0) == 0; }))
       << "a picture of the dialog";
   EXPECT_EQ(w.password, nullptr) << "the wrapper's password is not changed";
-}
-
-TEST_F(RegisterTests, AFirstLoginWithoutANewPasswordDismissesTheDialogUnchanged) {
-  console("Pw@1", true);
-  EXPECT_TRUE(w.web_register(params({{"isFirst", true}})));
-  EXPECT_EQ(Events(fb->events.end() - 2, fb->events.end()), (Events{"click id:modify_pwd_tips", "click id:ok_change"}));
-  EXPECT_FALSE(changed);
-  EXPECT_TRUE(w.isLogin);
 }
 
 TEST_F(RegisterTests, AnAccountThatIsNotForcedRaisesAWebLoginExceptionAndKeepsTheBrowser) {
@@ -157,22 +121,6 @@ TEST_F(RegisterTests, RegisterWebReportsAFailedLoginByFalseAfterFiveSeconds) {
   EXPECT_FALSE(w.isLogin);
   EXPECT_TRUE(w.current_user.is_null());
   EXPECT_FALSE(w.isClosed());
-  // The same browser, now with the right password, logs in without a new navigation.
-  fb->events.clear();
-  EXPECT_TRUE(w.web_register_web(params()));
-  EXPECT_EQ(std::count_if(fb->events.begin(), fb->events.end(), [](auto& e) { return e.rfind("get ", 0) == 0; }), 0);
-  EXPECT_TRUE(w.isLogin);
-  EXPECT_EQ(w.current_user, "u1");
-}
-
-TEST_F(RegisterTests, WithoutALoginPageBothFailAfterTwentySeconds) {
-  console();
-  fb->remove(kCopyright);
-  EXPECT_THROW(w.web_register_web(params()), webdriver::TimeoutException);
-  EXPECT_GE(slept(), 20);
-  EXPECT_THROW(w.web_register(params({{"isFirst", true}})), webdriver::TimeoutException);
-  EXPECT_FALSE(w.isClosed());
-  EXPECT_FALSE(w.isLogin);
 }
 
 }  // namespace

@@ -56,14 +56,3 @@ TEST_F(SecretsTests, ARefusedLoginCarriesNeitherPasswordInItsTexts) {
   EXPECT_EQ(text.find("Typed-S3cret"), std::string::npos) << text;
   EXPECT_EQ(text.find("Admin@9000"), std::string::npos) << text;
 }
-
-TEST_F(SecretsTests, AnActingPasswordOfTheWrongTypeIsNotShown) {
-  logged_in();
-  w.password = Json::array({"Pw@55512345"});
-  std::string text = failure_of([&] { web_add_admin_user(w, {{"username", "ops1"}, {"password", "Pw@12345"}}); });
-  EXPECT_EQ(text,
-            "the wrapper holds no password of the acting user to type (it is of type list); log in with web_login first");
-  w.password = nullptr;
-  text = failure_of([&] { web_add_admin_user(w, {{"username", "ops1"}, {"password", "Pw@12345"}}); });
-  EXPECT_NE(text.find("(it is None)"), std::string::npos) << text;
-}

@@ -51,9 +51,6 @@ TEST_F(LdapTests, EnterSelectsTheControllersTabAndStaysInTheFrame) {
   EXPECT_EQ(fb->events, (Events{"click id:menu_CONFIGURATION", "click id:menu_LDAP_CONFIG", "frame id:rightMid",
                                 R"(click xpath://*[@id="tab_head"]/li[1]/a)"}));
   reset();
-  enter_ldap_config(w, "3");
-  EXPECT_EQ(fb->events.back(), R"(click xpath://*[@id="tab_head"]/li[3]/a)");
-  reset();
   enter_ldap_config(w, 2);  // a whole number goes into the locator as its text
   EXPECT_EQ(fb->events.back(), R"(click xpath://*[@id="tab_head"]/li[2]/a)");
   EXPECT_TRUE(clock.sleeps().empty());
@@ -64,9 +61,7 @@ TEST_F(LdapTests, EnterSelectsTheControllersTabAndStaysInTheFrame) {
   EXPECT_EQ(fb->events.back(), "frame id:rightMid");
   // Values that name no tab are refused before the menu is touched.
   reset();
-  for (const Json& bad : {Json(nullptr), Json(true), Json::array({1}), Json(1.5)})
-    EXPECT_THAT([&] { enter_ldap_config(w, bad); }, ThrowsMessage<marlet::TypeError>(HasSubstr("ldap_controller_id")))
-        << bad.dump();
+  EXPECT_THAT([&] { enter_ldap_config(w, 1.5); }, ThrowsMessage<marlet::TypeError>(HasSubstr("ldap_controller_id")));
   EXPECT_TRUE(fb->events.empty());
 }
 
@@ -95,39 +90,6 @@ TEST_F(LdapTests, DefaultsAndOptionalFieldsLeftAsThePageShowsThem) {
                               filled("ldapdomainName", "corp.example"), filled("ldap_pwd", ""),
                               {"click id:saveLdapSet"}}));
   EXPECT_EQ(fb->find("id:ldap_bind_dn")->value, "cn=kept");
-  // A port given as a number is typed as its text.
-  reset();
-  config_ldap_service(w, "10.2.0.8", "corp.example", "pw", "1", "1", 389, nullptr, nullptr, nullptr);
-  EXPECT_TRUE(has("keys id:Ldapsport 389"));
-}
-
-TEST_F(LdapTests, BadArgumentsAreRefusedBeforeTheFirstClick) {
-  struct Case {
-    Json ip, domain, pwd, cert, level, port, bind_dn;
-    const char* named;
-  } cases[] = {{nullptr, "d", "p", "1", "1", "636", nullptr, "'ldap_ip'"},
-               {"1.1.1.1", Json::array(), "p", "1", "1", "636", nullptr, "'ldap_domainName'"},
-               {"1.1.1.1", "d", nullptr, "1", "1", "636", nullptr, "'ldap_pwd'"},
-               {"1.1.1.1", "d", "p", true, "1", "636", nullptr, "'ldap_cert_enable'"},
-               {"1.1.1.1", "d", "p", "1", "1", nullptr, nullptr, "'ldaps_port'"},
-               {"1.1.1.1", "d", "p", "1", "1", "636", Json::object(), "'ldap_bind_dn'"}};
-  for (const auto& c : cases)
-    EXPECT_THAT([&] { config_ldap_service(w, c.ip, c.domain, c.pwd, c.cert, c.level, c.port, c.bind_dn, nullptr, nullptr); },
-                ThrowsMessage<marlet::TypeError>(HasSubstr(c.named)));
-  EXPECT_TRUE(fb->events.empty());
-}
-
-TEST_F(LdapTests, AMissingFieldStopsTheFormUnsaved) {
-  fb->remove("id:ldapdomainName");
-  EXPECT_THROW(config_ldap_service(w, "10.2.0.8", "corp.example", "pw", "1", "1", "636", nullptr, nullptr, nullptr), marlet::MarletException);
-  EXPECT_EQ(fb->find("id:LdapIp")->value, "10.2.0.8");  // what was filled stays in the form
-  EXPECT_FALSE(has("click id:saveLdapSet"));
-  EXPECT_FALSE(has("keys id:ldap_pwd pw"));
-  // Outside the content frame the first label is not there: a missing label fails the same way.
-  reset();
-  fb->remove(R"(xpath://*[@id="ldap_cert_enable"]/label[1])");
-  EXPECT_THROW(config_ldap_service(w, "10.2.0.8", "corp.example", "pw", "1", "1", "636", nullptr, nullptr, nullptr), marlet::MarletException);
-  EXPECT_TRUE(fb->events.empty());
 }
 
 // ---------------------------------------------------------------- system settings page
@@ -162,32 +124,19 @@ TEST_F(SystemSettingsTests, ALocationIsTypedSavedTwiceAndReadBack) {
 }
 
 TEST_F(SystemSettingsTests, NoLocationWritesXianAndAnUnsavedOneIsFalse) {
-  for (const Json& params : {Json::object(), Json{{"location", ""}}, Json{{"location", nullptr}}}) {
-    reset();
-    EXPECT_TRUE(web_set_system_config(w, params)) << params.dump();
-    EXPECT_EQ(fb->find(R"(xpath://*[@id="location_info"])")->value, "xian");
-  }
+  EXPECT_TRUE(web_set_system_config(w, {{"location", nullptr}}));
+  EXPECT_EQ(fb->find(R"(xpath://*[@id="location_info"])")->value, "xian");
   takes_saves = false;
   reset();
   EXPECT_FALSE(web_set_system_config(w, {{"location", "elsewhere"}}));
   EXPECT_EQ(fb->events.back(), "default content");
   EXPECT_EQ(log->texts(), Events{"[setSystemConfig] set system config."});
-  EXPECT_EQ(clock.sleeps(), (std::vector<double>{w.timeout, w.timeout}));
-  // Params that are no map, and a location that is no text, touch nothing.
-  reset();
-  EXPECT_THROW(web_set_system_config(w, "Lab"), marlet::TypeError);
-  EXPECT_THROW(web_set_system_config(w, {{"location", 42}}), marlet::TypeError);
-  EXPECT_TRUE(fb->events.empty());
-  EXPECT_TRUE(log->lines.empty());
 }
 
 TEST_F(SystemSettingsTests, ReadsOfLocationEngineIdAndTimeOut) {
   fb->find(R"(xpath://*[@id="location_info"])")->attributes["value"] = "Lab 3";
   EXPECT_EQ(web_get_device_location_info(w), "Lab 3");
-  EXPECT_EQ(log->texts(), (Events{"[getDeviceLocationInfo] start...", "device location info: Lab 3",
-                                  "[getDeviceLocationInfo] completion."}));
   EXPECT_EQ(fb->events.back(), "default content");
-  EXPECT_TRUE(clock.sleeps().empty());
 
   reset();
   fb->add("id:snmp_engine_id").text = "0x80001f8803a4bf01236c92";
@@ -200,9 +149,6 @@ TEST_F(SystemSettingsTests, ReadsOfLocationEngineIdAndTimeOut) {
   fb->add("id:WebServerTimeOut_hidden").attributes["value"] = "30";
   EXPECT_EQ(web_get_web_timeout(w), Json("30"));  // unconverted text
   EXPECT_EQ(fb->events.back(), "default content");
-  EXPECT_TRUE(log->lines.empty());
-  fb->find("id:WebServerTimeOut_hidden")->attributes.clear();
-  EXPECT_TRUE(web_get_web_timeout(w).is_null());
 }
 
 // ---------------------------------------------------------------- time zone
@@ -254,10 +200,6 @@ TEST_F(TimeZoneTests, AQueryWithARegionListsItsCitiesWithoutSaving) {
   EXPECT_FALSE(has(R"(click xpath://*[@id="saveTimeZoneSet"])"));
   EXPECT_EQ(fb->events.back(), "default content");
   EXPECT_EQ(log->texts()[2], "time zone:['Berlin (GMT+01:00)', 'London (GMT+00:00)']");
-  // A region the page does not offer: the drop-down's failure, inside the frame.
-  reset();
-  EXPECT_THROW(bmc_time_zone(w, "GET", "Atlantis", nullptr), webdriver::NoSuchElementException);
-  EXPECT_EQ(fb->events.back(), R"(click xpath://*[@id="timezoneState"])");
 }
 
 TEST_F(TimeZoneTests, ASaveReportsByItsNoticeClass) {
@@ -287,35 +229,6 @@ TEST_F(TimeZoneTests, ANoticeThatNeverShowsFailsAfterTwentySeconds) {
   EXPECT_NEAR(slept(), 20, 1.01);
 }
 
-TEST_F(TimeZoneTests, AMissingRegionDropDownIsFalseInsideTheFrame) {
-  fb->remove("id:timezoneState");
-  EXPECT_EQ(bmc_time_zone(w, "SET", "Europe", "London (GMT+00:00)"), Json(false));
-  ASSERT_EQ(log->lines.size(), 3u);
-  EXPECT_EQ(log->lines[2].level, marlet::LogLevel::Warn);
-  EXPECT_EQ(log->lines[2].text.rfind("failed search element with id:timezoneState. \n ", 0), 0u) << log->lines[2].text;
-  EXPECT_GT(log->lines[2].text.size(), std::string("failed search element with id:timezoneState. \n ").size());
-  EXPECT_EQ(fb->events.back(), "frame id:rightMid");
-  EXPECT_FALSE(has(R"(click xpath://*[@id="saveTimeZoneSet"])"));
-}
-
-TEST_F(TimeZoneTests, OnlyTheExactTextsGetAndSetAreMethods) {
-  for (const Json& method : {Json("get"), Json("set"), Json("Get"), Json("SET "), Json(1), Json(nullptr)}) {
-    reset();
-    EXPECT_THAT([&] { bmc_time_zone(w, method, "Europe", "London (GMT+00:00)"); },
-                ThrowsMessage<marlet::MarletException>("[bmcTimeZone] only support GET/SET, please check the input"))
-        << method.dump();
-    // Raised after the page was opened, inside its frame.
-    EXPECT_EQ(fb->events.back(), "frame id:rightMid") << method.dump();
-    EXPECT_EQ(log->texts(), Events{"[bmcTimeZone] start..."});
-  }
-  // A save needs a region and a city as texts; a query's region is a text or None.
-  reset();
-  EXPECT_THROW(bmc_time_zone(w, "SET", nullptr, "London (GMT+00:00)"), marlet::TypeError);
-  EXPECT_THROW(bmc_time_zone(w, "SET", "Europe", nullptr), marlet::TypeError);
-  EXPECT_THROW(bmc_time_zone(w, "GET", 8, nullptr), marlet::TypeError);
-  EXPECT_TRUE(fb->events.empty());
-}
-
 // ---------------------------------------------------------------- disk usage
 
 class DiskUsageTests : public SettingsTests {
@@ -342,14 +255,6 @@ TEST_F(DiskUsageTests, PartitionsInPageOrderKeepTheirPercentSign) {
   EXPECT_EQ(fb->events, (Events{"click id:menu_REAL_TIME_MONITOR", "frame id:rightMid",
                                 R"(click xpath://*[@id="disk_info"]/div[1]/a)"}));
   EXPECT_EQ(log->texts(), (Events{"[getDiskUsagePercent] start...", "[getDiskUsagePercent] completion."}));
-}
-
-TEST_F(DiskUsageTests, AnEmptyChartIsAnEmptyRecordAndNoChartFails) {
-  EXPECT_EQ(web_get_disk_usage_percent(w), Json::object());
-  reset();
-  fb->remove(R"(xpath://*[@id="diskChart"])");
-  EXPECT_THROW(web_get_disk_usage_percent(w), marlet::MarletException);
-  EXPECT_EQ(log->texts(), Events{"[getDiskUsagePercent] start..."});
 }
 
 }  // namespace

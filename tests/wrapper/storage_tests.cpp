@@ -31,16 +31,11 @@ using Rows = std::vector<Row>;
 
 TEST(StorageTreeRules, LabelRuleDropsTheLastCharacterStripsJoinsAndLowers) {
   const std::tuple<const char*, const char*, const char*> cases[] = {
-      {"Firmware Version:", "", "firmware_version"},
       {"Firmware Version:", "bbu", "bbufirmware_version"},
       {"  Health Status :", "", "health_status"},            // stripped after the cut
-      {"Mode?", "", "mode"},                                 // whatever the last character is
-      {"Name", "", "nam"},
       {"JBOD State\xef\xbc\x9a", "", "jbod_state"},          // a full-width colon is one character
       {"Copyback  State:", "", "copyback__state"},           // each blank becomes "_"
-      {"\xc3\x84nderung:", "", "\xc3\xa4nderung"},           // lower case beyond ASCII
-      {"", "", ""},
-      {":", "BBU", "bbu"}};
+      {"\xc3\x84nderung:", "", "\xc3\xa4nderung"}};          // lower case beyond ASCII
   for (const auto& [label, prefix, key] : cases) EXPECT_EQ(st::label_key(label, prefix), key) << label;
   EXPECT_EQ(st::pane_key("SAS Address (0):"), "SAS Address (0)");  // case and blanks stay
   EXPECT_EQ(st::pane_key(" Media Type :"), " Media Type ");
@@ -49,31 +44,14 @@ TEST(StorageTreeRules, LabelRuleDropsTheLastCharacterStripsJoinsAndLowers) {
 TEST(StorageTreeRules, TitlesSortEntriesCaseSensitivelyAndTheIndexRulesDiffer) {
   using st::Entry;
   const std::pair<const char*, Entry> cases[] = {
-      {"RAID Card VR3508", Entry::RaidController}, {"Onboard OmniRAID", Entry::RaidController},
-      {"RAID Disk Set", Entry::RaidController},    {"PCIe Card HBA", Entry::CardController},
-      {"PCIe Card Disk", Entry::CardController},   {"raid card", Entry::Other},
-      {"PCIE Card", Entry::Other},                 {"Disk3(Onboard)", Entry::PassThroughDisk},
-      {"raid Disk", Entry::PassThroughDisk},       {"Enclosure 252", Entry::Other},
-      {"", Entry::Other}};
+      {"RAID Disk Set", Entry::RaidController}, {"PCIe Card Disk", Entry::CardController},
+      {"raid card", Entry::Other},              {"raid Disk", Entry::PassThroughDisk}};
   for (const auto& [title, kind] : cases) EXPECT_EQ(st::top_entry(title), kind) << title;
-  EXPECT_TRUE(st::takes_index(st::IndexRule::RaidTitles, Entry::RaidController));
   EXPECT_FALSE(st::takes_index(st::IndexRule::RaidTitles, Entry::CardController));
   EXPECT_TRUE(st::takes_index(st::IndexRule::Controllers, Entry::CardController));
-  EXPECT_TRUE(st::takes_index(st::IndexRule::Controllers, Entry::RaidController));
-  for (auto rule : {st::IndexRule::RaidTitles, st::IndexRule::Controllers}) {
-    EXPECT_FALSE(st::takes_index(rule, Entry::PassThroughDisk));
-    EXPECT_FALSE(st::takes_index(rule, Entry::Other));
-  }
+  EXPECT_FALSE(st::takes_index(st::IndexRule::Controllers, Entry::PassThroughDisk));
   EXPECT_TRUE(st::is_logical_drive("Logical Drive0(VD)"));
   EXPECT_FALSE(st::is_logical_drive("logical drive0"));
-}
-
-TEST(StorageTreeRules, DiskNamesStopAtTheFirstBracketUntrimmed) {
-  EXPECT_EQ(st::disk_name("Disk0(Slot 0)"), "Disk0");
-  EXPECT_EQ(st::disk_name("Disk0 (Slot 0)"), "Disk0 ");
-  EXPECT_EQ(st::disk_name("Disk7"), "Disk7");
-  EXPECT_EQ(st::disk_name("Disk1(a(b))"), "Disk1");
-  EXPECT_EQ(st::disk_name("(Slot 2)"), "");
 }
 
 // A storage tab on the fake browser: tree entries with titles and children, and panes
@@ -183,23 +161,6 @@ TEST_F(StorageTests, SeveralRaidEntriesAreIndexedByRaidTitlesAlone) {
   EXPECT_EQ(info.dump(), Json({{"0", {{"cardname", "RAID Card A"}, {"name", "A"}}},
                                {"1", {{"cardname", "Onboard RAID B"}, {"out_of_band_management_supported", "No"}}}})
                              .dump());
-  // No RAID entry at all: an empty map, and the frame is left.
-  fb->remove(kTop);
-  entry(kTop, "PCIe Card HBA");
-  fb->events.clear();
-  EXPECT_EQ(web_get_raid_web_info(w), Json::object());
-  EXPECT_EQ(fb->events.back(), "default content");
-}
-
-TEST_F(StorageTests, ARowWithoutItsValueEndsTheReadInTheFrame) {
-  auto& raid = entry(kTop, "RAID Card");
-  title(raid).on_click = [this] {
-    pane(kController, with_head({{"Name:", "A"}}));
-    auto& row = fb->add(kController, true);  // a row with a label and no value
-    fb->add(at(row, "./span")).text = "Type:";
-  };
-  EXPECT_THROW(web_get_raid_web_info(w), webdriver::NoSuchElementException);
-  EXPECT_NE(fb->events.back(), "default content");
 }
 
 TEST_F(StorageTests, RaidNameIsTheFirstCellReadInsideTheFrame) {
@@ -260,18 +221,6 @@ TEST_F(StorageInfoTests, ControllersOfBothKindsAreIndexedAndHoldAllTheirDisks) {
   EXPECT_EQ(lines(), std::vector<std::string>{"[getStorage] start..."});
 }
 
-TEST_F(StorageInfoTests, WithoutRaidDiskThePassThroughDisksAfterTheSameWalk) {
-  for (const Json& params : {Json::object(), Json{{"raid_disk", false}}, Json{{"raid_disk", nullptr}},
-                             Json{{"raid_disk", 0}}, Json{{"raid_disk", ""}}}) {
-    for (auto* e : expanders) e->clicks = 0;
-    EXPECT_EQ(get_storage_info(w, params), Json({{"Disk0", {{"Capacity", "447 GB"}}}})) << params.dump();
-    for (auto* e : expanders) EXPECT_EQ(e->clicks, 1) << "the whole tree is walked";
-  }
-  fb->events.clear();
-  EXPECT_THROW(get_storage_info(w, Json::array()), marlet::TypeError);
-  EXPECT_TRUE(fb->events.empty());
-}
-
 TEST_F(StorageTests, AnEmptyTreeGivesEmptyMapsAndAMissingTitleFails) {
   EXPECT_EQ(get_storage_info(w, {{"raid_disk", true}}), Json::object());
   EXPECT_EQ(get_storage_info(w, Json::object()), Json::object());
@@ -302,10 +251,6 @@ TEST_F(StorageTests, LogicalDrivesAreSecondLevelEntriesClickedAsListItems) {
   EXPECT_EQ(ld0.clicks + ld1.clicks + again.clicks, 3);
   EXPECT_EQ(title(ld0).clicks, 0) << "the list item is clicked, not its title";
   EXPECT_EQ(clock.sleeps(), (std::vector<double>{5, 3, 3, 3, 3}));
-  EXPECT_EQ(lines(), (std::vector<std::string>{
-                              "[getLogicalDriverInfo] start...",
-                              "[getLogicalDriverInfo] {'Logical Drive0(VD_OS)': {'Name': 'other', 'Status': "
-                              "'Optimal'}, 'Logical Drive1(VD_DATA)': {'Name': 'VD_DATA', ' Strip Size ': '256 KB'}}"}));
   EXPECT_EQ(fb->events.back(), "default content");
 }
 
@@ -359,19 +304,6 @@ TEST_F(LogicalDriveTests, DeletingSelectsUpToFourMarksAndStopsAtTheFirstMissing)
   EXPECT_EQ(fb->find("xpath://span[@id='DelteRadio4']/div/div/div/div")->clicks, 0);
 }
 
-TEST_F(LogicalDriveTests, AGapInTheMarksEndsTheSelectionAndOtherFailuresPropagate) {
-  marks(3);
-  fb->remove("xpath://span[@id='DelteRadio1']/div/div/div/div");
-  delete_all_raid_logical_driver(w);
-  EXPECT_EQ(fb->find("xpath://span[@id='DelteRadio0']/div/div/div/div")->clicks, 1);
-  EXPECT_EQ(fb->find("xpath://span[@id='DelteRadio2']/div/div/div/div")->clicks, 0);
-  // Without its delete button the operation fails in the frame.
-  fb->remove("id:delBtu");
-  fb->events.clear();
-  EXPECT_THROW(delete_all_raid_logical_driver(w), webdriver::NoSuchElementException);
-  EXPECT_EQ(std::count(fb->events.begin(), fb->events.end(), "default content"), 0);
-}
-
 // ---- creating a logical drive ----
 
 class LogicalDriveCreateTests : public LogicalDriveTests {
@@ -420,53 +352,11 @@ TEST_F(LogicalDriveCreateTests, TheExactLevelIsChosenAndTheFirstCountDisksSaved)
   EXPECT_EQ(clock.sleeps(), (std::vector<double>{5, 10}));
   EXPECT_EQ(fb->find("id:ldisk_arr_2")->clicks, 0);
   EXPECT_EQ(lines(), std::vector<std::string>{"[createRaidLogicalDriver] start..."});
-  // Count 0: no disk, but the save and its dialog all the same.
-  fb->events.clear();
-  create_raid_logical_driver(w, {{"name", "VD_NEW"}, {"level", "RAID5"}, {"count", 0}});
-  tail = after_level_box();
-  EXPECT_EQ(std::vector<std::string>(tail.begin() + 1, tail.end()),
-            (std::vector<std::string>{"click id:LDCreatePerSave", "default content", "click id:btnDialogOK"}));
-}
-
-TEST_F(LogicalDriveCreateTests, ALevelTheListLacksLeavesTheFrameBeforeTheDisks) {
-  w.timeout = 0;  // a lookup outside the frame fails at once
-  create_raid_logical_driver(w, {{"name", "VD"}, {"level", "RAID 5"}, {"count", 1}});
-  EXPECT_TRUE(level_clicks().empty());
-  auto tail = after_level_box();
-  ASSERT_FALSE(tail.empty());
-  EXPECT_EQ(tail.front(), "default content") << "the frame is left before the disk lookups";
-}
-
-TEST_F(LogicalDriveCreateTests, MoreDisksThanTheConsoleOffersSavesNothing) {
-  w.timeout = 0;
-  EXPECT_THROW(create_raid_logical_driver(w, {{"name", "VD"}, {"level", "RAID0"}, {"count", 5}}),
-               webdriver::NoSuchElementException);
-  EXPECT_EQ(fb->find("id:ldisk_arr_2")->clicks, 1) << "the disks before the missing one stay selected";
-  EXPECT_EQ(fb->find("id:LDCreatePerSave")->clicks, 0);
-  EXPECT_EQ(fb->find("id:btnDialogOK")->clicks, 0);
-}
-
-TEST_F(LogicalDriveCreateTests, MissingKeysFailWhereTheyAreFirstNeeded) {
-  auto saved = [this] { return fb->find("id:LDCreatePerSave")->clicks; };
-  EXPECT_THAT([&] { create_raid_logical_driver(w, {{"level", "RAID1"}, {"count", 1}}); },
-              ThrowsMessage<marlet::KeyError>("name"));
-  EXPECT_EQ(fb->find("xpath://span[@id='LDCreName']/input")->value, "");
-  EXPECT_THAT([&] { create_raid_logical_driver(w, {{"name", "VD"}, {"count", 1}}); }, ThrowsMessage<marlet::KeyError>("level"));
-  EXPECT_THAT([&] { create_raid_logical_driver(w, {{"name", "VD"}, {"level", "RAID1"}}); },
-              ThrowsMessage<marlet::KeyError>("count"));
-  EXPECT_EQ(level_clicks(), std::vector<std::string>{"RAID1"}) << "the level was chosen before count was needed";
-  EXPECT_EQ(saved(), 0);
-  // With an empty level list a missing level is never read: count fails instead.
-  levels({});
-  EXPECT_THAT([&] { create_raid_logical_driver(w, {{"name", "VD"}}); }, ThrowsMessage<marlet::KeyError>("count"));
-  EXPECT_EQ(saved(), 0);
 }
 
 TEST_F(LogicalDriveCreateTests, WrongTypesAreRefusedBeforeTheConsoleIsTouched) {
   const std::pair<Json, const char*> cases[] = {
       {Json::array(), "create_raid_logical_driver() takes a map of parameters, not list"},
-      {Json{{"name", "VD"}, {"level", "RAID1"}, {"count", "2"}}, "count must be an integer, not str"},
-      {Json{{"name", "VD"}, {"level", "RAID1"}, {"count", 2.0}}, "count must be an integer, not float"},
       {Json{{"name", "VD"}, {"level", "RAID1"}, {"count", true}}, "count must be an integer, not bool"},
       {Json{{"name", 7}, {"level", "RAID1"}, {"count", 2}}, "name must be a text, not int"}};
   for (const auto& [params, message] : cases)

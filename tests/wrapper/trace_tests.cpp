@@ -134,10 +134,7 @@ TEST_F(TraceTests, TheSettingIsAFolderOrAMapAndTheObjectsKeyWinsOverTheProcess) 
   EXPECT_EQ(parse_trace_settings({{"dir", "/tmp/t"}, {"mode", "retain-on-failure"}}, "t").mode,
             marlet::TraceMode::RetainOnFailure);
   EXPECT_THROW(parse_trace_settings(3, "t"), marlet::TypeError);
-  EXPECT_THROW(parse_trace_settings({{"dir", 3}}, "t"), marlet::TypeError);
   EXPECT_THROW(parse_trace_settings({{"dir", "/tmp/t"}, {"mode", "always"}}, "t"), marlet::ValueError);
-  EXPECT_THROW(parse_trace_settings({{"folder", "/tmp/t"}}, "t"), marlet::ValueError);
-  EXPECT_THROW(parse_trace_settings("", "t"), marlet::ValueError);
   EXPECT_THROW(wrapper(Json::object({{"mode", "on"}})), marlet::ValueError);
 
   marlet::set_process_trace(marlet::TraceSettings{(dir / "process").string(), marlet::TraceMode::On});
