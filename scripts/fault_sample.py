@@ -14,7 +14,8 @@ and, with --e2e, a chosen pytest subset. A fault that does not build is "not bui
     /usr/bin/python3 scripts/fault_sample.py --replay before.json --report after.json
 
 --replay tries the faults of an earlier report on HEAD: the same sample before and after a
-change of the tests (or of code around the faults: each fault follows its line).
+change of the tests (or of code around the faults: each fault follows its line);
+--killed-only tries again only those it killed.
 """
 import argparse
 import hashlib
@@ -402,6 +403,9 @@ def main(argv=None):
     p.add_argument("--report", default="fault_report.json")
     p.add_argument("--resume", metavar="REPORT", help="continue an interrupted run")
     p.add_argument("--replay", metavar="REPORT", help="the faults of an earlier report, on HEAD")
+    p.add_argument("--killed-only", action="store_true",
+                   help="with --replay: try again only the faults the earlier run killed; the "
+                        "others keep their verdict (after a cut of tests, no more can be killed)")
     p.add_argument("--scratch", help="the scratch worktree (default /tmp/vorna-faults-<hash>)")
     p.add_argument("--jobs", type=int, default=2)
     p.add_argument("--test-timeout", type=int, default=60, help="seconds per ctest entry")
@@ -427,6 +431,9 @@ def main(argv=None):
                 earlier = json.load(f)
             faults = []
             for fault in earlier["faults"]:
+                if args.killed_only and fault.get("status") != "killed":
+                    faults.append(dict(fault, carried=True))
+                    continue
                 moved = relocate(fault, ROOT)
                 faults.append(moved or dict(fault, status="stale", killed_by=None))
             total = earlier["candidates"]

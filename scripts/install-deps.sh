@@ -9,7 +9,7 @@ PACKAGES=(
   build-essential cmake ccache pkg-config
   nlohmann-json3-dev libcurl4-openssl-dev zlib1g-dev libspdlog-dev libwebsockets-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  pybind11-dev python3-dev python3-pytest python3-importlib-metadata python3-typing-extensions
+  pybind11-dev python3-dev python3-pytest python3-pytest-xdist python3-importlib-metadata python3-typing-extensions
   python3-exceptiongroup python3-tomli
   firefox-esr chromium chromium-driver openssl
   python3-selenium

@@ -26,11 +26,20 @@ OPERATION_SUITES=(accounts boot firmware identity inventory login logs managemen
                   settings storage browser)
 operation_files=()
 for suite in "${OPERATION_SUITES[@]}"; do operation_files+=("tests/python/test_${suite}_e2e.py"); done
+# Two lanes (pytest-xdist), a test file per lane at a time so that a file's one login
+# serves all its cases: most of an end-to-end case's time is the console's pace, during
+# which the other lane's browser works. The suites that send the test process signals
+# (Ctrl-C, a killed child) run after, alone, in pytest's own process.
+LANES=(-n 2 --dist loadfile)
+SIGNAL_SUITES=(tests/python/test_interrupt_e2e.py tests/python/test_leaks_e2e.py)
 echo "== Python tests (Debian python3)"
 suites=(tests/python)
 [ -d tests/simulator ] && suites+=(tests/simulator)
 [ -d tests/scripts ] && suites+=(tests/scripts)
-/usr/bin/python3 -m pytest -q -p no:cacheprovider "${suites[@]}"
+ignored=()
+for f in "${SIGNAL_SUITES[@]}"; do ignored+=(--ignore "$f"); done
+/usr/bin/python3 -m pytest -q -p no:cacheprovider "${LANES[@]}" "${ignored[@]}" "${suites[@]}"
+/usr/bin/python3 -m pytest -q -p no:cacheprovider "${SIGNAL_SUITES[@]}"
 
 # After the first run, not beside it: two suites of browsers at once on two cores is a
 # loaded machine, and the sameness proof should not hang on the load of the check itself.
@@ -38,7 +47,7 @@ suites=(tests/python)
 if [ "${VORNA_ADAPTIVE_RUN:-1}" != 0 ]; then
   echo "== End-to-end again: adaptive settles against the realistic console (the operations' suites)"
   VORNA_E2E_SETTLE=adaptive VORNA_E2E_LATENCY=realistic VORNA_E2E_TIME_SCALE=0.1 \
-    /usr/bin/python3 -m pytest -q -p no:cacheprovider "${operation_files[@]}"
+    /usr/bin/python3 -m pytest -q -p no:cacheprovider "${LANES[@]}" "${operation_files[@]}"
 fi
 
 # The C++ beneath is the same for both interpreters: under 3.7 a smoke set proves the
