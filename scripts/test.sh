@@ -28,18 +28,13 @@ operation_files=()
 for suite in "${OPERATION_SUITES[@]}"; do operation_files+=("tests/python/test_${suite}_e2e.py"); done
 # Two lanes (pytest-xdist), a test file per lane at a time so that a file's one login
 # serves all its cases: most of an end-to-end case's time is the console's pace, during
-# which the other lane's browser works. The suites that send the test process signals
-# (Ctrl-C, a killed child) run after, alone, in pytest's own process.
+# which the other lane's browser works.
 LANES=(-n 2 --dist loadfile)
-SIGNAL_SUITES=(tests/python/test_interrupt_e2e.py tests/python/test_leaks_e2e.py)
 echo "== Python tests (Debian python3)"
 suites=(tests/python)
 [ -d tests/simulator ] && suites+=(tests/simulator)
 [ -d tests/scripts ] && suites+=(tests/scripts)
-ignored=()
-for f in "${SIGNAL_SUITES[@]}"; do ignored+=(--ignore "$f"); done
-/usr/bin/python3 -m pytest -q -p no:cacheprovider "${LANES[@]}" "${ignored[@]}" "${suites[@]}"
-/usr/bin/python3 -m pytest -q -p no:cacheprovider "${SIGNAL_SUITES[@]}"
+/usr/bin/python3 -m pytest -q -p no:cacheprovider "${LANES[@]}" "${suites[@]}"
 
 # After the first run, not beside it: two suites of browsers at once on two cores is a
 # loaded machine, and the sameness proof should not hang on the load of the check itself.
