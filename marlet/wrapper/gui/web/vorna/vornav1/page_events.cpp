@@ -63,15 +63,6 @@ void PageEvents::State::said(marlet::LogLevel level, std::string text) {
   keep(*this, level, std::move(text));
 }
 
-marlet::Clock::TimePoint PageEvents::State::sent_time(const Json& params) {
-  const std::string id = params.contains("request") ? text_at(params["request"], "request") : "";
-  auto it = sent.find(id);
-  if (it == sent.end()) return {};
-  auto at = it->second;
-  sent.erase(it);
-  return at;
-}
-
 void PageEvents::State::release_held(bool all) {
   const auto due = clock->now() - marlet::Clock::Duration(kSupersededWindow);
   while (!held.empty() && (all || held.front().at <= due)) {
@@ -81,6 +72,9 @@ void PageEvents::State::release_held(bool all) {
 }
 
 void PageEvents::State::on_event(const std::string& method, const Json& params) {
+  // Asked before the tracker closes the request (unseen: the clock's zero).
+  const auto sent_at = method == "network.fetchError" ? tracker.sent_at(params).value_or(marlet::Clock::TimePoint{})
+                                                      : marlet::Clock::TimePoint{};
   tracker.on_event(method, params, clock->now());
   if (method == "log.entryAdded") {
     const std::string level = text_at(params, "level");
@@ -93,7 +87,6 @@ void PageEvents::State::on_event(const std::string& method, const Json& params) 
     // A request the browser dropped because its document went away (a navigation) is no
     // failure of the console: dropped when so named, else held until the window shows
     // whether its frame moved on.
-    const auto sent_at = sent_time(params);
     if (browsers_own(params) || text_at(params, "errorText") == "NS_BINDING_ABORTED") return;
     const std::string context = text_at(params, "context");
     const std::string navigation = text_at(params, "navigation");  // "" for a document's own requests
@@ -113,11 +106,7 @@ void PageEvents::State::on_event(const std::string& method, const Json& params) 
     std::erase_if(held, [&](const Failure& f) {
       return f.context == context && (navigation.empty() || f.navigation != navigation);
     });
-  } else if (method == "network.beforeRequestSent") {
-    const std::string id = params.contains("request") ? text_at(params["request"], "request") : "";
-    if (!id.empty()) sent.emplace(id, clock->now());  // a redirect keeps the first time
   } else if (method == "network.responseCompleted") {
-    sent_time(params);
     const Json& response = params.contains("response") ? params["response"] : Json();
     if (!response.is_object() || !response.contains("status") || !response["status"].is_number()) return;
     long long status = response["status"].get<long long>();

@@ -96,13 +96,9 @@ struct PageEvents::State {
     std::string navigation;  // "" once the context is gone
     marlet::Clock::TimePoint at;
   };
-  // Channel thread only: per context, its latest navigation; per request in flight, when it was sent.
-  std::map<std::string, Navigated> navigated;
-  std::map<std::string, marlet::Clock::TimePoint> sent;
+  std::map<std::string, Navigated> navigated;  // per context, its latest (channel thread only)
 
   void on_event(const std::string& method, const webdriver::Json& params);
-  // When the request of a network event was sent (the clock's zero when unseen); forgets it.
-  marlet::Clock::TimePoint sent_time(const webdriver::Json& params);
   void said(marlet::LogLevel level, std::string text);
   // Says the held failures older than the window (all of them with `all`); mutex held.
   void release_held(bool all);

@@ -25,6 +25,13 @@ std::string request_key(const Json& params) {
 
 }  // namespace
 
+std::optional<QuietTracker::TimePoint> QuietTracker::sent_at(const Json& params) const {
+  std::lock_guard<std::mutex> lock(mutex_);
+  auto it = requests_.find(request_key(params));
+  if (it == requests_.end()) return std::nullopt;
+  return it->second.since;
+}
+
 void QuietTracker::set_channel(std::string channel) {
   std::lock_guard<std::mutex> lock(mutex_);
   channel_ = std::move(channel);

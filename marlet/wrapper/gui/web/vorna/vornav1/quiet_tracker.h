@@ -40,6 +40,9 @@ class QuietTracker {
   // `timer_limit_ms`: a timer of the page's (real) milliseconds up to this holds.
   std::optional<TimePoint> quiet_since(TimePoint now, double hold_limit, double timer_limit_ms) const;
 
+  // When the request of a network event (this hop of it) was sent, while it is open.
+  std::optional<TimePoint> sent_at(const webdriver::Json& params) const;
+
   // For diagnostics and tests.
   size_t requests_open() const;
   size_t timers_pending() const;
